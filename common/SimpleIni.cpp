@@ -1,0 +1,250 @@
+#include "common/SimpleIni.h"
+
+#include <fstream>
+#include <sstream>
+
+namespace
+{
+
+// State of one load: where the next key goes, and the comment lines waiting for it.
+struct LoadState
+{
+    std::string section;
+    std::string description;
+};
+
+// A whole comment line. An empty one that comes first adds nothing, so that the next is joined
+// without a line break.
+void add_comment_line(LoadState& state, const std::string& text)
+{
+    if (!state.description.empty())
+    {
+        state.description += '\n';
+    }
+    state.description += text;
+}
+
+std::string header_name(const std::string& line)
+{
+    const size_t end = line.find(']');
+    return SimpleIni::Trim(line.substr(1, end == std::string::npos ? end : end - 1));
+}
+
+} // namespace
+
+SimpleIni::SimpleIni(const std::string& fileName)
+{
+    if (!fileName.empty() && !Load(fileName))
+    {
+        throw std::string("Unable to open the file " + fileName + " in read mode.");
+    }
+}
+
+SimpleIni::~SimpleIni()
+{
+    Free();
+}
+
+bool SimpleIni::Load(const std::string& fileName)
+{
+    Free();
+    m_fileName = fileName;
+    std::ifstream in(fileName);
+    if (!in)
+    {
+        return false;
+    }
+
+    LoadState state;
+    const auto attach_description = [&](const std::string& key)
+    {
+        if (!state.description.empty())
+        {
+            m_descriptions[state.section][key] = state.description;
+            state.description.clear();
+        }
+    };
+    for (std::string line; std::getline(in, line);)
+    {
+        ParasitCar(line);
+        if (line.empty())
+        {
+            continue;
+        }
+        if (line[0] == '[')
+        {
+            state.section = header_name(line);
+            attach_description("");
+            continue;
+        }
+
+        IniLine content;
+        const size_t comment = line.find_first_of(";#");
+        if (comment == 0)
+        {
+            add_comment_line(state, line.substr(1));
+            continue;
+        }
+        if (comment != std::string::npos)
+        {
+            content.comment = line.substr(comment + 1);
+            line.erase(comment);
+        }
+        const size_t equals = line.find('=');
+        if (equals != std::string::npos)
+        {
+            content.value = Trim(line.substr(equals + 1));
+            line.erase(equals);
+        }
+        const std::string key = Trim(line);
+        m_sections[state.section][key] = content;
+        attach_description(key);
+    }
+    return true;
+}
+
+bool SimpleIni::Save()
+{
+    return SaveAs(m_fileName);
+}
+
+bool SimpleIni::SaveAs(const std::string& fileName)
+{
+    std::ofstream out(fileName, std::ios::trunc);
+    if (!out)
+    {
+        return false;
+    }
+    bool first = true;
+    for (const auto& [section, keys] : m_sections)
+    {
+        if (!first)
+        {
+            out << '\n';
+        }
+        first = false;
+        SaveDescription(section, "", out);
+        if (!section.empty())
+        {
+            out << '[' << section << "]\n";
+        }
+        for (const auto& [key, line] : keys)
+        {
+            SaveDescription(section, key, out);
+            if (!key.empty())
+            {
+                out << key << '=' << line.value;
+            }
+            if (!line.comment.empty())
+            {
+                out << (key.empty() ? "#" : "\t;") << line.comment;
+            }
+            out << '\n';
+        }
+    }
+    return true;
+}
+
+void SimpleIni::SaveDescription(std::string section, std::string key, std::ofstream& out)
+{
+    const std::string& text = m_descriptions[section][key];
+    for (size_t from = 0; !text.empty() && from != std::string::npos;)
+    {
+        const size_t end = text.find('\n', from);
+        out << '#' << text.substr(from, end == std::string::npos ? end : end - from) << '\n';
+        from = end == std::string::npos ? end : end + 1;
+    }
+}
+
+void SimpleIni::Free()
+{
+    m_sections.clear();
+}
+
+std::string SimpleIni::GetValue(const std::string& section, const std::string& key,
+                                const std::string& defaultValue) const
+{
+    const IniLine* line = Find(section, key);
+    return line != nullptr ? line->value : defaultValue;
+}
+
+template <>
+int SimpleIni::GetValue<int>(const std::string& section, const std::string& key,
+                             const int& defaultValue) const
+{
+    const IniLine* line = Find(section, key);
+    if (line == nullptr || line->value == ";") // ";" can only be set, never loaded: "missing"
+    {
+        return defaultValue;
+    }
+    std::istringstream text(line->value);
+    int number = 0;
+    text >> number; // on failure the stream stores 0 or the nearest limit
+    return number;
+}
+
+void SimpleIni::SetValue(const std::string& section, const std::string& key,
+                         const std::string& value)
+{
+    m_sections[section][key].value = value;
+}
+
+std::string SimpleIni::GetComment(const std::string& section, const std::string& key) const
+{
+    const IniLine* line = Find(section, key);
+    return line != nullptr ? line->comment : std::string();
+}
+
+void SimpleIni::SetComment(const std::string& section, const std::string& key,
+                           const std::string& comment)
+{
+    m_sections[section][key].comment = comment;
+}
+
+size_t SimpleIni::DeleteKey(const std::string& section, const std::string& key)
+{
+    return m_sections[section].erase(key);
+}
+
+SimpleIni::KeyIterator SimpleIni::beginKey(const std::string& section) const
+{
+    return KeyIterator(Keys(section).begin());
+}
+
+SimpleIni::KeyIterator SimpleIni::endKey(const std::string& section) const
+{
+    return KeyIterator(Keys(section).end());
+}
+
+void SimpleIni::ParasitCar(std::string& line)
+{
+    // Bytes are compared unsigned: the last byte of a UTF-8 character is no control character.
+    if (!line.empty() && static_cast<unsigned char>(line.back()) < 32)
+    {
+        line.pop_back();
+    }
+}
+
+std::string SimpleIni::Trim(const std::string& text)
+{
+    const size_t first = text.find_first_not_of(" \t");
+    if (first == std::string::npos)
+    {
+        return {};
+    }
+    return text.substr(first, text.find_last_not_of(" \t") - first + 1);
+}
+
+const SimpleIni::KeyMap& SimpleIni::Keys(const std::string& section) const
+{
+    static const KeyMap kNoKeys; // one and the same empty range for every missing section
+    const auto found = m_sections.find(section);
+    return found != m_sections.end() ? found->second : kNoKeys;
+}
+
+const IniLine* SimpleIni::Find(const std::string& section, const std::string& key) const
+{
+    const KeyMap& keys = Keys(section);
+    const auto found = keys.find(key);
+    return found != keys.end() ? &found->second : nullptr;
+}
