@@ -1,0 +1,65 @@
+#include "app/AlarmSignal.h"
+
+#include <atomic>
+#include <csignal>
+#include <ctime>
+#include <pthread.h>
+
+#include "app/AppInternal.h"
+
+namespace
+{
+
+constexpr long kAgainNs = 5 * 1000 * 1000; // until the signal is sent again
+
+std::atomic<bool> has_request_thread{false};
+pthread_t request_thread; // set before has_request_thread
+std::atomic<bool> has_timer{false};
+timer_t timer; // set before has_timer
+
+bool is_request_thread()
+{
+    return pthread_equal(pthread_self(), request_thread) != 0;
+}
+
+// Two signals that wait for the timer become one, which loses nothing: one run of the routine
+// takes all alarms that are waiting.
+void send_again_soon()
+{
+    if (has_timer)
+    {
+        itimerspec once{};
+        once.it_value.tv_nsec = kAgainNs;
+        timer_settime(timer, 0, &once, nullptr);
+    }
+}
+
+} // namespace
+
+void prepare_alarm_signal(int sig)
+{
+    sigevent event{};
+    event.sigev_notify = SIGEV_SIGNAL;
+    event.sigev_signo = sig;
+    has_timer = timer_create(CLOCK_MONOTONIC, &event, &timer) == 0;
+}
+
+void take_alarm_signals()
+{
+    request_thread = pthread_self();
+    has_request_thread = true;
+}
+
+bool pass_alarm_signal_on(int sig)
+{
+    const bool mine = !has_request_thread || is_request_thread();
+    if (mine && at_rest())
+    {
+        return false;
+    }
+    if (mine || pthread_kill(request_thread, sig) != 0)
+    {
+        send_again_soon();
+    }
+    return true;
+}

@@ -1,0 +1,232 @@
+// Construction, start-up and release of the poster: configuration, database library, queues,
+// libcurl and the request thread.
+#include "app/AppPost.h"
+
+#include <algorithm>
+#include <curl/curl.h>
+#include <dlfcn.h>
+#include <sys/msg.h>
+
+#include "app/AppInternal.h"
+#include "vkPub/vkLog.h"
+
+std::string CAppPost::m_strCA;
+std::string CAppPost::m_sEncoding;
+
+namespace
+{
+
+constexpr char kConfigFile[] = "vkApp.ini";
+constexpr char kConfigSection[] = "POST";
+constexpr char kDbLibrary[] = "./libvkdb.so";
+constexpr char kDataDb[] = "tmp/dbDat0.db3";
+constexpr char kAlarmDb[] = "tmp/dbData.db3";
+
+// A list this long is a slip of the pen; each key of it costs two log lines at start-up.
+constexpr int kMaxUrlKeys = 1000;
+
+void read_head_format(CAppPost& app)
+{
+    app.m_strFmt0 = app.m_ini.GetValue(kConfigSection, "Fmt0", kDefaultFmt0);
+    const std::string problem = head_format_problem(app.m_strFmt0);
+    if (!problem.empty())
+    {
+        VKLOG_TRACE("Fmt0 refused, default used: %s\n", problem.c_str());
+        app.m_strFmt0 = kDefaultFmt0;
+    }
+}
+
+void read_settings(CAppPost& app)
+{
+    const SimpleIni& ini = app.m_ini;
+    app.m_strUrl = ini.GetValue(kConfigSection, "Url", "");
+    app.m_strAlmUrl = ini.GetValue(kConfigSection, "AlmUrl", "");
+    read_head_format(app);
+    app.m_strDept = ini.GetValue(kConfigSection, "Dept", "xxx");
+    app.m_strDeptName = ini.GetValue(kConfigSection, "DeptName", "动环监控主机");
+    app.m_iTimeout = ini.GetValue<int>(kConfigSection, "Timeout", 15);
+    app.m_iDelay = ini.GetValue<int>(kConfigSection, "Delay", 5000);
+    app.m_iReTbls = ini.GetValue<int>(kConfigSection, "ReTbls", 0);
+    app.m_strState0 = ini.GetValue(kConfigSection, "State0", "0");
+    app.m_strState1 = ini.GetValue(kConfigSection, "State1", "1");
+    app.m_strState2 = ini.GetValue(kConfigSection, "State2", "2");
+    app.m_strState3 = ini.GetValue(kConfigSection, "State3", "3");
+    CAppPost::m_sEncoding = ini.GetValue(kConfigSection, "Encoding", "UTF-8");
+}
+
+void append_url(std::vector<std::string>& urls, const std::string& url)
+{
+    if (!url.empty())
+    {
+        urls.push_back(url);
+    }
+}
+
+void read_numbered_url(CAppPost& app, const char* prefix, int number,
+                       std::vector<std::string>& urls)
+{
+    const std::string key = prefix + std::to_string(number);
+    const std::string url = app.m_ini.GetValue(kConfigSection, key, "");
+    append_url(urls, url);
+    VKLOG_TRACE("%s=%s \n", key.c_str(), url.c_str());
+}
+
+void read_url_lists(CAppPost& app)
+{
+    app.m_iMaxURLs = app.m_ini.GetValue<int>(kConfigSection, "maxURLs", 1);
+    if (app.m_iMaxURLs < 2)
+    {
+        return; // both lists stay empty; the transport posts to Url alone
+    }
+    append_url(app.m_vUrls, app.m_strUrl);
+    append_url(app.m_vAlmUrls, app.m_strAlmUrl);
+    if (app.m_iMaxURLs > kMaxUrlKeys)
+    {
+        VKLOG_TRACE("maxURLs=%d is too large, %d are read\n", app.m_iMaxURLs, kMaxUrlKeys);
+    }
+    const int end = std::min(app.m_iMaxURLs, kMaxUrlKeys);
+    for (int i = 1; i < end; ++i)
+    {
+        read_numbered_url(app, "Url", i, app.m_vUrls);
+        read_numbered_url(app, "AlmUrl", i, app.m_vAlmUrls);
+    }
+}
+
+// Looks both functions of the library up; the manager is asked for only when both are there.
+void get_manager(CAppPost& app)
+{
+    app.m_pfnGetDbManager = reinterpret_cast<DbManager* (*)()>(dlsym(app.m_hDbLib, "GetDbManager"));
+    app.m_pfnFreeDbManager = reinterpret_cast<void (*)()>(dlsym(app.m_hDbLib, "FreeDbManager"));
+    if (app.m_pfnGetDbManager != nullptr && app.m_pfnFreeDbManager != nullptr)
+    {
+        app.m_pDbMngr = app.m_pfnGetDbManager();
+    }
+}
+
+// Drops both databases and releases the library. The manager pointer is the caller's to clear.
+void release_library(CAppPost& app)
+{
+    app.pDbAlm = nullptr;
+    app.pDb = nullptr;
+    if (app.m_pfnFreeDbManager != nullptr)
+    {
+        app.m_pfnFreeDbManager();
+    }
+    if (app.m_hDbLib != nullptr)
+    {
+        dlclose(app.m_hDbLib);
+        app.m_hDbLib = nullptr;
+    }
+}
+
+void open_databases(CAppPost& app)
+{
+    // RTLD_NODELETE: after a failed test the release function is called a second time by Free,
+    // when the library is already unloaded; its code must still be there.
+    app.m_hDbLib = dlopen(kDbLibrary, RTLD_NOW | RTLD_NODELETE);
+    if (app.m_hDbLib == nullptr)
+    {
+        VKLOG_TRACE("dlopen %s error:%s\r\n", kDbLibrary, dlerror());
+        return;
+    }
+
+    get_manager(app);
+    if (app.m_pDbMngr != nullptr)
+    {
+        app.pDb = app.m_pDbMngr->OpenDb(kDataDb, 0);
+        app.pDbAlm = app.m_pDbMngr->OpenDb(kAlarmDb, 0);
+    }
+    else
+    {
+        VKLOG_TRACE("libDb.mngr==NULL\r\n");
+    }
+
+    if (app.pDb == nullptr || !app.pDb->Open(nullptr, 0))
+    {
+        release_library(app); // m_pDbMngr keeps its value on purpose: Free releases once more
+        VKLOG_TRACE("pDb err\r\n");
+    }
+}
+
+void start_request_thread(CAppPost& app)
+{
+    if (pthread_create(&app.m_thProcMsg, nullptr, CAppPost::ProcMsgRun1, &app) != 0)
+    {
+        app.m_thProcMsg = 0;
+        VKLOG_TRACE("Thread creation failed!");
+    }
+}
+
+} // namespace
+
+CAppPost::CAppPost()
+{
+    pthread_mutex_init(&m_mutex, nullptr);
+}
+
+CAppPost::~CAppPost()
+{
+    Free();
+    pthread_mutex_destroy(&m_mutex);
+}
+
+void CAppPost::Init()
+{
+    if (m_msgTrayid < 0)
+    {
+        m_msgTrayid = get_queue(kTrayQueueKey);
+    }
+
+    m_ini.Load(kConfigFile); // a missing file leaves every setting at its default
+    read_settings(*this);
+    VKLOG_TRACE("msg=%d POST url=%s almurl=%s dept=%s timeout=%ds delay=%dms encoding=%s\n",
+                m_msgTrayid, m_strUrl.c_str(), m_strAlmUrl.c_str(), m_strDept.c_str(), m_iTimeout,
+                m_iDelay, m_sEncoding.c_str());
+    read_url_lists(*this);
+    m_strCA = m_ini.GetValue(kConfigSection, "CA", "");
+
+    open_databases(*this);
+
+    m_msgCtrlid = get_queue(kRequestQueueKey);
+    VKLOG_TRACE("msgget: m_msgCtrlid=%d\r\n", m_msgCtrlid.load());
+
+    curl_global_init(CURL_GLOBAL_ALL);
+
+    start_request_thread(*this); // last: it reads members that are set above
+}
+
+bool CAppPost::IsOk()
+{
+    return (!m_strUrl.empty() || !m_strAlmUrl.empty()) && pDb != nullptr;
+}
+
+void CAppPost::Free()
+{
+    endProcMsg();
+    if (m_msgCtrlid >= 0)
+    {
+        msgctl(m_msgCtrlid, IPC_RMID, nullptr);
+        m_msgCtrlid = -1;
+    }
+    if (m_pDbMngr != nullptr)
+    {
+        release_library(*this);
+        m_pDbMngr = nullptr;
+    }
+    curl_global_cleanup();
+}
+
+const char* CAppPost::GetState(int state)
+{
+    switch (state)
+    {
+    case 1:
+        return m_strState1.c_str();
+    case 2:
+        return m_strState2.c_str();
+    case 3:
+        return m_strState3.c_str();
+    default:
+        return m_strState0.c_str();
+    }
+}

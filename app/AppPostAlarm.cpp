@@ -1,0 +1,239 @@
+// Alarms. Runs in signal context: the whole routine is called from the alarm signal's handler, on
+// a thread that is at rest, so it may allocate, log, query and post like any other code. It shares
+// with the main thread, which goes on working, only what nobody changes after start-up, the
+// published device names and the log; the alarm database is its own.
+#include "app/AppInternal.h"
+
+#include <cstring>
+
+#include "vkPub/vkLog.h"
+
+namespace
+{
+
+constexpr size_t kAlarmBodyBytes = 2048;
+constexpr int kQueryFailures = 5; // in one call, not reset by a success
+constexpr int kQueryPauseMs = 200;
+constexpr int kClearedBit = 4;
+constexpr int kStateActive = 1;
+constexpr int kStateCleared = 3;
+constexpr int kTitledClass = 9; // its titles say more than its class
+
+// An alarm as the table has it, copied out before the query is freed.
+struct Alarm
+{
+    int did;
+    int sid;
+    int type;
+    bool cleared;
+    int mask;
+    std::string updated;
+    std::string title;
+    std::string image;
+};
+
+Alarm read_alarm(DbDatabase& db, int iqry)
+{
+    Alarm alarm;
+    alarm.did = db.QryGetInt(iqry, "DID");
+    VKLOG_TRACE("CAppPost::OnAlmIns DID: %d\r\n", alarm.did);
+    alarm.sid = db.QryGetInt(iqry, "SID");
+    alarm.type = db.QryGetInt(iqry, "Type");
+    alarm.cleared = (db.QryGetInt(iqry, "Alm") & kClearedBit) != 0;
+    alarm.updated = db.QryGetStr(iqry, "LastUpd");
+    alarm.title = db.QryGetStr(iqry, "AlmBrief");
+    alarm.mask = db.QryGetInt(iqry, "AlmMask");
+    const char* image = db.QryGetStr(iqry, "AlmImg");
+    alarm.image = image != nullptr ? image : "";
+    return alarm;
+}
+
+const char* level_text(int alarm_class)
+{
+    switch (alarm_class)
+    {
+    case 1:
+    case 2:
+    case 3:
+    case 5:
+    case 6:
+    case 7:
+    case 8:
+        return "严重";
+    case 4:
+        return "重要";
+    case 9:
+    case 13:
+        return "次要";
+    default:
+        return "警告";
+    }
+}
+
+// The class that a title of class 9 stands for; the last word found wins.
+int class_by_title(const std::string& title)
+{
+    static constexpr struct
+    {
+        const char* word;
+        int alarm_class;
+    } kWords[] = {{"漏", 6}, {"红", 10}, {"门", 11}, {"放", 12}};
+
+    int alarm_class = kTitledClass;
+    for (const auto& entry : kWords)
+    {
+        if (title.find(entry.word) != std::string::npos)
+        {
+            alarm_class = entry.alarm_class;
+        }
+    }
+    return alarm_class;
+}
+
+// The ways in which people are told, each word with a blank before it.
+std::string suggestion_text(int mask)
+{
+    static constexpr const char* kWays[] = {" 声光", " 语音", " 短信", " 彩信",
+                                            " 电话", " 邮件", " POST"};
+    std::string text;
+    int bit = 1;
+    for (const char* way : kWays)
+    {
+        text += (mask & bit) != 0 ? way : "";
+        bit <<= 1;
+    }
+    return text;
+}
+
+std::string device_name(const CAppPost& app, int sid)
+{
+    const auto names = std::atomic_load(&app.m_pAlmNames);
+    if (names == nullptr)
+    {
+        return {};
+    }
+    const auto found = names->find(sid);
+    return found != names->end() ? found->second : std::string();
+}
+
+void compose_alarm(CAppPost& app, const Alarm& alarm, char* buffer)
+{
+    int alarm_class = (alarm.type >> 8) & 0xFF;
+    const char* level = level_text(alarm_class); // before the title is looked at, on purpose
+    if (alarm_class == kTitledClass)
+    {
+        alarm_class = class_by_title(alarm.title);
+    }
+    const std::string name = device_name(app, alarm.sid);
+    const char* state = app.GetState(alarm.cleared ? kStateCleared : kStateActive);
+
+    CBodyWriter body(buffer, kAlarmBodyBytes);
+    body.Head(app.m_strFmt0, {app.m_strDept.c_str(), alarm.sid, alarm.type, 0, name.c_str(),
+                              alarm_class, alarm.updated.c_str(), state});
+    body.Field("level", level);
+    body.Field("title", alarm.title);
+    body.Field("suggestion", suggestion_text(alarm.mask));
+    body.Field("location", "");
+    body.Field("datainfo", "");
+    body.Field("recovertime", alarm.cleared ? alarm.updated : "");
+    body.Field("AlmImg", alarm.image);
+    body.LogLeftOut(alarm.sid);
+}
+
+void post_alarm(CAppPost& app, const char* body)
+{
+    for (const std::string& url : app.m_vAlmUrls)
+    {
+        const bool sent = app.DoPost(body, url.c_str()) != 0;
+        VKLOG_TRACE("CAppPost::OnAlmIns post %s %s\r\n", url.c_str(), sent ? "ok" : "fail");
+    }
+}
+
+// What one call knows from pass to pass.
+struct AlarmRun
+{
+    int failures = 0;
+    bool hasLast = false;
+    int lastDid = 0;
+};
+
+// The index of a query on the oldest alarm not yet sent; -1 when it failed too often.
+int query_alarm(CAppPost& app, AlarmRun& run)
+{
+    for (;;)
+    {
+        const int iqry = app.pDbAlm->QryExec(
+            "select * from tbSMAlarm where AFld is null or AFld<1 order by DID limit 1", -1);
+        if (iqry >= 0)
+        {
+            return iqry;
+        }
+        ++run.failures;
+        VKLOG_TRACE("[CAppPost::OnAlmIns] : qryExec Error! iqry=%d, Try Count: %d\n", iqry,
+                    kQueryFailures - run.failures);
+        if (run.failures >= kQueryFailures)
+        {
+            return -1;
+        }
+        pause_ms(kQueryPauseMs);
+    }
+}
+
+// Posts and marks the oldest alarm not yet sent. False when there is none or the call must end.
+bool post_next_alarm(CAppPost& app, AlarmRun& run)
+{
+    DbDatabase& db = *app.pDbAlm;
+    const int iqry = query_alarm(app, run);
+    if (iqry < 0)
+    {
+        return false;
+    }
+    if (db.QryEof(iqry))
+    {
+        db.QryFree(iqry);
+        return false;
+    }
+    const Alarm alarm = read_alarm(db, iqry);
+    if (run.hasLast && alarm.did == run.lastDid)
+    {
+        // Its update left it unmarked: going on would post it for ever.
+        VKLOG_TRACE("CAppPost::OnAlmIns DID: %d cannot be marked as sent\r\n", alarm.did);
+        db.QryFree(iqry);
+        return false;
+    }
+    run.hasLast = true;
+    run.lastDid = alarm.did;
+
+    char body[kAlarmBodyBytes];
+    compose_alarm(app, alarm, body);
+    db.QryFree(iqry);
+    post_alarm(app, body);
+    db.Exec(format_text("update tbSMAlarm set AFld=1 where DID=%ld", long{alarm.did}).c_str());
+    return true;
+}
+
+} // namespace
+
+void CAppPost::OnAlmIns()
+{
+    if (m_strAlmUrl.empty() || pDbAlm == nullptr)
+    {
+        return; // also what a signal before the end of start-up finds
+    }
+    pDbAlm->Open(nullptr, 0);
+    try
+    {
+        AlarmRun run;
+        while (post_next_alarm(*this, run))
+        {
+        }
+    }
+    catch (const CppSQLite3Exception& e)
+    {
+        // An open query is left to Close, on purpose.
+        VKLOG_TRACE("[CAppPost::OnAlmIns] db exception: %d %s\r\n", e.errorCode(),
+                    e.errorMessage());
+    }
+    pDbAlm->Close();
+    VKLOG_TRACE("CAppPost::OnAlmIns end\r\n");
+}

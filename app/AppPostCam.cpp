@@ -1,0 +1,104 @@
+// Cameras: one body for each, whatever its state, with the time of its reading.
+#include "app/AppInternal.h"
+
+#include "vkPub/vkLog.h"
+
+namespace
+{
+
+void compose_camera(CAppPost& app, int iqry, const std::string& stamp)
+{
+    CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
+    const CHead head = row_head(app, iqry, stamp.c_str());
+    body.Head(app.m_strFmt0, head);
+    body.Field("info", app.pDb->QryGetStr(iqry, "SerDef"));
+    body.LogLeftOut(head.sid);
+}
+
+void post_camera(CAppPost& app, size_t i, int& number, int& iqry)
+{
+    DbDatabase& db = *app.pDb;
+    const int sid = app.m_vCamSid[i];
+    const std::string stamp = local_time_stamp();
+    iqry = query_with_retry(app, format_text("select * from tbSM where SID=%d", sid));
+    if (iqry < 0)
+    {
+        VKLOG_TRACE("   iqryX=%d iSID=%d\n", iqry, sid);
+        return;
+    }
+    const bool gone = db.QryEof(iqry);
+    if (!gone)
+    {
+        compose_camera(app, iqry, stamp);
+        app.m_iPostRow = number++;
+        app.SendMsgToTray(0, 1);
+    }
+    const int done = iqry;
+    iqry = -1;
+    db.QryFree(done);
+    if (gone)
+    {
+        app.SendMsgToTray(0, 1);
+        return;
+    }
+    app.DoPost(nullptr, nullptr);
+    app.m_vCamTry[i] = 0;
+}
+
+// Posts camera i; false when it threw and is to be tried once more. An exception while the query
+// of a failed try is freed passes to the caller.
+bool try_camera(CAppPost& app, size_t i, int& number)
+{
+    int iqry = -1;
+    bool again = false;
+    try
+    {
+        post_camera(app, i, number, iqry);
+    }
+    catch (...)
+    {
+        int& failures = app.m_vCamTry[i];
+        ++failures;
+        // The text names PostDio, on purpose: it is the line that log readers know.
+        VKLOG_TRACE("[CAppPost::PostDio] Post Cam exception, SID=%d, TryCnt=%d\n", app.m_vCamSid[i],
+                    failures);
+        again = failures < kExceptionTries;
+        if (again)
+        {
+            pause_ms(kExceptionRetryPauseMs);
+        }
+        else
+        {
+            failures = 0;
+        }
+        if (iqry >= 0)
+        {
+            app.pDb->QryFree(iqry);
+        }
+    }
+    return !again;
+}
+
+} // namespace
+
+void CAppPost::PostCam()
+{
+    VKLOG_TRACE("PostCam...\n");
+    pDb->Open(nullptr, -2);
+    int number = 0;
+    try
+    {
+        for (size_t i = 0; i < m_vCamSid.size();)
+        {
+            if (try_camera(*this, i, number))
+            {
+                ++i;
+            }
+        }
+    }
+    catch (...)
+    {
+        VKLOG_TRACE("CAppPost::PostCam exception\n");
+    }
+    pDb->Close();
+}

@@ -1,0 +1,191 @@
+// Device posting: one body for each device, in SID order. Between two devices waiting requests
+// are served, so that none waits for a whole sweep.
+#include "app/AppInternal.h"
+
+#include "vkPub/vkLog.h"
+
+namespace
+{
+
+constexpr int kFixedColumns = 12; // four joined ones and the eight leading ones of a device table
+
+enum class Outcome
+{
+    kDone,    // posted, or nothing to post
+    kGivenUp, // the query could not be started
+    kAgain,   // threw; to be tried once more
+    kDropped, // threw for the last time
+};
+
+// Where the columns to post end: a configured count wins over what the table has.
+int columns_end(CAppPost& app, int iqry, const char* table)
+{
+    const int columns = app.pDb->QryFldCount(iqry);
+    const int wanted = app.m_ini.GetValue<int>("POST.Master", std::string(table) + ".flds", 0);
+    if (wanted == 0 || wanted > columns - kFixedColumns)
+    {
+        return columns; // columns beyond the result have neither name nor text
+    }
+    return wanted < 0 ? 0 : kFixedColumns + wanted;
+}
+
+Outcome post_row(CAppPost& app, int sid, const char* table, int& iqry)
+{
+    iqry = query_with_retry(app, device_query(table, sid));
+    if (iqry < 0)
+    {
+        VKLOG_TRACE("   iqryX=%d iSID=%d\n", iqry, sid);
+        return Outcome::kGivenUp;
+    }
+
+    CDeviceBody body = compose_device(app, iqry, table, app.m_szPostBuf);
+    app.pDb->QryFree(iqry);
+    iqry = -1;
+    app.m_mapSidTry[sid] = 0;
+
+    if (body.due)
+    {
+        append_extras(app, sid, table, body, app.m_szPostBuf);
+        app.DoPost(nullptr, nullptr);
+    }
+    app.SendMsgToTray(0, 1);
+    return Outcome::kDone;
+}
+
+// The number that the exception line prints as TryCnt: on purpose the failure count of the
+// digital input at this position, as far as there is one, and not the device's own.
+int printed_try_count(const CAppPost& app, int sid)
+{
+    const bool inside = sid >= 0 && static_cast<size_t>(sid) < app.m_vDiTry.size();
+    return inside ? app.m_vDiTry[static_cast<size_t>(sid)] : 0;
+}
+
+Outcome count_exception(CAppPost& app, int sid, const char* table, const CppSQLite3Exception& e)
+{
+    int& failures = app.m_mapSidTry[sid];
+    ++failures;
+    VKLOG_TRACE("[CAppPost::PostNormal] db exception: SID:%d, Table:%s, TryCnt=%d\n", sid, table,
+                printed_try_count(app, sid));
+    VKLOG_TRACE("[CAppPost::PostNormal] db exception: %d %s\r\n", e.errorCode(), e.errorMessage());
+    if (failures < kExceptionTries)
+    {
+        pause_ms(kExceptionRetryPauseMs);
+        return Outcome::kAgain;
+    }
+    failures = 0;
+    return Outcome::kDropped;
+}
+
+Outcome post_device(CAppPost& app, int sid, const std::string& table)
+{
+    VKLOG_TRACE("   %s...\n", table.c_str());
+    app.SendMsgToTray(0, 1);
+
+    int iqry = -1;
+    Outcome outcome = Outcome::kDropped;
+    try
+    {
+        outcome = post_row(app, sid, table.c_str(), iqry);
+    }
+    catch (const CppSQLite3Exception& e)
+    {
+        outcome = count_exception(app, sid, table.c_str(), e);
+    }
+    catch (...) // not the database's: this device waits for the next sweep
+    {
+    }
+    free_quietly(*app.pDb, iqry); // still open only after an exception
+    return outcome;
+}
+
+} // namespace
+
+std::string device_query(const char* table, int sid)
+{
+    return format_text("select s.Name,s.Note,s.Tag1,s.ASubSys,x.* from %s x"
+                       " left join tbSM s on s.SID=x.SID where x.SID=%d",
+                       table, sid);
+}
+
+CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buffer)
+{
+    CDeviceBody result;
+    DbDatabase& db = *app.pDb;
+    if (db.QryEof(iqry) || db.QryGetInt(iqry, "State") < 0)
+    {
+        return result;
+    }
+
+    CHead head = row_head(app, iqry, db.QryGetStr(iqry, "DateUpd"));
+    const auto known = app.m_mapSmName.find(head.sid);
+    if (known != app.m_mapSmName.end())
+    {
+        head.sname = known->second.c_str();
+    }
+    result.type = head.stype;
+
+    CBodyWriter body(buffer, CAppPost::kPostBufBytes);
+    body.Head(app.m_strFmt0, head);
+    append_columns(app, body, iqry, result.type, kFixedColumns, columns_end(app, iqry, table));
+    body.LogLeftOut(head.sid);
+
+    app.m_iPostRow = 0;
+    app.SendMsgToTray(0, 1);
+    result.due = true;
+    result.length = body.Position();
+    return result;
+}
+
+void append_extras(CAppPost& app, int sid, const char* table, CDeviceBody& body, char* buffer)
+{
+    const std::string section = format_text("POST.Ext.%d", body.type);
+    const auto end = app.m_ini.endKey(section);
+    for (auto key = app.m_ini.beginKey(section); key != end; ++key)
+    {
+        if ((*key).find(".flds") == std::string::npos)
+        {
+            const int first = app.m_ini.GetValue<int>(section, *key, 0);
+            body.length += app.PostExt(body.length, body.type, *key, first, buffer);
+        }
+    }
+
+    const std::string detail = app.m_ini.GetValue("POST.Master", table, "");
+    if (!detail.empty())
+    {
+        VKLOG_TRACE("   detail=%s\n", detail.c_str());
+        body.length += app.PostDetail(body.length, detail, sid, buffer);
+    }
+}
+
+void serve_requests(CAppPost& app, const char* function, int line)
+{
+    if (app.m_devCtrlupdSta == 1)
+    {
+        VKLOG_TRACE("%s %s line=%d m_devCtrlupdSta=%d \r\n", kSource, function, line,
+                    app.m_devCtrlupdSta.load());
+        app.PostMsgrecv();
+    }
+}
+
+void CAppPost::PostNormal()
+{
+    VKLOG_TRACE("PostNormal...\n");
+    pDb->Open(nullptr, -2);
+
+    for (auto device = m_mapSidTbl.begin(); device != m_mapSidTbl.end();)
+    {
+        const Outcome outcome = post_device(*this, device->first, device->second);
+        if (outcome != Outcome::kAgain)
+        {
+            ++device;
+        }
+        if (outcome == Outcome::kGivenUp)
+        {
+            continue; // on purpose without pause and service: the retries took long enough
+        }
+        pause_ms(kPassPauseMs);
+        serve_requests(*this, "PostNormal", kLinePostNormalServe);
+    }
+
+    pDb->Close();
+}

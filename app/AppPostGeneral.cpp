@@ -1,0 +1,98 @@
+// General tables: one body for each row, under a made-up SID and the time of the call.
+#include "app/AppInternal.h"
+
+#include "vkPub/vkLog.h"
+
+namespace
+{
+
+constexpr char kGeneralSection[] = "POST.General";
+constexpr int kFirstGeneralSid = 900;
+
+// What the bodies of one table have in common.
+struct GeneralTable
+{
+    int sid;
+    int type;
+    int firstColumn;
+    std::string name;
+    std::string stamp;
+};
+
+void post_row(CAppPost& app, const GeneralTable& table, int iqry, int row, int columns)
+{
+    CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
+    body.Head(app.m_strFmt0, {app.m_strDept.c_str(), table.sid, table.type, 0, table.name.c_str(),
+                              0, table.stamp.c_str(), app.GetState(0)});
+    append_columns(app, body, iqry, table.type, table.firstColumn, columns);
+    body.LogLeftOut(table.sid);
+
+    app.m_iPostRow = row;
+    app.DoPost(nullptr, nullptr);
+    app.pDb->QryNext(iqry);
+    app.SendMsgToTray(0, 1);
+}
+
+void post_rows(CAppPost& app, GeneralTable& table, const std::string& name, int iqry, int& columns)
+{
+    if (app.pDb->QryEof(iqry))
+    {
+        return;
+    }
+    columns = app.pDb->QryFldCount(iqry);
+    table.type = app.m_ini.GetValue<int>(kGeneralSection, name, 0);
+    table.firstColumn = app.m_ini.GetValue<int>(kGeneralSection, name + ".0", 1);
+    table.name = app.m_ini.GetValue(kGeneralSection, name + ".Name", "");
+    for (int row = 0; !app.pDb->QryEof(iqry); ++row)
+    {
+        post_row(app, table, iqry, row, columns);
+    }
+}
+
+// False when the table's query could not be started. columns keeps the column count of the last
+// table that was read.
+bool post_table(CAppPost& app, GeneralTable table, const std::string& name, int& columns)
+{
+    int iqry = -1;
+    try
+    {
+        app.pDb->Open(nullptr, -2);
+        iqry = query_with_retry(app, "select * from " + name);
+        if (iqry < 0)
+        {
+            VKLOG_TRACE("   iqryX=%d iflds=%d\n", iqry, columns);
+            return false;
+        }
+        post_rows(app, table, name, iqry, columns);
+        const int done = iqry;
+        iqry = -1;
+        app.pDb->QryFree(done);
+    }
+    catch (...) // without a message, on purpose: the table's remaining rows come next time
+    {
+    }
+    free_quietly(*app.pDb, iqry);
+    app.pDb->Close();
+    return true;
+}
+
+} // namespace
+
+void CAppPost::PostGeneral()
+{
+    VKLOG_TRACE("PostGeneral...\n");
+    const std::string stamp = local_time_stamp();
+    int columns = 0;
+    for (size_t i = 0; i < m_vGenTbls.size(); ++i)
+    {
+        const std::string& name = m_vGenTbls[i];
+        VKLOG_TRACE("   %s...\n", name.c_str());
+        const GeneralTable table{kFirstGeneralSid + static_cast<int>(i), 0, 0, "", stamp};
+        if (!post_table(*this, table, name, columns))
+        {
+            continue; // on purpose without Close, pause and service
+        }
+        pause_ms(kPassPauseMs);
+        serve_requests(*this, "PostGeneral", kLinePostGeneralServe);
+    }
+}

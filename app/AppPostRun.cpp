@@ -1,0 +1,125 @@
+// The main cycle: paces the sweep by Delay, puts an idle pass between two steps, rediscovers the
+// tables, serves requests ahead of the sweep and survives whatever a step throws.
+#include "app/AppPost.h"
+
+#include "app/AppInternal.h"
+#include "vkPub/vkLog.h"
+
+namespace
+{
+
+constexpr int kStepRequests = 5;
+constexpr int kLastSweepStep = 4;
+
+bool is_due(const CRunState& state, int delay_ms)
+{
+    return state.nowMs - state.lastSweepMs >= delay_ms;
+}
+
+void rediscover_when_counted(CAppPost& app, CRunState& state)
+{
+    if (app.m_iReTbls == 0 || ++state.reTblsCount <= app.m_iReTbls)
+    {
+        return;
+    }
+    state.reTblsCount = 0;
+    app.SendMsgToTray(0, 1);
+    app.GetTbls();
+    pause_ms(app.m_iDelay);
+}
+
+void run_sweep_step(CAppPost& app, CRunState& state)
+{
+    switch (state.nPostType)
+    {
+    case 0:
+        app.PostNormal();
+        state.passCount = 0;
+        break;
+    case 1:
+        app.PostGeneral();
+        break;
+    case 2:
+        app.PostDio();
+        break;
+    case 3:
+        app.PostCam();
+        break;
+    case 4:
+        app.PostOther();
+        break;
+    default:
+        break;
+    }
+}
+
+void advance(CRunState& state)
+{
+    ++state.nPostType;
+    if (state.passCount > 1)
+    {
+        state.passCount = 0;
+    }
+    if (state.nPostType > kLastSweepStep)
+    {
+        state.nPostType = 0;
+        state.lastSweepMs = state.nowMs; // the sweep is over, the wait for the next one begins
+    }
+}
+
+} // namespace
+
+void CAppPost::Run()
+{
+    SendMsgToTray(1, 1);
+    GetTbls();
+    for (CRunState state;;)
+    {
+        Run(state);
+    }
+}
+
+void CAppPost::Run(CRunState& state)
+try
+{
+    wall_clock_ms(state.nowMs);
+    ++state.passCount;
+    if (m_devCtrlupdSta == 1)
+    {
+        state.lastSweepMs = 0;
+        state.nPostType = kStepRequests;
+    }
+
+    if (!is_due(state, m_iDelay))
+    {
+        pause_ms(kPassPauseMs);
+        return;
+    }
+
+    rediscover_when_counted(*this, state);
+
+    if (state.nPostType != 0 && state.passCount < 2)
+    {
+        pause_ms(kPassPauseMs);
+        return;
+    }
+
+    if (state.nPostType == kStepRequests)
+    {
+        VKLOG_TRACE("%s %s line=%d nPostType=%d \r\n", __FILE__, __FUNCTION__, __LINE__,
+                    state.nPostType);
+        PostMsgrecv();
+    }
+    else
+    {
+        run_sweep_step(*this, state);
+    }
+    SendMsgToTray(0, 1);
+    advance(state);
+    pause_ms(kPassPauseMs);
+}
+catch (...)
+{
+    // The state stays as it was: the step that failed is tried again on the next pass.
+    VKLOG_TRACE("[CAppPost::Run] db exception\r\n");
+}

@@ -1,0 +1,63 @@
+// On-demand posting of one device, in a buffer of its own: a request may be served while the
+// sweep's body is half built.
+#include "app/AppInternal.h"
+
+#include <cstring>
+
+#include "vkPub/vkLog.h"
+
+namespace
+{
+
+void post_requested(CAppPost& app, int sid, const char* table, char* buffer, int& iqry)
+{
+    iqry = query_with_retry(app, device_query(table, sid));
+    if (iqry < 0)
+    {
+        VKLOG_TRACE("   iqryX=%d iSid=%d\n", iqry, sid);
+        return;
+    }
+    CDeviceBody body = compose_device(app, iqry, table, buffer);
+    app.pDb->QryFree(iqry);
+    iqry = -1;
+    if (body.due)
+    {
+        append_extras(app, sid, table, body, buffer);
+        app.DoPost(buffer, nullptr);
+        app.SendMsgToTray(0, 1);
+    }
+}
+
+} // namespace
+
+int CAppPost::PostNormal(int iSid, const char* stbl)
+{
+    static char sPostBuf[kPostBufBytes]; // main thread only, never used by two calls at once
+    if (stbl == nullptr)
+    {
+        VKLOG_TRACE("NULL = stbl,iSid=%d\n", iSid);
+        return -1;
+    }
+    VKLOG_TRACE("iSid=%d,PostNormal...\n", iSid);
+    std::memset(sPostBuf, 0, sizeof(sPostBuf));
+
+    pDb->Open(nullptr, -2);
+    VKLOG_TRACE("iSid=%d   %s...\n", iSid, stbl);
+    SendMsgToTray(0, 1);
+    int iqry = -1;
+    try
+    {
+        post_requested(*this, iSid, stbl, sPostBuf, iqry);
+    }
+    catch (const CppSQLite3Exception& e)
+    {
+        VKLOG_TRACE("[CAppPost::PostNormal] db exception: %d %s\r\n", e.errorCode(),
+                    e.errorMessage());
+    }
+    catch (...) // not the database's: the request is not repeated before its next pick-up
+    {
+    }
+    free_quietly(*pDb, iqry);
+    pDb->Close();
+    return 0;
+}

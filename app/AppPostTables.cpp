@@ -1,0 +1,283 @@
+// Discovery: which tables hold devices, which are general ones, which device lives in which table
+// under which name, which digital inputs and cameras there are. Reads only. Each phase has its
+// own tries and gives up on its own; the tray tick before each try shows that a waiting daemon is
+// alive.
+#include "app/AppInternal.h"
+
+#include "vkPub/vkLog.h"
+
+namespace
+{
+
+constexpr int kTries = 10;            // per phase, and per table when the SIDs are read
+constexpr int kNoQueryPauseMs = 5000; // after a query that could not be started
+constexpr int kFailedPauseMs = 10000; // after a try that failed otherwise
+
+enum class Try
+{
+    kDone,
+    kFailed,  // to be tried again after the long pause
+    kNoQuery, // the query could not be started: to be tried again after the short pause
+};
+
+// --- Tables and names ----------------------------------------------------------------------------
+
+void sort_table(CAppPost& app, const std::string& table)
+{
+    if (app.m_ini.GetValue<int>("POST.Detail", table, 0) >= 1)
+    {
+        VKLOG_TRACE("   %s...is detail\n", table.c_str());
+        return;
+    }
+    const bool general = app.m_ini.GetValue<int>("POST.General", table, 0) >= 1;
+    (general ? app.m_vGenTbls : app.m_vTbls).push_back(table);
+}
+
+void read_names(CAppPost& app, int& iqry)
+{
+    DbDatabase& db = *app.pDb;
+    iqry = db.QryExec("select SID,Name from tbSM", -1); // not tested: no query is an empty one
+    for (; !db.QryEof(iqry); db.QryNext(iqry))
+    {
+        const std::string name = db.QryGetStr(iqry, "Name");
+        const int sid = db.QryGetInt(iqry, "SID");
+        app.m_mapSmName[sid] = name;
+        VKLOG_TRACE("   sid,name=%d,%s\n", sid, name.c_str());
+    }
+    db.QryFree(iqry);
+    iqry = -1;
+}
+
+Try read_tables_and_names(CAppPost& app, int tryNumber, int& iqry)
+{
+    DbDatabase& db = *app.pDb;
+    iqry =
+        db.QryExec("select * from sqlite_master where type='table' and not name like 'tbSM%'", -1);
+    if (iqry < 0)
+    {
+        VKLOG_TRACE("[CAppPost::GetTbls] Read Tables: qryExec Error! iqry=%d, Try Count: %d\n",
+                    iqry, tryNumber);
+        return Try::kNoQuery;
+    }
+    for (; !db.QryEof(iqry); db.QryNext(iqry))
+    {
+        sort_table(app, db.QryGetStr(iqry, "name"));
+    }
+    db.QryFree(iqry);
+    iqry = -1;
+
+    read_names(app, iqry);
+    return Try::kDone;
+}
+
+Try try_tables(CAppPost& app, int tryNumber)
+{
+    app.m_vTbls.clear();
+    app.m_vGenTbls.clear();
+    app.m_mapSmName.clear();
+    app.SendMsgToTray(0, 1);
+
+    int iqry = -1;
+    try
+    {
+        if (read_tables_and_names(app, tryNumber, iqry) == Try::kNoQuery)
+        {
+            return Try::kNoQuery;
+        }
+    }
+    catch (const CppSQLite3Exception& e)
+    {
+        VKLOG_TRACE("[CAppPost::GetTbls] read tables exception: %d %s\r\n", e.errorCode(),
+                    e.errorMessage());
+    }
+    catch (...) // what was read so far decides below
+    {
+    }
+    free_quietly(*app.pDb, iqry);
+
+    if (!app.m_vTbls.empty() && !app.m_mapSmName.empty())
+    {
+        return Try::kDone;
+    }
+    VKLOG_TRACE("Read Tables Error! Try Count: %d\n", tryNumber);
+    return Try::kFailed;
+}
+
+// --- Rows of one SID list
+// --------------------------------------------------------------------------
+
+// What differs between the phases that read a list of SIDs row by row.
+struct SidReader
+{
+    std::string sql;
+    const char* what; // named in the line about a query that could not be started
+    bool saysFailed;  // whether a try that threw is logged as failed
+    void (*onRow)(CAppPost& app, int iqry, const std::string& table);
+    std::string table; // for onRow, where there is one
+};
+
+void log_no_query(const char* what, int iqry, int tryNumber)
+{
+    VKLOG_TRACE("[CAppPost::GetTbls] Read %s: qryExec Error! iqry=%d, Try Count: %d\n", what, iqry,
+                tryNumber);
+}
+
+Try try_sids(CAppPost& app, const SidReader& reader, int tryNumber)
+{
+    DbDatabase& db = *app.pDb;
+    app.SendMsgToTray(0, 1);
+    int iqry = -1;
+    try
+    {
+        iqry = db.QryExec(reader.sql.c_str(), -1);
+        if (iqry < 0)
+        {
+            log_no_query(reader.what, iqry, tryNumber);
+            return Try::kNoQuery;
+        }
+        for (; !db.QryEof(iqry); db.QryNext(iqry))
+        {
+            reader.onRow(app, iqry, reader.table);
+        }
+        db.QryFree(iqry);
+        return Try::kDone;
+    }
+    catch (const CppSQLite3Exception& e)
+    {
+        VKLOG_TRACE("[CAppPost::GetTbls] read sid exception: %d %s\r\n", e.errorCode(),
+                    e.errorMessage());
+    }
+    catch (...) // the try has failed, whoever threw
+    {
+    }
+    if (reader.saysFailed)
+    {
+        VKLOG_TRACE("Read Tables Error! Try Count: %d\n", tryNumber);
+    }
+    free_quietly(db, iqry);
+    return Try::kFailed;
+}
+
+void add_device(CAppPost& app, int iqry, const std::string& table)
+{
+    const int sid = app.pDb->QryGetInt(iqry, "SID");
+    // The look-up gives a SID that tbSM does not know an empty name.
+    VKLOG_TRACE("   table: sid,name,table=%d,%s,%s\n", sid, app.m_mapSmName[sid].c_str(),
+                table.c_str());
+    app.m_mapSidTbl[sid] = table; // a SID found in two tables stays with the later one
+    app.m_mapSidTry[sid] = 0;
+}
+
+void add_input(CAppPost& app, int iqry, const std::string&)
+{
+    const int sid = app.pDb->QryGetInt(iqry, "SID");
+    VKLOG_TRACE("   DI: sid,name=%d,%s\n", sid, app.pDb->QryGetStr(iqry, "Name"));
+    app.m_vDiSid.push_back(sid);
+    app.m_vDiTry.push_back(0);
+}
+
+void add_camera(CAppPost& app, int iqry, const std::string&)
+{
+    const int sid = app.pDb->QryGetInt(iqry, "SID");
+    VKLOG_TRACE("   Cam: sid,name=%d,%s\n", sid, app.pDb->QryGetStr(iqry, "Name"));
+    app.m_vCamSid.push_back(sid);
+    app.m_vCamTry.push_back(0);
+}
+
+// --- Phases
+// ------------------------------------------------------------------------------------------
+
+// Up to kTries tries with their pauses. attempt(n) makes try n, counted from 1.
+template <typename Attempt> void with_tries(CAppPost& app, Attempt attempt)
+{
+    for (int tryNumber = 1; tryNumber <= kTries; ++tryNumber)
+    {
+        const Try result = attempt(tryNumber);
+        if (result == Try::kDone)
+        {
+            return;
+        }
+        if (result == Try::kNoQuery)
+        {
+            pause_ms(kNoQueryPauseMs);
+            continue;
+        }
+        app.SendMsgToTray(0, 1);
+        pause_ms(kFailedPauseMs);
+    }
+}
+
+void discover_tables(CAppPost& app)
+{
+    with_tries(app, [&](int tryNumber) { return try_tables(app, tryNumber); });
+    publish_names(app);
+    VKLOG_TRACE("[CAppPost::GetTbls] table size: %d\n", static_cast<int>(app.m_vTbls.size()));
+}
+
+void discover_devices(CAppPost& app)
+{
+    VKLOG_TRACE("[CAppPost::GetTbls] Read SID with table name\n");
+    if (app.m_vTbls.empty())
+    {
+        return; // the devices of the last discovery stay
+    }
+    app.m_mapSidTbl.clear();
+    app.m_mapSidTry.clear();
+    for (const std::string& table : app.m_vTbls)
+    {
+        const SidReader reader{"select SID from " + table, "SID", true, add_device, table};
+        with_tries(app, [&](int tryNumber) { return try_sids(app, reader, tryNumber); });
+    }
+}
+
+void discover_inputs(CAppPost& app)
+{
+    VKLOG_TRACE("[CAppPost::GetTbls] Read DI\n");
+    const SidReader reader{"select s.Name,s.Note,s.Tag1,s.ASubSys,x.* from tbSubSysDetail x"
+                           " left join tbSM s on s.SID=x.SID where x.SID<>x.SIDD",
+                           "DI", true, add_input, ""};
+    with_tries(app,
+               [&](int tryNumber)
+               {
+                   app.m_vDiSid.clear();
+                   app.m_vDiTry.clear();
+                   return try_sids(app, reader, tryNumber);
+               });
+}
+
+void discover_cameras(CAppPost& app)
+{
+    VKLOG_TRACE("[CAppPost::GetTbls] Read Camera\n");
+    // The text names DI, and a try that threw is not logged as failed, both on purpose: these are
+    // the lines that log readers know.
+    const SidReader reader{"select * from tbSM where Kind=3072 and State=0 and DataMode=1", "DI",
+                           false, add_camera, ""};
+    with_tries(app,
+               [&](int tryNumber)
+               {
+                   app.m_vCamSid.clear();
+                   app.m_vCamTry.clear();
+                   return try_sids(app, reader, tryNumber);
+               });
+}
+
+} // namespace
+
+void publish_names(CAppPost& app)
+{
+    auto names = std::make_shared<const std::map<int, std::string>>(app.m_mapSmName);
+    std::atomic_store(&app.m_pAlmNames, std::move(names));
+}
+
+void CAppPost::GetTbls()
+{
+    VKLOG_TRACE("[CAppPost::GetTbls] Read Tables\n");
+    pDb->Open(nullptr, -2);
+
+    discover_tables(*this);
+    discover_devices(*this);
+    discover_inputs(*this);
+    discover_cameras(*this);
+
+    pDb->Close();
+}

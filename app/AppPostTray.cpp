@@ -1,0 +1,39 @@
+// Reports to the front panel's tray process over its message queue.
+#include "app/AppPost.h"
+
+#include <sys/msg.h>
+
+#include "app/AppInternal.h"
+
+namespace
+{
+
+constexpr long kTrayMessageType = 0x900B;
+
+// What msgsnd takes: the type, then 100 bytes, of which the receiver reads the first two numbers.
+struct TrayMessage
+{
+    long type;
+    long wParam;
+    long lParam;
+    char reserved[84];
+};
+constexpr size_t kTrayTextBytes = 100;
+static_assert(sizeof(TrayMessage) >= sizeof(long) + kTrayTextBytes, "msgsnd reads that much");
+
+} // namespace
+
+void CAppPost::SendMsgToTray(int wParam, int lParam)
+{
+    if (m_msgTrayid < 0)
+    {
+        m_msgTrayid = get_queue(kTrayQueueKey);
+        return; // this report is dropped; the next one finds the queue
+    }
+    static TrayMessage message; // main thread only; the reserved bytes stay zero
+    message.type = kTrayMessageType;
+    message.wParam = wParam;
+    message.lParam = lParam;
+    // The result is ignored on purpose: a report that cannot be queued is worth no waiting.
+    msgsnd(m_msgTrayid, &message, kTrayTextBytes, IPC_NOWAIT);
+}
