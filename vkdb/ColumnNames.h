@@ -1,0 +1,41 @@
+// The column names of one result, and the look-up of a column by its name.
+//
+// Owns copies of the names; they stay until the next Load. The look-up table is made at the first
+// Find of a result, so a Find costs one hash of the name and one comparison, whatever the number
+// of columns. One thread at a time.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace vkdb
+{
+
+class CColumnNames
+{
+public:
+    // Takes over the names of a statement's result.
+    void Load(sqlite3_stmt* pStmt);
+    void Clear();
+
+    int Count() const { return static_cast<int>(m_vStart.size()); }
+
+    // The name as SQLite reports it; the empty text beyond the result. Never null.
+    const char* Name(int iColumn) const;
+
+    // The first column of that name, or else the first that differs from it only in the case of
+    // its ASCII letters, as column names do in SQL. -1 when there is none.
+    int Find(const char* szName);
+
+private:
+    void BuildIndex();
+
+    std::string m_strNames;             // the names, each with its NUL
+    std::vector<std::size_t> m_vStart;  // per column: where its name begins
+    std::vector<std::uint16_t> m_vHash; // open addressing: column + 1, 0 is free; size 2^n
+};
+
+} // namespace vkdb

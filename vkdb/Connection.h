@@ -1,0 +1,67 @@
+// One SQLite connection to one database file.
+//
+// Owns the SQLite handle. Shared by the database object and the queries that run on it, so that a
+// connection that was given up (file replaced) stays until its last query is freed.
+// Failure: every operation throws CSqliteFailure.
+// Threads: SQLite's own locking of the connection is off; the database object's mutex guards it.
+// No cache is shared between connections.
+#pragma once
+
+#include "vkdb/Sqlite.h"
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace vkdb
+{
+
+enum class Access
+{
+    ReadWrite,
+    ReadOnly,
+    Repair // reads only, but may roll back what a crashed writer left behind
+};
+
+// Which file a path leads to: a file that is renamed over another one has another inode.
+struct CFileId
+{
+    dev_t dev;
+    ino_t ino;
+    bool operator==(const CFileId& other) const { return dev == other.dev && ino == other.ino; }
+};
+
+class CConnection
+{
+public:
+    // Opens the file, which must exist: none is ever created. Does not read it yet.
+    // nBusyMs: how long every later call waits for a lock of another process.
+    CConnection(const std::string& strPath, Access access, int nBusyMs);
+
+    // True when this connection can go on serving the path: it still leads to the same file,
+    // and the access is enough. False also when the file is gone.
+    bool Serves(const std::string& strPath, Access access) const;
+
+    // Reads the catalogue: fails when the file is no database or stays locked.
+    void CheckUsable();
+
+    // The first statement of the text; null when the text holds none.
+    CStatement Prepare(const char* szSql);
+
+    // Runs the text to its end. The result is the number of rows that its last statement changed.
+    int Exec(const char* szSql);
+
+    // Undoes a transaction that a caller began and did not end.
+    void Rollback();
+
+    Access GetAccess() const { return m_access; }
+    sqlite3* Handle() const { return m_db.get(); }
+
+private:
+    std::string m_strPath;
+    Access m_access;
+    CFileId m_id; // taken before opening: a file replaced meanwhile counts as replaced
+    CHandle m_db;
+};
+
+} // namespace vkdb

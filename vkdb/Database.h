@@ -1,0 +1,72 @@
+// The database object: one file, its units of work and its queries.
+//
+// Owned by the manager. Owns its queries and, with them, the connection, which is kept from one
+// unit of work to the next while the path leads to the same file. Between units of work it holds
+// no lock that keeps a reader or a writer out.
+//
+// Threads: independent of every other object; two objects share no lock. Operations of one object
+// may come from two threads, too: each runs under the object's mutex, and a unit of work with its
+// queries belongs to the thread that began it (Close of one thread leaves the other's queries
+// alone). One query is used by one thread. Reading a row takes no lock.
+//
+// Failure: a lock is waited for, up to the wait given to the constructor, in milliseconds. After
+// that, as for every passing obstacle, Open says false and QryExec -1; Exec and QryNext throw.
+// An obstacle that stays throws CppSQLite3Exception from QryExec, too, whether or not Open
+// was asked before, so that the reason gets known. Memory running out throws std::bad_alloc.
+#pragma once
+
+#include "db/DbInterface.h"
+#include "vkdb/Query.h"
+
+#include <array>
+#include <memory>
+#include <mutex>
+#include <string>
+
+namespace vkdb
+{
+
+class CDatabase final : public DbDatabase
+{
+public:
+    static constexpr int kQueries = 32; // query indexes of one object
+
+    // For the file at the path. CSqliteFailure when it cannot be opened; it is not read yet, so
+    // a file that is locked just now, or is no database, is for Open to tell.
+    CDatabase(std::string strPath, int nBusyMs);
+
+    bool Open(const char* path, int mode) override;
+    int Close() override; // 0
+    int Exec(const char* sql) override;
+
+    // An iqry of 0 or more takes that index; a query open under it is freed first.
+    int QryExec(const char* sql, int iqry) override;
+    bool QryEof(int iqry) override;
+    void QryNext(int iqry) override;
+    void QryFree(int iqry) override;
+    int QryFldCount(int iqry) override;
+    const char* QryFldName(int iqry, int iFld) override;
+    int QryGetIntAt(int iqry, int iFld) override;
+    int QryGetInt(int iqry, const char* fld) override;
+    const char* QryGetStrAt(int iqry, int iFld) override;
+    const char* QryGetStr(int iqry, const char* fld) override;
+
+private:
+    void Connect();
+    void ConnectForRepair();
+    bool IsRepairable(const CSqliteFailure& failure) const;
+    CQuery* OpenQuery(int iqry);
+    int PickIndex(int iqry) const;
+    int StartQuery(int iqry, const char* szSql);
+
+    const std::string m_strPath;
+    const int m_nBusyMs;
+
+    std::mutex m_mutex; // guards everything below, but for reading one's own query
+    std::string m_strTarget;
+    Access m_access = Access::ReadWrite;
+    std::shared_ptr<CConnection> m_conn; // null: not connected; goes before the mutex
+    std::array<CQuery, kQueries> m_aQuery;
+};
+
+} // namespace vkdb

@@ -1,0 +1,57 @@
+// Rows copied out of a running statement.
+//
+// Owns the copies: a cell's text stays in place until the next Append or Clear. Every cell is kept
+// both as SQLite's text of the value and as its integer, so reading one costs an index. One thread
+// at a time.
+#pragma once
+
+#include <sqlite3.h>
+
+#include <cstddef>
+#include <vector>
+
+namespace vkdb
+{
+
+class CRowBuffer
+{
+public:
+    // Empties the buffer for rows of nColumns columns; keeps a moderate amount of memory.
+    void Clear(std::size_t nColumns);
+
+    // Copies the statement's current row. False when memory ran out while SQLite converted it;
+    // the buffer then holds a part of the row and is of no use.
+    bool Append(sqlite3_stmt* pStmt);
+
+    std::size_t Rows() const { return m_nColumns == 0 ? 0 : m_vCell.size() / m_nColumns; }
+
+    // Memory that the rows take, in bytes.
+    std::size_t Bytes() const { return m_vText.size() + m_vCell.size() * sizeof(CCell); }
+
+    // The row and the column must exist.
+    int Int(std::size_t iRow, std::size_t iColumn) const { return Cell(iRow, iColumn).nValue; }
+    const char* Text(std::size_t iRow, std::size_t iColumn) const
+    {
+        return &m_vText[Cell(iRow, iColumn).iText];
+    }
+
+private:
+    struct CCell
+    {
+        std::size_t iText; // where its text begins in m_vText
+        int nValue;
+    };
+
+    const CCell& Cell(std::size_t iRow, std::size_t iColumn) const
+    {
+        return m_vCell[iRow * m_nColumns + iColumn];
+    }
+    std::size_t AddText(const char* pBegin, const char* pEnd);
+    std::size_t AddInteger(sqlite3_int64 nValue);
+
+    std::size_t m_nColumns = 0;
+    std::vector<CCell> m_vCell; // row after row
+    std::vector<char> m_vText;  // begins with the one empty text that all empty cells share
+};
+
+} // namespace vkdb

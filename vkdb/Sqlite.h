@@ -1,0 +1,68 @@
+// SQLite's handles with an owner each, and its errors as one value.
+//
+// A statement is owned by the query that runs it, a connection by CConnection; nothing else of the
+// library ends one. CSqliteFailure travels inside the library only: the database object turns it
+// into what its caller may see (a negative index, false, or CppSQLite3Exception).
+#pragma once
+
+#include "db/DbInterface.h"
+
+#include <sqlite3.h>
+
+#include <memory>
+#include <string>
+#include <utility>
+
+namespace vkdb
+{
+
+struct CFinalize
+{
+    void operator()(sqlite3_stmt* pStmt) const { sqlite3_finalize(pStmt); }
+};
+using CStatement = std::unique_ptr<sqlite3_stmt, CFinalize>;
+
+struct CCloseHandle
+{
+    void operator()(sqlite3* pDb) const { sqlite3_close(pDb); }
+};
+using CHandle = std::unique_ptr<sqlite3, CCloseHandle>;
+
+// What SQLite said when a call failed. Holds its own copy of the message.
+class CSqliteFailure
+{
+public:
+    CSqliteFailure(int nExtended, std::string strMessage)
+        : m_nExtended(nExtended), m_strMessage(std::move(strMessage))
+    {
+    }
+
+    // The last error of a connection; taken at once, the next call on it may replace the text.
+    static CSqliteFailure Of(sqlite3* pDb)
+    {
+        return {sqlite3_extended_errcode(pDb), sqlite3_errmsg(pDb)};
+    }
+
+    // The plain result code, without SQLite's finer distinctions.
+    int Code() const { return m_nExtended & 0xff; }
+
+    // True for an obstacle that goes away by itself, as another process ends its work.
+    bool IsPassing() const
+    {
+        const int nCode = Code();
+        return nCode == SQLITE_BUSY || nCode == SQLITE_LOCKED || nCode == SQLITE_PROTOCOL ||
+               nCode == SQLITE_SCHEMA;
+    }
+
+    // True when reading would first have to write: a crashed writer's journal to roll back, or
+    // the files beside a WAL database to make.
+    bool NeedsRepair() const { return Code() == SQLITE_READONLY || Code() == SQLITE_CANTOPEN; }
+
+    CppSQLite3Exception Exception() const { return {Code(), m_strMessage.c_str()}; }
+
+private:
+    int m_nExtended;
+    std::string m_strMessage;
+};
+
+} // namespace vkdb
