@@ -1,0 +1,38 @@
+// vkctl: the companion command. Composition only: each subcommand has its own files.
+
+#include <iostream>
+
+#include <CLI/CLI.hpp>
+
+#include "vkctl/CliError.h"
+#include "vkctl/RoomCommand.h"
+
+int main(int argc, char** argv)
+{
+    int exitStatus = 0;
+    CLI::App app("Companion of vkAppPost: try it, see what it sends, without any equipment.",
+                 "vkctl");
+    app.require_subcommand(1);
+    app.footer("\n'vkctl SUBCOMMAND --help' shows options and examples.\n"
+               "Exit status: 0 done, 1 could not be done, 64 command line not understood.");
+    vkctl::add_room_command(app, exitStatus);
+    try
+    {
+        app.parse(argc, argv);
+        return exitStatus;
+    }
+    catch (const CLI::ParseError& error)
+    {
+        return app.exit(error) == 0 ? 0 : vkctl::kExitUsage;
+    }
+    catch (const vkctl::CCliError& error)
+    {
+        std::cerr << "vkctl: " << error.what() << "\n";
+        return error.ExitStatus();
+    }
+    catch (const std::exception& error)
+    {
+        std::cerr << "vkctl: unexpected: " << error.what() << "\n";
+        return vkctl::kExitFailure;
+    }
+}
