@@ -10,7 +10,7 @@
 namespace
 {
 
-constexpr long kAgainNs = 5 * 1000 * 1000; // until the signal is sent again
+constexpr long kAgainNs = 5000000; // 5 ms until the signal is sent again
 
 std::atomic<bool> has_request_thread{false};
 pthread_t request_thread; // set before has_request_thread

@@ -159,6 +159,7 @@ void start_request_thread(CAppPost& app)
 
 } // namespace
 
+// NOLINTNEXTLINE(cppcoreguidelines-pro-type-member-init): m_szPostBuf is written before it is read
 CAppPost::CAppPost()
 {
     pthread_mutex_init(&m_mutex, nullptr);

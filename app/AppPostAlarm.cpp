@@ -22,11 +22,11 @@ constexpr int kTitledClass = 9; // its titles say more than its class
 // An alarm as the table has it, copied out before the query is freed.
 struct Alarm
 {
-    int did;
-    int sid;
-    int type;
-    bool cleared;
-    int mask;
+    int did = 0;
+    int sid = 0;
+    int type = 0;
+    bool cleared = false;
+    int mask = 0;
     std::string updated;
     std::string title;
     std::string image;

@@ -29,17 +29,17 @@ LoadFigures parse_load(const std::string& line)
 {
     LoadFigures load{};
     const char* at = line.c_str();
-    load.cpu1 = clamped(std::atof(at) * 100);
+    load.cpu1 = clamped(std::strtod(at, nullptr) * 100);
     const size_t second = line.find(' ');
     if (second == std::string::npos)
     {
         return load;
     }
-    load.cpu5 = clamped(std::atof(at + second) * 100);
+    load.cpu5 = clamped(std::strtod(at + second, nullptr) * 100);
     const size_t third = line.find(' ', second + 1);
     if (third != std::string::npos)
     {
-        load.cpu15 = clamped(std::atof(at + third) * 100);
+        load.cpu15 = clamped(std::strtod(at + third, nullptr) * 100);
     }
     return load;
 }

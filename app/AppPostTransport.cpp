@@ -284,6 +284,7 @@ int CAppPost::DoPost(const char* msg, const char* url)
     return result;
 }
 
+// The list is a copy on purpose: it owns the texts that name the transfers in the log.
 int CAppPost::DoPostEx(std::vector<std::string> urls, const char* msg)
 {
     if (urls.empty())
@@ -339,6 +340,7 @@ void CAppPost::initCurl(void* cm, const char* abuf, const char* url, void* userd
     set_limits(handle.get(), timeout);
     if (curl_multi_add_handle(cm, handle.get()) == CURLM_OK)
     {
-        handle.release(); // the multi handle has it until drain_messages takes it out
+        static_cast<void>(
+            handle.release()); // the multi handle has it until drain_messages takes it out
     }
 }
