@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "vkctl/CliError.h"
+#include "vkctl/ReceiveCommand.h"
 #include "vkctl/RoomCommand.h"
 
 int main(int argc, char** argv)
@@ -16,6 +17,7 @@ int main(int argc, char** argv)
     app.footer("\n'vkctl SUBCOMMAND --help' shows options and examples.\n"
                "Exit status: 0 done, 1 could not be done, 64 command line not understood.");
     vkctl::add_room_command(app, exitStatus);
+    vkctl::add_receive_command(app, exitStatus);
     try
     {
         app.parse(argc, argv);
