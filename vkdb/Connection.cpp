@@ -16,7 +16,7 @@ namespace
 std::optional<CFileId> file_id(const std::string& strPath)
 {
     struct stat st = {};
-    if (::stat(strPath.c_str(), &st) != 0)
+    if (::stat(strPath.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) // opening a FIFO would hang
     {
         return std::nullopt;
     }

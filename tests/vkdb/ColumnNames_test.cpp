@@ -1,0 +1,99 @@
+#include "vkdb/ColumnNames.h"
+
+#include "tests/vkdb/DbFile.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+class ColumnNamesTest : public testing::Test
+{
+protected:
+    void Load(const std::string& strSql)
+    {
+        sqlite3_stmt* pStmt = nullptr;
+        ASSERT_EQ(sqlite3_prepare_v2(m_memory.Handle(), strSql.c_str(), -1, &pStmt, nullptr), 0);
+        names.Load(pStmt);
+        sqlite3_finalize(pStmt);
+    }
+
+    vkdb::CColumnNames names;
+
+private:
+    CWriter m_memory{":memory:"};
+};
+
+TEST_F(ColumnNamesTest, AreThoseThatSqliteReports)
+{
+    Load("select 1 as SID, 2 as \"a b\", 3+4");
+    EXPECT_EQ(names.Count(), 3);
+    EXPECT_STREQ(names.Name(0), "SID");
+    EXPECT_STREQ(names.Name(1), "a b");
+    EXPECT_STREQ(names.Name(2), "3+4");
+}
+
+TEST_F(ColumnNamesTest, BeyondTheResultAreEmpty)
+{
+    Load("select 1 as SID");
+    EXPECT_STREQ(names.Name(-1), "");
+    EXPECT_STREQ(names.Name(1), "");
+}
+
+TEST_F(ColumnNamesTest, FindsByName)
+{
+    Load("select 1 as SID, 2 as Type, 3 as State");
+    EXPECT_EQ(names.Find("SID"), 0);
+    EXPECT_EQ(names.Find("State"), 2);
+    EXPECT_EQ(names.Find("Name"), -1);
+    EXPECT_EQ(names.Find(""), -1);
+}
+
+TEST_F(ColumnNamesTest, FindsTheFirstOfRepeatedNames)
+{
+    Load("select 1 as Name, 2 as SID, 3 as Name, 4 as SID");
+    EXPECT_EQ(names.Find("Name"), 0);
+    EXPECT_EQ(names.Find("SID"), 1);
+}
+
+TEST_F(ColumnNamesTest, MatchInAnyCase)
+{
+    Load("select 1 as SID, 2 as dateUpd");
+    EXPECT_EQ(names.Find("sid"), 0);
+    EXPECT_EQ(names.Find("DateUpd"), 1);
+}
+
+TEST_F(ColumnNamesTest, PreferTheExactCase)
+{
+    Load("select 1 as VAL, 2 as Val, 3 as val");
+    EXPECT_EQ(names.Find("val"), 2);
+    EXPECT_EQ(names.Find("Val"), 1);
+    EXPECT_EQ(names.Find("vAL"), 0);
+}
+
+TEST_F(ColumnNamesTest, ManyColumnsAreAllFound)
+{
+    std::string strSql = "select 0 as Fld0";
+    for (int i = 1; i < 1000; ++i)
+    {
+        strSql += "," + std::to_string(i) + " as Fld" + std::to_string(i);
+    }
+    Load(strSql);
+    for (int i = 0; i < 1000; ++i)
+    {
+        EXPECT_EQ(names.Find(("Fld" + std::to_string(i)).c_str()), i);
+    }
+    EXPECT_EQ(names.Find("Fld1000"), -1);
+}
+
+TEST_F(ColumnNamesTest, OfTheResultBeforeAreForgotten)
+{
+    Load("select 1 as SID, 2 as Type");
+    ASSERT_EQ(names.Find("Type"), 1);
+    Load("select 1 as Name");
+    EXPECT_EQ(names.Find("Type"), -1);
+    EXPECT_EQ(names.Find("Name"), 0);
+    EXPECT_EQ(names.Count(), 1);
+}
+
+} // namespace

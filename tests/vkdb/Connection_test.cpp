@@ -1,0 +1,159 @@
+#include "vkdb/Connection.h"
+
+#include "tests/vkdb/ChildProcess.h"
+#include "tests/vkdb/DbFile.h"
+
+#include <gtest/gtest.h>
+
+#include <sys/stat.h>
+
+#include <filesystem>
+
+using vkdb::Access;
+using vkdb::CConnection;
+
+namespace
+{
+
+// "code message" of the failure of a call.
+template <class Call> std::string failure_of(Call&& call)
+{
+    try
+    {
+        call();
+    }
+    catch (const vkdb::CSqliteFailure& failure)
+    {
+        const CppSQLite3Exception e = failure.Exception();
+        return std::to_string(e.errorCode()) + " " + e.errorMessage();
+    }
+    return "no failure";
+}
+
+TEST(ConnectionTest, MakesNoFile)
+{
+    const CDbFile file;
+    for (const Access access : {Access::ReadWrite, Access::ReadOnly, Access::Repair})
+    {
+        EXPECT_EQ(failure_of([&] { CConnection(file.Path(), access, 0); }),
+                  "14 unable to open database file");
+    }
+    EXPECT_FALSE(std::filesystem::exists(file.Path()));
+}
+
+TEST(ConnectionTest, OpensNothingButAFile)
+{
+    const CDbFile fifo;
+    ASSERT_EQ(::mkfifo(fifo.Path().c_str(), 0600), 0);
+    EXPECT_EQ(failure_of([&] { CConnection(fifo.Path(), Access::ReadOnly, 0); }),
+              "14 unable to open database file");
+    const std::string strDir = std::filesystem::temp_directory_path().string();
+    EXPECT_EQ(failure_of([&] { CConnection(strDir, Access::ReadOnly, 0); }),
+              "14 unable to open database file");
+    EXPECT_EQ(failure_of([] { CConnection("", Access::ReadOnly, 0); }),
+              "14 unable to open database file");
+    EXPECT_EQ(failure_of([] { CConnection(":memory:", Access::ReadWrite, 0); }),
+              "14 unable to open database file");
+}
+
+TEST(ConnectionTest, TakesAPathForAFileNameWhateverItLooksLike)
+{
+    const CDbFile dir;
+    const auto before = std::filesystem::current_path();
+    std::filesystem::current_path(std::filesystem::path(dir.Path()).parent_path());
+    CWriter("./file:x?mode=memory").Sql("create table t(a)");
+    EXPECT_NO_THROW(
+        CConnection("file:x?mode=memory", Access::ReadOnly, 0).Prepare("select a from t"));
+    std::filesystem::current_path(before);
+}
+
+TEST(ConnectionTest, OnlyReadsWhenReadOnly)
+{
+    const CDbFile file("create table t(a)");
+    CConnection conn(file.Path(), Access::ReadOnly, 0);
+    EXPECT_EQ(failure_of([&] { conn.Exec("insert into t values(1)"); }),
+              "8 attempt to write a readonly database");
+}
+
+TEST(ConnectionTest, OnlyReadsBeyondTheRepair)
+{
+    const CDbFile file("create table t(a)");
+    CConnection conn(file.Path(), Access::Repair, 0);
+    EXPECT_EQ(failure_of([&] { conn.Exec("insert into t values(1)"); }),
+              "8 attempt to write a readonly database");
+}
+
+TEST(ConnectionTest, IsNotUsableOnAFileThatIsNoDatabase)
+{
+    const CDbFile file;
+    file.Bytes(std::string(5000, 'x'));
+    CConnection conn(file.Path(), Access::ReadOnly, 0);
+    EXPECT_EQ(failure_of([&] { conn.CheckUsable(); }), "26 file is not a database");
+}
+
+TEST(ConnectionTest, IsNotUsableWhileTheFileIsLocked)
+{
+    const CDbFile file("create table t(a)");
+    CConnection conn(file.Path(), Access::ReadOnly, 0);
+    CWriter writer(file.Path());
+    writer.Sql("begin exclusive");
+    EXPECT_EQ(failure_of([&] { conn.CheckUsable(); }), "5 database is locked");
+    writer.Sql("commit");
+    EXPECT_EQ(failure_of([&] { conn.CheckUsable(); }), "no failure");
+}
+
+TEST(ConnectionTest, ServesItsFileAndAccessOnly)
+{
+    const CDbFile file("create table t(a)");
+    const CDbFile other("create table t(a)");
+    const CConnection conn(file.Path(), Access::ReadOnly, 0);
+    EXPECT_TRUE(conn.Serves(file.Path(), Access::ReadOnly));
+    EXPECT_FALSE(conn.Serves(file.Path(), Access::ReadWrite));
+    EXPECT_FALSE(conn.Serves(other.Path(), Access::ReadOnly));
+}
+
+TEST(ConnectionTest, DoesNotServeAFileThatWasReplacedOrRemoved)
+{
+    const CDbFile file("create table t(a)");
+    const CConnection conn(file.Path(), Access::ReadOnly, 0);
+    file.Replace("create table t(a)");
+    EXPECT_FALSE(conn.Serves(file.Path(), Access::ReadOnly));
+    std::filesystem::remove(file.Path());
+    EXPECT_FALSE(conn.Serves(file.Path(), Access::ReadOnly));
+}
+
+TEST(ConnectionTest, CountsTheRowsOfItsLastStatement)
+{
+    const CDbFile file("create table t(a); insert into t values(1),(2),(3)");
+    CConnection conn(file.Path(), Access::ReadWrite, 0);
+    EXPECT_EQ(conn.Exec("update t set a=0 where a>1"), 2);
+    EXPECT_EQ(conn.Exec("update t set a=0 where a>1"), 0);
+    EXPECT_EQ(conn.Exec("create table u(a)"), 0);
+}
+
+// The child is killed, as it were, in the middle of a transaction that has reached the disk.
+int crash_while_writing(const std::string& strPath)
+{
+    return run_in_child(
+        [&]
+        {
+            CWriter writer(strPath);
+            writer.Sql("begin; update t set a=-1");
+            return sqlite3_db_cacheflush(writer.Handle()) == SQLITE_OK ? (::_exit(0), 0) : 1;
+        });
+}
+
+TEST(ConnectionTest, RepairRollsBackWhatACrashedWriterLeft)
+{
+    const CDbFile file("create table t(a); insert into t values(7)");
+    ASSERT_EQ(crash_while_writing(file.Path()), 0);
+    CConnection reader(file.Path(), Access::ReadOnly, 0);
+    const std::string strFailure = failure_of([&] { reader.CheckUsable(); });
+    EXPECT_EQ(strFailure, "8 attempt to write a readonly database");
+
+    CConnection(file.Path(), Access::Repair, 0).CheckUsable();
+    EXPECT_EQ(failure_of([&] { reader.CheckUsable(); }), "no failure");
+    EXPECT_EQ(CWriter(file.Path()).Value("select a from t"), 7);
+}
+
+} // namespace

@@ -1,0 +1,127 @@
+// The built library as a host sees it: loaded at run time, with symbols kept to itself.
+#include "db/DbInterface.h"
+#include "tests/vkdb/DbFile.h"
+
+#include <gmock/gmock.h>
+
+#include <dlfcn.h>
+
+#include <array>
+#include <cstdio>
+#include <cstring>
+
+namespace
+{
+
+class ExportsTest : public testing::Test
+{
+protected:
+    void SetUp() override
+    {
+        m_pLib = ::dlopen(VKDB_LIBRARY, RTLD_NOW | RTLD_LOCAL);
+        ASSERT_NE(m_pLib, nullptr) << ::dlerror();
+        getManager = Symbol<DbManager* (*)()>("GetDbManager");
+        freeManager = Symbol<void (*)()>("FreeDbManager");
+    }
+    void TearDown() override
+    {
+        freeManager();
+        ::dlclose(m_pLib);
+    }
+
+    DbManager* (*getManager)() = nullptr;
+    void (*freeManager)() = nullptr;
+
+private:
+    template <class Function> Function Symbol(const char* szName)
+    {
+        void* pSymbol = ::dlsym(m_pLib, szName);
+        EXPECT_NE(pSymbol, nullptr) << szName;
+        Function function = nullptr;
+        static_assert(sizeof(function) == sizeof(pSymbol));
+        std::memcpy(&function, &pSymbol, sizeof(function));
+        return function;
+    }
+
+    void* m_pLib = nullptr;
+};
+
+TEST_F(ExportsTest, GiveOneManager)
+{
+    DbManager* pManager = getManager();
+    ASSERT_NE(pManager, nullptr);
+    EXPECT_EQ(getManager(), pManager);
+}
+
+TEST_F(ExportsTest, FreeIsHarmlessWithoutAManager)
+{
+    freeManager();
+    freeManager();
+}
+
+TEST_F(ExportsTest, GiveAManagerAgainAfterFree)
+{
+    const CDbFile file("create table t(a); insert into t values(7)");
+    for (int i = 0; i < 3; ++i)
+    {
+        DbDatabase* pDb = getManager()->OpenDb(file.Path().c_str(), 0);
+        ASSERT_NE(pDb, nullptr);
+        EXPECT_TRUE(pDb->Open(nullptr, 0));
+        EXPECT_EQ(read_rows(*pDb, "select a from t"), std::vector<std::string>{"7"});
+        freeManager();
+        freeManager();
+    }
+}
+
+TEST_F(ExportsTest, ExceptionIsCaughtByReferenceInTheHost)
+{
+    const CDbFile file("create table t(a)");
+    DbDatabase* pDb = getManager()->OpenDb(file.Path().c_str(), 0);
+    ASSERT_TRUE(pDb->Open(nullptr, -2));
+    EXPECT_EQ(thrown_by([&] { pDb->QryExec("select a from missing", -1); }),
+              "1 no such table: missing");
+    EXPECT_EQ(thrown_by([&] { pDb->Exec("insert into t values(1)"); }),
+              "8 attempt to write a readonly database");
+}
+
+TEST_F(ExportsTest, ExceptionOutlivesTheManager)
+{
+    const CDbFile file("create table t(a)");
+    CppSQLite3Exception kept(0, "");
+    try
+    {
+        getManager()->OpenDb(file.Path().c_str(), 0)->QryExec("select a from missing", -1);
+    }
+    catch (CppSQLite3Exception& e)
+    {
+        kept = e;
+    }
+    freeManager();
+    EXPECT_EQ(kept.errorCode(), 1);
+    EXPECT_STREQ(kept.errorMessage(), "no such table: missing");
+}
+
+// Names of the dynamic symbols that a shared object defines, as "kind name".
+std::vector<std::string> defined_symbols(const std::string& strPath)
+{
+    const std::string strCommand = "nm -D --defined-only -f posix '" + strPath + "'";
+    std::vector<std::string> found;
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(strCommand.c_str(), "r"), ::pclose);
+    std::array<char, 512> aName = {};
+    char cKind = 0;
+    while (pipe && std::fscanf(pipe.get(), "%511s %c%*[^\n]", aName.data(), &cKind) == 2)
+    {
+        found.push_back(std::string(1, cKind) + " " + aName.data());
+    }
+    return found;
+}
+
+TEST(ExportsSymbolsTest, AreTheTwoFunctionsAndTheTypeOfTheException)
+{
+    EXPECT_THAT(defined_symbols(VKDB_LIBRARY),
+                testing::UnorderedElementsAre("T GetDbManager", "T FreeDbManager",
+                                              "V _ZTI19CppSQLite3Exception",
+                                              "V _ZTS19CppSQLite3Exception"));
+}
+
+} // namespace

@@ -1,0 +1,76 @@
+#include "vkdb/Manager.h"
+
+#include "tests/vkdb/DbFile.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+TEST(ManagerTest, MakesAnObjectForAFile)
+{
+    const CDbFile file("create table t(a); insert into t values(7)");
+    vkdb::CManager manager(0);
+    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(pDb, nullptr);
+    EXPECT_TRUE(pDb->Open(nullptr, 0));
+    EXPECT_EQ(read_rows(*pDb, "select a from t"), std::vector<std::string>{"7"});
+}
+
+TEST(ManagerTest, HasNoObjectForAMissingFile)
+{
+    const CDbFile file;
+    vkdb::CManager manager(0);
+    EXPECT_EQ(manager.OpenDb(file.Path().c_str(), 0), nullptr);
+    EXPECT_EQ(manager.OpenDb("", 0), nullptr);
+    EXPECT_EQ(manager.OpenDb(nullptr, 0), nullptr);
+}
+
+// A lock held just when the host starts must not cost it the database for good.
+TEST(ManagerTest, MakesAnObjectForALockedFile)
+{
+    const CDbFile file("create table t(a)");
+    CWriter writer(file.Path());
+    writer.Sql("begin exclusive");
+    vkdb::CManager manager(0);
+    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(pDb, nullptr);
+    EXPECT_FALSE(pDb->Open(nullptr, 0));
+    writer.Sql("commit");
+    EXPECT_TRUE(pDb->Open(nullptr, 0));
+}
+
+TEST(ManagerTest, LeavesItToOpenToTellAFileThatIsNoDatabase)
+{
+    const CDbFile file;
+    file.Bytes(std::string(5000, 'x'));
+    vkdb::CManager manager(0);
+    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(pDb, nullptr);
+    EXPECT_FALSE(pDb->Open(nullptr, 0));
+}
+
+TEST(ManagerTest, GivesTwoObjectsForOneFile)
+{
+    const CDbFile file("create table t(a)");
+    vkdb::CManager manager(0);
+    DbDatabase* pFirst = manager.OpenDb(file.Path().c_str(), 0);
+    DbDatabase* pSecond = manager.OpenDb(file.Path().c_str(), 0);
+    EXPECT_NE(pFirst, pSecond);
+    EXPECT_TRUE(pFirst->Open(nullptr, 0));
+    EXPECT_TRUE(pSecond->Open(nullptr, -2));
+}
+
+TEST(ManagerTest, ReleasesItsDatabasesWithQueriesOpen)
+{
+    const CDbFile file("create table t(a); insert into t values(7)");
+    {
+        vkdb::CManager manager(0);
+        DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+        ASSERT_TRUE(pDb->Open(nullptr, 0));
+        ASSERT_GE(pDb->QryExec("select a from t", -1), 0);
+    }
+    CWriter(file.Path()).Sql("begin exclusive; update t set a=8; commit");
+}
+
+} // namespace
