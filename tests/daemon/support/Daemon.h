@@ -1,0 +1,43 @@
+// A vkAppPost process.
+//
+// Owns the process: whoever holds this ends it, at the latest by its destructor. Its standard
+// output and error go to files in its directory.
+#pragma once
+
+#include <map>
+#include <string>
+#include <sys/types.h>
+
+class CDaemon
+{
+public:
+    CDaemon() = default;
+    ~CDaemon() { Kill(); }
+    CDaemon(const CDaemon&) = delete;
+    CDaemon& operator=(const CDaemon&) = delete;
+
+    // Set before Start, beside the test's own environment. An empty value unsets the variable.
+    void Env(const std::string& name, const std::string& value) { m_env[name] = value; }
+
+    // Throws std::runtime_error when there is no process to be had.
+    void Start(const std::string& dir);
+
+    pid_t Pid() const { return m_pid; }
+    void Signal(int sig) const;
+    bool IsRunning(); // false also before Start
+
+    // Waits until it has ended by itself: its exit status, 1000 plus the signal that ended it, or
+    // -1 when it still runs at the deadline.
+    int WaitExit();
+
+    void Kill(); // SIGKILL, and its end is waited for; nothing when it does not run
+
+    std::string Stdout() const;
+    std::string Stderr() const;
+
+private:
+    std::map<std::string, std::string> m_env;
+    std::string m_strDir;
+    pid_t m_pid = -1;
+    int m_status = -1; // as WaitExit returns it; -1 while it runs
+};
