@@ -3,7 +3,9 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <optional>
+#include <thread>
 
 namespace vkdb
 {
@@ -57,11 +59,28 @@ CHandle open_handle(const std::string& strPath, Access access)
 
 } // namespace
 
+int CLockWait::OnBusy(void* pThis, int nCalls)
+{
+    constexpr int kLongestPauseMs = 5;
+    auto& wait = *static_cast<CLockWait*>(pThis);
+    const auto now = std::chrono::steady_clock::now();
+    if (nCalls == 0)
+    {
+        wait.m_begin = now;
+    }
+    if (now - wait.m_begin >= wait.m_max)
+    {
+        return 0;
+    }
+    std::this_thread::sleep_for(std::chrono::milliseconds(std::min(1 + nCalls, kLongestPauseMs)));
+    return 1;
+}
+
 CConnection::CConnection(const std::string& strPath, Access access, int nBusyMs)
-    : m_strPath(strPath), m_access(access), m_id(existing_file(strPath)),
+    : m_strPath(strPath), m_access(access), m_id(existing_file(strPath)), m_wait(nBusyMs),
       m_db(open_handle(strPath, access))
 {
-    sqlite3_busy_timeout(m_db.get(), nBusyMs);
+    m_wait.Attach(m_db.get());
     if (access == Access::Repair)
     {
         // Beyond the repair this connection is a reader: statements cannot write, and going away

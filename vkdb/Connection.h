@@ -11,6 +11,7 @@
 
 #include <sys/types.h>
 
+#include <chrono>
 #include <string>
 
 namespace vkdb
@@ -31,12 +32,32 @@ struct CFileId
     bool operator==(const CFileId& other) const { return dev == other.dev && ino == other.ino; }
 };
 
+// Waiting for a lock of another process, as SQLite's own waiting does, but asking every few
+// milliseconds until the end: beside a writer that hardly ever pauses, who asks rarely gets
+// nothing. The wait is measured by the clock.
+class CLockWait
+{
+public:
+    explicit CLockWait(int nMaxMs) : m_max(nMaxMs) {}
+
+    // SQLite's busy handler for the connection; this object must outlive the handle.
+    void Attach(sqlite3* pDb) { sqlite3_busy_handler(pDb, &CLockWait::OnBusy, this); }
+
+private:
+    static int OnBusy(void* pThis, int nCalls); // 0: give up
+
+    std::chrono::milliseconds m_max;
+    std::chrono::steady_clock::time_point m_begin; // of the wait under way
+};
+
 class CConnection
 {
 public:
     // Opens the file, which must exist: none is ever created. Does not read it yet.
     // nBusyMs: how long every later call waits for a lock of another process.
     CConnection(const std::string& strPath, Access access, int nBusyMs);
+    CConnection(const CConnection&) = delete; // the handle points to its CLockWait
+    CConnection& operator=(const CConnection&) = delete;
 
     // True when this connection can go on serving the path: it still leads to the same file,
     // and the access is enough. False also when the file is gone.
@@ -61,6 +82,7 @@ private:
     std::string m_strPath;
     Access m_access;
     CFileId m_id; // taken before opening: a file replaced meanwhile counts as replaced
+    CLockWait m_wait;
     CHandle m_db;
 };
 

@@ -102,6 +102,18 @@ TEST(ConnectionTest, IsNotUsableWhileTheFileIsLocked)
     EXPECT_EQ(failure_of([&] { conn.CheckUsable(); }), "no failure");
 }
 
+TEST(ConnectionTest, StopsWaitingForALock)
+{
+    const CDbFile file("create table t(a)");
+    CWriter writer(file.Path());
+    writer.Sql("begin exclusive");
+    CConnection conn(file.Path(), Access::ReadOnly, 1);
+    for (int i = 0; i < 3; ++i)
+    {
+        EXPECT_EQ(failure_of([&] { conn.CheckUsable(); }), "5 database is locked");
+    }
+}
+
 TEST(ConnectionTest, ServesItsFileAndAccessOnly)
 {
     const CDbFile file("create table t(a)");
