@@ -1,4 +1,5 @@
-// The diagnostic log: one statement, VKLOG_TRACE, and the two sinks behind it.
+// The diagnostic log: one statement, VKLOG_TRACE, and the two sinks behind it. Below it the
+// profile-string functions, which read and write single keys of an INI file.
 //
 // The environment variable VKLOG is read at every message: "Printf" or "vkapppost" sends the
 // message to standard output, "ExpLog" to the log file under that tag, everything else (unset
@@ -58,3 +59,55 @@ inline const char* vklog_file_tag()
             trace_console_vkapppost(__VA_ARGS__);                                                  \
         }                                                                                          \
     } while (false)
+
+// --- Profile strings ------------------------------------------------------------------------
+//
+// Single keys of an INI file, read and written straight on its text:
+//
+//     [section]
+//     ;a comment, with ";" in the first column
+//     key=value
+//
+// No blanks are trimmed: "key =v" has the key "key ". A name in the file matches when it is the
+// beginning of the name asked for, or equal to it, and the first match counts: asking for Url1
+// finds a line "Url=x" that comes before. A byte 0xFF ends a file early. Files reach up to
+// MAX_FILE_SIZE - 1 bytes.
+//
+// Bad arguments are errors of the caller and end the process, in every kind of build, with the
+// assertion that was broken. A missing file is none. Nothing is kept between calls; the working
+// images live on the heap, so a thread with a small stack may call. Two callers that write the
+// same file at once are not kept apart.
+
+constexpr int MAX_FILE_SIZE = 1048576;
+
+// Reads a file into buf (MAX_FILE_SIZE bytes long) and ends it with a NUL; *file_size is the
+// number of bytes read. 1, or 0 when the file cannot be opened (*file_size is 0 then). A file of
+// MAX_FILE_SIZE bytes or more breaks the assertion "i < MAX_FILE_SIZE".
+int load_ini_file(const char* file, char* buf, int* file_size);
+
+// Finds a key in an image: 1 when it was found, else 0. The positions are indexes into the image,
+// -1 where nothing was found: sec_s the section's name, sec_e its body, key_s and key_e the first
+// and last byte of the key, value_s the value, value_e the line's end. The section's positions are
+// set also when only the key is missing.
+int parse_file(const char* section, const char* key, const char* buf, int* sec_s, int* sec_e,
+               int* key_s, int* key_e, int* value_s, int* value_e);
+
+// Copies the key's value, cut to size - 1 bytes and terminated: 1. When the key is missing, copies
+// default_value (unless null) as strncpy does, without NUL when it fills size: 0.
+int read_profile_string(const char* section, const char* key, char* value, int size,
+                        const char* default_value, const char* file);
+
+// The key's value as a decimal number, 0 when it does not begin with one; default_value when the
+// key is missing.
+int read_profile_int(const char* section, const char* key, int default_value, const char* file);
+
+// Sets the key's value and rewrites the file, which is made when it is missing: 1. A new key comes
+// first in its section; on purpose the text behind it then passes through a printf format without
+// arguments: "%%" becomes "%", numbers read 0, texts read empty. 0 when the file cannot be written
+// or the new text would exceed MAX_FILE_SIZE - 1 bytes; the file is left alone in that case.
+int write_profile_string(const char* section, const char* key, const char* value, const char* file);
+
+int newline(char c);       // 1 for a line feed or carriage return, else 0
+int end_of_string(char c); // 1 for NUL
+int left_barce(char c);    // 1 for "["
+int isright_brace(char c); // 1 for "]"
