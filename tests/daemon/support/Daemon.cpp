@@ -44,9 +44,10 @@ void CDaemon::Start(const std::string& dir)
     }
 
     prctl(PR_SET_PDEATHSIG, SIGKILL); // no daemon outlives its test
+    unsetenv("VKLOG");                // whatever the developer's shell has
     for (const auto& [name, value] : m_env)
     {
-        value.empty() ? unsetenv(name.c_str()) : setenv(name.c_str(), value.c_str(), 1);
+        setenv(name.c_str(), value.c_str(), 1);
     }
     redirect(STDOUT_FILENO, dir + "/stdout");
     redirect(STDERR_FILENO, dir + "/stderr");

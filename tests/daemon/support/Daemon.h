@@ -16,7 +16,7 @@ public:
     CDaemon(const CDaemon&) = delete;
     CDaemon& operator=(const CDaemon&) = delete;
 
-    // Set before Start, beside the test's own environment. An empty value unsets the variable.
+    // Set before Start, beside the test's own environment.
     void Env(const std::string& name, const std::string& value) { m_env[name] = value; }
 
     // Throws std::runtime_error when there is no process to be had.

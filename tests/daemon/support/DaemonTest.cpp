@@ -26,7 +26,6 @@ DaemonTest::DaemonTest()
     host.Post("Url", receiver.Url());
     host.Post("Delay", "100000000"); // ms, more than a day
     host.UseLibrary(VK_DBLIB);
-    daemon.Env("VKLOG", "");
 }
 
 DaemonTest::~DaemonTest() = default;

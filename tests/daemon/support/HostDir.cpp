@@ -152,6 +152,22 @@ void CHostDir::Alarm(int did, int sid, const std::string& title, int alm, int ty
            sql_text(title) + ",0,null,null)");
 }
 
+CDbLock::CDbLock(const std::string& path)
+{
+    Db db = open_db(path);
+    if (sqlite3_exec(db.get(), "begin exclusive", nullptr, nullptr, nullptr) != SQLITE_OK)
+    {
+        throw std::runtime_error(path + " cannot be locked");
+    }
+    m_db = db.release();
+}
+
+void CDbLock::Release()
+{
+    sqlite3_close(m_db); // rolls back
+    m_db = nullptr;
+}
+
 std::string sql_text(const std::string& text)
 {
     std::string literal = "'";

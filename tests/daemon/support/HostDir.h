@@ -8,6 +8,8 @@
 #include <map>
 #include <string>
 
+struct sqlite3;
+
 class CHostDir
 {
 public:
@@ -55,6 +57,21 @@ public:
 private:
     std::string m_strPath;
     std::map<std::string, std::map<std::string, std::string>> m_ini;
+};
+
+// Another process of the host that keeps a database file to itself, until Release or its end.
+class CDbLock
+{
+public:
+    explicit CDbLock(const std::string& path);
+    ~CDbLock() { Release(); }
+    CDbLock(const CDbLock&) = delete;
+    CDbLock& operator=(const CDbLock&) = delete;
+
+    void Release();
+
+private:
+    sqlite3* m_db = nullptr;
 };
 
 constexpr char kDevice7Body[] = "suid=xxx&sid=7&stype=5&stag1=3&sname=Dev7&subsys=2"

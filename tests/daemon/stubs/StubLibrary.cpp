@@ -1,0 +1,59 @@
+// Database libraries that are no use, built several times with different macros:
+//   STUB_MANAGER   GetDbManager is there; 0: it returns null, 1: a manager
+//   STUB_RELEASE   FreeDbManager is there; each call leaves a letter in the file "released"
+//   STUB_DATABASE  what the manager opens; 0: null, 1: a database that cannot be used
+#include <cstdio>
+
+#include "db/DbInterface.h"
+
+namespace
+{
+
+class CUselessDatabase final : public DbDatabase
+{
+public:
+    bool Open(const char*, int) override { return false; }
+    int Close() override { return 0; }
+    int Exec(const char*) override { return 0; }
+    int QryExec(const char*, int) override { return -1; }
+    bool QryEof(int) override { return true; }
+    void QryNext(int) override {}
+    void QryFree(int) override {}
+    int QryFldCount(int) override { return 0; }
+    const char* QryFldName(int, int) override { return ""; }
+    int QryGetIntAt(int, int) override { return 0; }
+    int QryGetInt(int, const char*) override { return 0; }
+    const char* QryGetStrAt(int, int) override { return ""; }
+    const char* QryGetStr(int, const char*) override { return ""; }
+};
+
+class CUselessManager final : public DbManager
+{
+public:
+    DbDatabase* OpenDb(const char*, int) override { return STUB_DATABASE ? &m_database : nullptr; }
+
+private:
+    CUselessDatabase m_database;
+};
+
+[[maybe_unused]] CUselessManager manager;
+
+} // namespace
+
+#ifdef STUB_MANAGER
+DbManager* GetDbManager()
+{
+    return STUB_MANAGER ? &manager : nullptr;
+}
+#endif
+
+#ifdef STUB_RELEASE
+void FreeDbManager()
+{
+    if (FILE* file = std::fopen("released", "ae"))
+    {
+        std::fputc('r', file);
+        std::fclose(file);
+    }
+}
+#endif
