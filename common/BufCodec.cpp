@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <cstring>
 
+#include "common/Crc.h"
+
 namespace
 {
 
@@ -12,12 +14,6 @@ uint32_t bits_of(float value)
     uint32_t bits = 0;
     std::memcpy(&bits, &value, sizeof(bits));
     return bits;
-}
-
-// One bit of a CRC that goes most significant bit first.
-template <typename T> T shift_up(T crc, T top, T polynomial)
-{
-    return static_cast<T>((crc & top) != 0 ? crc << 1 ^ polynomial : crc << 1);
 }
 
 } // namespace
@@ -129,44 +125,17 @@ unsigned char CBufHelper::Xor(const unsigned char* buf, int length)
 
 unsigned short CBufHelper::crc16(unsigned char* buf, unsigned char length)
 {
-    unsigned int crc = 0xFFFF;
-    for (int i = 0; i < length; ++i)
-    {
-        crc ^= buf[i];
-        for (int bit = 0; bit < 8; ++bit)
-        {
-            crc = (crc & 1U) != 0 ? crc >> 1 ^ 0xA001U : crc >> 1;
-        }
-    }
-    return static_cast<unsigned short>(crc);
+    return crc16_modbus(buf, length);
 }
 
 unsigned short CBufHelper::crc16x(unsigned char* buf, unsigned char length)
 {
-    uint16_t crc = 0;
-    for (int i = 0; i < length; ++i)
-    {
-        crc = static_cast<uint16_t>(crc ^ buf[i] << 8);
-        for (int bit = 0; bit < 8; ++bit)
-        {
-            crc = shift_up<uint16_t>(crc, 0x8000, 0x1021);
-        }
-    }
-    return crc;
+    return crc16_xmodem(buf, length);
 }
 
 unsigned int CBufHelper::crc32_mpeg_2(unsigned char* buf, unsigned long length)
 {
-    uint32_t crc = 0xFFFFFFFF;
-    for (unsigned long i = 0; i < length; ++i)
-    {
-        crc ^= static_cast<uint32_t>(buf[i]) << 24;
-        for (int bit = 0; bit < 8; ++bit)
-        {
-            crc = shift_up<uint32_t>(crc, 0x80000000U, 0x04C11DB7U);
-        }
-    }
-    return crc;
+    return crc32_mpeg2(buf, length);
 }
 
 unsigned char CBufHelper::BCD2HEX(unsigned char b)

@@ -5,6 +5,8 @@
 #include <cstdio>
 #include <cstring>
 
+#include "common/Crc.h"
+
 namespace
 {
 
@@ -39,12 +41,11 @@ template <typename Char> Char* put_ascii(Char* out, const unsigned char* bytes, 
     return out;
 }
 
-// Appends the CRC of the first length bytes, low byte first. The CRC counts 255 bytes at most:
-// of a longer frame it covers what is left of the length in eight bits.
+// Appends the CRC of the first length bytes, low byte first. Not by CBufHelper::crc16, whose
+// length ends at 255: a frame may carry more.
 int put_crc(unsigned char* buf, int length)
 {
-    CBufHelper::wdToBufLH(buf + length,
-                          CBufHelper::crc16(buf, static_cast<unsigned char>(length & 0xFF)));
+    CBufHelper::wdToBufLH(buf + length, crc16_modbus(buf, static_cast<size_t>(length)));
     return length + 2;
 }
 
@@ -157,7 +158,7 @@ int CBufHelper::ModBusAscii2Rtu(const char* ascii, unsigned char* rtu, unsigned 
     {
         return -1;
     }
-    const unsigned short crc = crc16(rtu, static_cast<unsigned char>(bytes & 0xFF));
+    const unsigned short crc = crc16_modbus(rtu, static_cast<size_t>(bytes));
     wdToBufLH(rtu + lrc_at, crc);
     return bytes + 1;
 }

@@ -42,9 +42,9 @@ public:
     // the machine's own byte order.
     static float HexValF(const char* s);
 
-    // Two characters of s become a byte, up to n characters (0: all of s); a last single one
-    // becomes a byte of one digit. No separators. The result is the number of bytes written,
-    // (n + 1) / 2 at most; 0 for a null s.
+    // Each two of the n characters of s (n of 0: all up to its NUL) become a byte; a last single
+    // one becomes a byte of one digit. No separators; a NUL among the n characters ends only its
+    // own pair. The result is the number of bytes written, (n + 1) / 2; 0 for a null s.
     static int BufFromStr(unsigned char* out, const char* s, int n);
 
     // The n bytes as text, with the separator between two bytes unless it is 0. On purpose each
@@ -52,7 +52,7 @@ public:
     static std::string BufToStr(const unsigned char* bytes, int n, char separator);
 
     // Groups of digits, divided by single blanks, become bytes. The digits are shifted into what
-    // the output holds, so zero it first: n + 1 bytes are enough. Writes a 0 byte behind the last
+    // the output holds, so zero it first: n + 2 bytes are enough. Writes a 0 byte behind the last
     // group and returns the number of groups; -1 when a pointer is null.
     static int AsciiStr2HexStr(unsigned char* out, const char* text, int n);
 
@@ -120,8 +120,8 @@ public:
                               unsigned short reg, unsigned short count);
 
     // Writes an RTU request that may carry data: functions 15 (count coils) and 16 (count
-    // registers) take it from data; without data their count is 0. Returns the frame's length,
-    // 9 and the data at most; 0 when buf is null.
+    // registers) take it from data, count / 8 rounded up or count * 2 bytes; without data their
+    // count is 0. Returns the frame's length, 9 and the data at most; 0 when buf is null.
     static int ModBusCmdN(unsigned char* buf, unsigned char addr, unsigned char func,
                           unsigned short reg, unsigned short count, unsigned char* data);
 
@@ -129,8 +129,9 @@ public:
     // characters, which is also the result; 0 when len is below 2.
     static int ModBusRtu2Ascii(const unsigned char* rtu, char* ascii, unsigned int len);
 
-    // An ASCII frame of len characters in RTU form. Returns its length, -1 when the LRC is wrong.
-    // On purpose the CRC covers the LRC byte, which it then overwrites.
+    // An ASCII frame of len characters, ":" to CR LF, in RTU form. Returns its length, len / 2 at
+    // most; -1 when the LRC is wrong or there is none (what was decoded is in rtu then). On purpose
+    // the CRC covers the LRC byte, which it then overwrites.
     static int ModBusAscii2Rtu(const char* ascii, unsigned char* rtu, unsigned int len);
 
     static unsigned char ModBusAsciiLRC(const unsigned char* buf, unsigned int length);
@@ -143,19 +144,21 @@ public:
     static int YdCmd(char* out, unsigned char addr, unsigned char group, unsigned char cmd,
                      unsigned char ver, unsigned char* info, int len);
 
-    // Checks a frame. 0: valid. 1: too short. 2: no "~". 3: not hexadecimal. 4: too short up to
-    // the CR. 5: length wrong; on purpose only 8 of its 12 bits are looked at. 6: length check
-    // wrong. 7: checksum wrong.
+    // Checks a frame. 0: valid. 1: null or too short. 2: no "~". 3: not hexadecimal. 4: too short
+    // up to the CR. 5: length wrong; on purpose only the low 8 of its 12 bits are compared with
+    // the frame's, so a frame with more than 255 info characters has this. 6: length check wrong.
+    // 7: checksum wrong.
     static int YdChk(const unsigned char* frame, int len);
 
-    // Number of info characters by the length word; -1 when frame is null or len below 18.
+    // Number of info characters as the length word says; the frame may hold fewer, see YdChk. -1
+    // when frame is null or len below 18.
     static int YdDatLen(const char* frame, int len);
 
     // Where in a frame the four-byte value number field stands, when the info begins with lead
     // one-byte items, after one more byte when flag is not 0, and values count from lead + 1.
     static int YdIdxF(unsigned char field, unsigned char lead, unsigned char flag);
 
-    // That value as a float, its lowest-addressed byte first.
+    // That value as a float, its lowest-addressed byte first. The frame must reach to its end.
     static float YdDatF(const char* frame, unsigned char field, unsigned char lead,
                         unsigned char flag);
 };

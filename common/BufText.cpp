@@ -69,14 +69,9 @@ int CBufHelper::BufFromStr(unsigned char* out, const char* s, int n)
     }
     const int end = n == 0 ? static_cast<int>(std::strlen(s)) : n;
     int written = 0;
-    for (int i = 0; i < end && s[i] != '\0'; i += 2)
+    for (int i = 0; i < end; i += 2)
     {
-        const int digits = std::min(2, end - i);
-        out[written++] = static_cast<unsigned char>(HexVal(s + i, digits));
-        if (digits == 2 && s[i + 1] == '\0')
-        {
-            break; // the text is shorter than said; what stands behind it is not ours
-        }
+        out[written++] = static_cast<unsigned char>(HexVal(s + i, std::min(2, end - i)));
     }
     return written;
 }
