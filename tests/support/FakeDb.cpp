@@ -76,18 +76,23 @@ void FakeDb::Script::ThrowForeign(int times)
 
 void FakeDb::Enter(const std::string& operation)
 {
-    for (Trap& trap : m_traps)
+    const Trap* sprung = nullptr;
+    for (Trap& trap : m_traps) // each of them counts every call
     {
-        if (trap.operation != operation || --trap.left != 0)
+        if (trap.operation == operation && --trap.left == 0)
         {
-            continue;
+            sprung = &trap;
         }
-        if (trap.foreign)
-        {
-            throw ForeignError{};
-        }
-        throw CppSQLite3Exception(trap.code, trap.message.c_str());
     }
+    if (sprung == nullptr)
+    {
+        return;
+    }
+    if (sprung->foreign)
+    {
+        throw ForeignError{};
+    }
+    throw CppSQLite3Exception(sprung->code, sprung->message.c_str());
 }
 
 FakeDb::Entry* FakeDb::Find(const std::string& sql)

@@ -1,0 +1,393 @@
+// The main cycle: pass by pass, with the steps replaced by recorders.
+#include "tests/support/PosterTest.h"
+
+namespace
+{
+
+std::function<void(const std::string& step)> on_step; // what else a step does
+
+void record_step(const std::string& step)
+{
+    Recorder::Get().Add(step);
+    if (on_step)
+    {
+        on_step(step);
+    }
+}
+
+} // namespace
+
+void CAppPost::GetTbls()
+{
+    record_step("GetTbls");
+}
+
+void CAppPost::PostNormal()
+{
+    record_step("PostNormal");
+}
+
+void CAppPost::PostGeneral()
+{
+    record_step("PostGeneral");
+}
+
+void CAppPost::PostDio()
+{
+    record_step("PostDio");
+}
+
+void CAppPost::PostCam()
+{
+    record_step("PostCam");
+}
+
+void CAppPost::PostOther()
+{
+    record_step("PostOther");
+}
+
+void CAppPost::PostMsgrecv()
+{
+    record_step("PostMsgrecv");
+    m_devCtrlupdSta = 0;
+}
+
+namespace
+{
+
+const std::string kTick = "tray(0,1)";
+constexpr char kException[] = "log [CAppPost::Run] db exception\r\n";
+
+class RunTest : public PosterTest
+{
+protected:
+    void SetUp() override
+    {
+        on_step = nullptr;
+        app.m_iDelay = 5000;
+    }
+
+    // What one pass does.
+    std::vector<std::string> Pass()
+    {
+        const size_t before = rec.Events().size();
+        app.Run(state);
+        const auto first = rec.Events().begin() + static_cast<std::ptrdiff_t>(before);
+        return {first, rec.Events().end()};
+    }
+    void Passes(int count)
+    {
+        for (int i = 0; i < count; ++i)
+        {
+            app.Run(state);
+        }
+    }
+    // The steps of the next passes, "idle" for a pass that only pauses.
+    std::string Walk(int passes)
+    {
+        std::string walk;
+        for (int i = 0; i < passes; ++i)
+        {
+            const std::vector<std::string> pass = Pass();
+            const bool idle = pass == std::vector<std::string>{"pause 20"};
+            walk += (i > 0 ? " " : "") + (idle ? "idle" : pass.front());
+        }
+        return walk;
+    }
+    static void ThrowIn(const std::string& step)
+    {
+        on_step = [step](const std::string& now)
+        {
+            if (now == step)
+            {
+                throw ForeignError{};
+            }
+        };
+    }
+
+    CRunState state;
+};
+
+} // namespace
+
+// --- The sweep ----------------------------------------------------------------------------------
+
+TEST_F(RunTest, FirstPassIsDueAndPostsTheDevices)
+{
+    EXPECT_THAT(Pass(), ElementsAre("PostNormal", kTick, "pause 20"));
+}
+
+TEST_F(RunTest, SweepTakesNinePassesWithAnIdleOneBetweenTwoSteps)
+{
+    EXPECT_EQ(Walk(9), "PostNormal idle PostGeneral idle PostDio idle PostCam idle PostOther");
+}
+
+TEST_F(RunTest, EveryStepIsFollowedByATickAndAPause)
+{
+    Passes(9);
+    EXPECT_THAT(rec.Between("PostDio", "PostCam"),
+                ElementsAre("PostDio", kTick, "pause 20", "pause 20"));
+    EXPECT_THAT(rec.Between("PostOther", "none"), ElementsAre("PostOther", kTick, "pause 20"));
+}
+
+TEST_F(RunTest, NextSweepBeginsDelayAfterTheEndOfTheLast)
+{
+    Passes(8);
+    rec.clockMs += 3000; // the sweep takes its time
+    Passes(1);
+    rec.clockMs += 4999;
+    EXPECT_EQ(Walk(2), "idle idle");
+    rec.clockMs += 1;
+    EXPECT_EQ(Walk(2), "PostNormal idle");
+}
+
+TEST_F(RunTest, StepsOfASweepDoNotWaitForTheDelay)
+{
+    app.m_iDelay = 2000000000;
+    EXPECT_EQ(Walk(10),
+              "PostNormal idle PostGeneral idle PostDio idle PostCam idle PostOther idle");
+}
+
+TEST_F(RunTest, LongPauseBetweenStepsNeedsNoIdlePass)
+{
+    Passes(9);
+    Passes(7); // not due; they count as passes
+    rec.clockMs += 5000;
+    EXPECT_EQ(Walk(3), "PostNormal idle PostGeneral"); // devices begin the count anew
+}
+
+TEST_F(RunTest, DelayOfZeroOrLessNeverWaits)
+{
+    app.m_iDelay = 0;
+    EXPECT_EQ(Walk(11), "PostNormal idle PostGeneral idle PostDio idle PostCam idle PostOther "
+                        "PostNormal idle");
+    app.m_iDelay = -1;
+    EXPECT_EQ(Walk(3), "PostGeneral idle PostDio");
+}
+
+TEST_F(RunTest, ClockThatFailsKeepsTheLastTime)
+{
+    Passes(9);
+    rec.clockWorks = false;
+    rec.clockMs += 100000;
+    EXPECT_EQ(Walk(1), "idle");
+    rec.clockWorks = true;
+    EXPECT_EQ(Walk(1), "PostNormal");
+}
+
+TEST_F(RunTest, ClockThatGoesBackHoldsTheNextSweep)
+{
+    Passes(9);
+    rec.clockMs -= 60000;
+    EXPECT_EQ(Walk(1), "idle");
+    rec.clockMs += 65000;
+    EXPECT_EQ(Walk(1), "PostNormal");
+}
+
+// --- Rediscovery --------------------------------------------------------------------------------
+
+TEST_F(RunTest, TablesAreNeverDiscoveredAgainByDefault)
+{
+    app.m_iDelay = 0;
+    Passes(100);
+    EXPECT_EQ(rec.Count("GetTbls"), 0);
+}
+
+TEST_F(RunTest, TablesAreDiscoveredAgainOnEverySecondDuePassWithOne)
+{
+    app.m_iReTbls = 1;
+    Passes(8);
+    EXPECT_EQ(rec.Count("GetTbls"), 4);
+}
+
+TEST_F(RunTest, RediscoveryTicksReadsAndPausesForTheDelayBeforeThePassGoesOn)
+{
+    app.m_iReTbls = 2;
+    Passes(2);
+    EXPECT_THAT(Pass(),
+                ElementsAre(kTick, "GetTbls", "pause 5000", "PostGeneral", kTick, "pause 20"));
+    EXPECT_EQ(Walk(2), "idle PostDio");
+}
+
+TEST_F(RunTest, IdlePassesCountWhenTheyAreDue)
+{
+    app.m_iReTbls = 1;
+    Passes(1);
+    EXPECT_THAT(Pass(), ElementsAre(kTick, "GetTbls", "pause 5000", "pause 20"));
+}
+
+TEST_F(RunTest, PassesThatAreNotDueDoNotCount)
+{
+    app.m_iReTbls = 9;
+    Passes(9 + 50);
+    EXPECT_EQ(rec.Count("GetTbls"), 0);
+    rec.clockMs += 5000;
+    Passes(1);
+    EXPECT_EQ(rec.Count("GetTbls"), 1);
+}
+
+TEST_F(RunTest, NegativeCountDiscoversOnEveryDuePass)
+{
+    app.m_iReTbls = -1;
+    Passes(3);
+    EXPECT_EQ(rec.Count("GetTbls"), 3);
+}
+
+// --- Requests -----------------------------------------------------------------------------------
+
+TEST_F(RunTest, RequestDuringTheWaitIsServedAtOnce)
+{
+    Passes(9 + 3);
+    app.m_devCtrlupdSta = 1;
+    const std::vector<std::string> pass = Pass();
+    ASSERT_THAT(pass, SizeIs(4));
+    EXPECT_THAT(pass[0],
+                ::testing::MatchesRegex("log app/AppPostRun.cpp Run line=[0-9]+ nPostType=5 \r\n"));
+    EXPECT_THAT(std::vector<std::string>(pass.begin() + 1, pass.end()),
+                ElementsAre("PostMsgrecv", kTick, "pause 20"));
+}
+
+TEST_F(RunTest, SweepAfterARequestBeginsAnewAfterTheDelay)
+{
+    Passes(9 + 3);
+    app.m_devCtrlupdSta = 1;
+    Passes(1);
+    EXPECT_EQ(state.nPostType, 0);
+    rec.clockMs += 4999;
+    EXPECT_EQ(Walk(1), "idle");
+    rec.clockMs += 1;
+    EXPECT_EQ(Walk(1), "PostNormal");
+}
+
+TEST_F(RunTest, RequestInTheMiddleOfASweepIdlesOnceThenEndsTheSweep)
+{
+    Passes(3); // devices, idle, general tables
+    app.m_devCtrlupdSta = 1;
+    EXPECT_EQ(Walk(1), "idle");
+    EXPECT_THAT(Pass(), Contains("PostMsgrecv"));
+    EXPECT_EQ(Walk(5), "idle idle idle idle idle");
+    rec.clockMs += 5000;
+    EXPECT_EQ(Walk(3), "PostNormal idle PostGeneral");
+    EXPECT_EQ(rec.Count("PostDio"), 0);
+}
+
+TEST_F(RunTest, RequestRightAfterTheDevicesIdlesOnce)
+{
+    Passes(1);
+    app.m_devCtrlupdSta = 1;
+    EXPECT_EQ(Walk(1), "idle");
+    EXPECT_THAT(Pass(), Contains("PostMsgrecv"));
+}
+
+TEST_F(RunTest, RequestBeforeTheFirstPassComesFirst)
+{
+    app.m_devCtrlupdSta = 1;
+    EXPECT_EQ(Walk(1), "idle");
+    EXPECT_THAT(Pass(), Contains("PostMsgrecv"));
+}
+
+TEST_F(RunTest, OnlyTheFlagOneIsARequest)
+{
+    app.m_devCtrlupdSta = 2;
+    EXPECT_EQ(Walk(1), "PostNormal");
+}
+
+TEST_F(RunTest, RequestsCountAsDuePassesForRediscovery)
+{
+    app.m_iReTbls = 9;
+    Passes(9);
+    app.m_devCtrlupdSta = 1;
+    EXPECT_THAT(Pass(), Contains("GetTbls"));
+}
+
+// --- Exceptions ---------------------------------------------------------------------------------
+
+TEST_F(RunTest, StepThatThrowsIsTriedAgainOnTheNextPassAtOnce)
+{
+    ThrowIn("PostNormal");
+    EXPECT_THAT(Pass(), ElementsAre("PostNormal", kException));
+    EXPECT_THAT(Pass(), ElementsAre("PostNormal", kException));
+    on_step = nullptr;
+    EXPECT_EQ(Walk(3), "PostNormal idle PostGeneral");
+}
+
+TEST_F(RunTest, DatabaseExceptionIsLoggedWithoutItsText)
+{
+    on_step = [](const std::string&)
+    {
+        throw CppSQLite3Exception(11, "malformed");
+    };
+    EXPECT_THAT(Pass(), ElementsAre("PostNormal", kException));
+}
+
+TEST_F(RunTest, ExceptionLeavesTheStateAsItWas)
+{
+    Passes(4);
+    ThrowIn("PostDio");
+    const CRunState before = state;
+    EXPECT_THAT(Pass(), ElementsAre("PostDio", kException));
+    EXPECT_EQ(state.nPostType, 2);
+    EXPECT_EQ(state.lastSweepMs, before.lastSweepMs);
+    EXPECT_EQ(state.passCount, before.passCount + 1); // counted at the start of the pass
+    on_step = nullptr;
+    EXPECT_EQ(Walk(2), "PostDio idle");
+}
+
+TEST_F(RunTest, LastStepThatThrowsDoesNotEndTheSweep)
+{
+    Passes(8);
+    ThrowIn("PostOther");
+    rec.clockMs += 1000;
+    Passes(1);
+    EXPECT_EQ(state.lastSweepMs, 0);
+    on_step = nullptr;
+    EXPECT_EQ(Walk(1), "PostOther");
+    EXPECT_EQ(state.lastSweepMs, rec.clockMs);
+}
+
+TEST_F(RunTest, TrayAndPausesAreGuardedToo)
+{
+    rec.onTray = [](int, int)
+    {
+        throw ForeignError{};
+    };
+    EXPECT_THAT(Pass(), ElementsAre("PostNormal", kTick, kException));
+    EXPECT_EQ(state.nPostType, 0);
+    rec.onTray = nullptr;
+    rec.onPause = [](int)
+    {
+        throw ForeignError{};
+    };
+    EXPECT_THAT(Pass(), ElementsAre("PostNormal", kTick, "pause 20", kException));
+    EXPECT_EQ(state.nPostType, 1); // the pause comes last
+}
+
+TEST_F(RunTest, RediscoveryThatThrowsCountsAnewAndTheStepIsNotRun)
+{
+    app.m_iReTbls = 1;
+    Passes(1);
+    ThrowIn("GetTbls");
+    EXPECT_THAT(Pass(), ElementsAre(kTick, "GetTbls", kException));
+    on_step = nullptr;
+    EXPECT_EQ(Walk(1), "PostGeneral");
+}
+
+TEST_F(RunTest, RequestServiceThatThrowsIsTriedAgain)
+{
+    Passes(9 + 3);
+    app.m_devCtrlupdSta = 1;
+    ThrowIn("PostMsgrecv");
+    EXPECT_EQ(Pass().back(), kException);
+    on_step = nullptr;
+    EXPECT_THAT(Pass(), Contains("PostMsgrecv"));
+}
+
+// --- The endless cycle --------------------------------------------------------------------------
+
+TEST_F(RunTest, CycleAnnouncesItselfThenDiscovers)
+{
+    ThrowIn("GetTbls"); // the only way out: a pass lets no exception through
+    EXPECT_THROW(app.Run(), ForeignError);
+    EXPECT_THAT(rec.Events(), ElementsAre("tray(1,1)", "GetTbls"));
+}
