@@ -3,7 +3,6 @@
 
 #include <sys/stat.h>
 
-#include <algorithm>
 #include <optional>
 #include <thread>
 
@@ -61,7 +60,6 @@ CHandle open_handle(const std::string& strPath, Access access)
 
 int CLockWait::OnBusy(void* pThis, int nCalls)
 {
-    constexpr int kLongestPauseMs = 5;
     auto& wait = *static_cast<CLockWait*>(pThis);
     const auto now = std::chrono::steady_clock::now();
     if (nCalls == 0)
@@ -72,7 +70,10 @@ int CLockWait::OnBusy(void* pThis, int nCalls)
     {
         return 0;
     }
-    std::this_thread::sleep_for(std::chrono::milliseconds(std::min(1 + nCalls, kLongestPauseMs)));
+    // 0.5 to 2.5 ms. The odd part of the clock spreads the attempts: with equal pauses they may
+    // fall into step with a writer, and always find it at work.
+    const auto odd = std::chrono::microseconds(now.time_since_epoch().count() / 64 % 2000);
+    std::this_thread::sleep_for(std::chrono::microseconds(500) + odd);
     return 1;
 }
 
