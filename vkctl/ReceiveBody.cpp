@@ -18,12 +18,12 @@ namespace
 constexpr int kFirstGeneralSid = 900;
 constexpr int kGeneralSidEnd = 1000;
 
-bool has(const std::vector<Pair>& pairs, const char* name)
+bool has(const std::vector<Field>& pairs, const char* name)
 {
     return find_value(pairs, name) != nullptr;
 }
 
-bool is_zero(const std::vector<Pair>& pairs, const char* name)
+bool is_zero(const std::vector<Field>& pairs, const char* name)
 {
     const std::string* value = find_value(pairs, name);
     return value != nullptr && *value == "0";
@@ -31,7 +31,7 @@ bool is_zero(const std::vector<Pair>& pairs, const char* name)
 
 // A camera's one own pair follows the head; a device may have a column of the same name, but
 // hardly as its first.
-bool is_camera(const std::vector<Pair>& pairs)
+bool is_camera(const std::vector<Field>& pairs)
 {
     for (std::size_t i = 0; i + 1 < pairs.size(); ++i)
     {
@@ -43,7 +43,7 @@ bool is_camera(const std::vector<Pair>& pairs)
     return !pairs.empty() && pairs.back().first == "info";
 }
 
-bool is_general(const std::vector<Pair>& pairs)
+bool is_general(const std::vector<Field>& pairs)
 {
     const std::string* sid = find_value(pairs, "sid");
     const long number = sid ? std::strtol(sid->c_str(), nullptr, 10) : 0;
@@ -81,9 +81,9 @@ const char* kind_name(BodyKind kind)
     }
 }
 
-std::vector<Pair> parse_body(const std::string& body)
+std::vector<Field> parse_body(const std::string& body)
 {
-    std::vector<Pair> pairs;
+    std::vector<Field> pairs;
     std::size_t begin = 0;
     while (begin < body.size())
     {
@@ -107,9 +107,9 @@ std::vector<Pair> parse_body(const std::string& body)
     return pairs;
 }
 
-const std::string* find_value(const std::vector<Pair>& pairs, const std::string& name)
+const std::string* find_value(const std::vector<Field>& pairs, const std::string& name)
 {
-    for (const Pair& pair : pairs)
+    for (const Field& pair : pairs)
     {
         if (pair.first == name)
         {
@@ -119,7 +119,7 @@ const std::string* find_value(const std::vector<Pair>& pairs, const std::string&
     return nullptr;
 }
 
-BodyKind classify(const std::vector<Pair>& pairs)
+BodyKind classify(const std::vector<Field>& pairs)
 {
     if (has(pairs, "level") && has(pairs, "title") && has(pairs, "recovertime"))
     {

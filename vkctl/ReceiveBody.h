@@ -31,17 +31,17 @@ constexpr std::array<BodyKind, 8> kBodyKinds = {
 
 const char* kind_name(BodyKind kind); // "device", "general", "input" ...
 
-using Pair = std::pair<std::string, std::string>;
+using Field = std::pair<std::string, std::string>;
 
-std::vector<Pair> parse_body(const std::string& body);
+std::vector<Field> parse_body(const std::string& body);
 
 // The value of the first pair of that name; nullptr when there is none. Lives as long as `pairs`.
-const std::string* find_value(const std::vector<Pair>& pairs, const std::string& name);
+const std::string* find_value(const std::vector<Field>& pairs, const std::string& name);
 
 // Goes by the pairs that only one kind has. A site may replace the head: without a `state`, a
 // camera is known by its last pair; without `sid`, `stag1` and `subsys`, a general row cannot be
 // told from a device.
-BodyKind classify(const std::vector<Pair>& pairs);
+BodyKind classify(const std::vector<Field>& pairs);
 
 // `bytes` in UTF-8, read as `encoding`. What is no character there becomes U+FFFD. Throws CCliError
 // for an encoding that iconv does not know.

@@ -32,7 +32,7 @@ std::string printable(const std::string& text)
     return result;
 }
 
-std::string pair_text(const Pair& pair)
+std::string pair_text(const Field& pair)
 {
     return printable(pair.first) + "=" + printable(pair.second);
 }
@@ -60,7 +60,7 @@ bool is_in_heading(const std::string& name)
     return name == "sid" || name == "sname" || name == "state" || name == "title";
 }
 
-std::string heading(const ReceivedBody& body, const std::vector<Pair>& pairs, BodyKind kind,
+std::string heading(const ReceivedBody& body, const std::vector<Field>& pairs, BodyKind kind,
                     bool color)
 {
     const std::size_t dateLength = 11; // a terminal shows what arrives now: the date is known
@@ -100,23 +100,23 @@ std::size_t display_width(const std::string& text)
     return width;
 }
 
-std::string text_line(const ReceivedBody& body, const std::vector<Pair>& pairs, BodyKind kind)
+std::string text_line(const ReceivedBody& body, const std::vector<Field>& pairs, BodyKind kind)
 {
     std::string line = body.time + " " + kind_name(kind);
-    for (const Pair& pair : pairs)
+    for (const Field& pair : pairs)
     {
         line += " " + pair_text(pair);
     }
     return line;
 }
 
-std::string text_block(const ReceivedBody& body, const std::vector<Pair>& pairs, BodyKind kind,
+std::string text_block(const ReceivedBody& body, const std::vector<Field>& pairs, BodyKind kind,
                        const PrintOptions& options)
 {
     std::string block = heading(body, pairs, kind, options.color);
     std::string line;
     std::size_t used = 0;
-    for (const Pair& pair : pairs)
+    for (const Field& pair : pairs)
     {
         if (is_in_heading(pair.first))
         {
@@ -135,10 +135,10 @@ std::string text_block(const ReceivedBody& body, const std::vector<Pair>& pairs,
     return used > 0 ? block + line + "\n" : block;
 }
 
-std::string json_line(const ReceivedBody& body, const std::vector<Pair>& pairs, BodyKind kind)
+std::string json_line(const ReceivedBody& body, const std::vector<Field>& pairs, BodyKind kind)
 {
     nlohmann::ordered_json fields = nlohmann::ordered_json::object();
-    for (const Pair& pair : pairs)
+    for (const Field& pair : pairs)
     {
         auto& field = fields[pair.first];
         if (field.is_null())
@@ -209,7 +209,7 @@ CReceivePrinter::CReceivePrinter(std::ostream& out, PrintOptions options)
 bool CReceivePrinter::Show(const ReceivedBody& body)
 {
     const std::string text = to_utf8(body.bytes, m_options.encoding);
-    const std::vector<Pair> pairs = parse_body(text);
+    const std::vector<Field> pairs = parse_body(text);
     const BodyKind kind = classify(pairs);
     const std::string shown = Format(body, pairs, kind);
 
@@ -225,7 +225,7 @@ CTally CReceivePrinter::Tally() const
     return m_tally;
 }
 
-std::string CReceivePrinter::Format(const ReceivedBody& body, const std::vector<Pair>& pairs,
+std::string CReceivePrinter::Format(const ReceivedBody& body, const std::vector<Field>& pairs,
                                     BodyKind kind) const
 {
     switch (m_options.style)

@@ -39,15 +39,15 @@ struct PrintOptions
 };
 
 // "device 1001 UPS主机1# ..." as one line without its line end. Control characters become "\xNN".
-std::string text_line(const ReceivedBody& body, const std::vector<Pair>& pairs, BodyKind kind);
+std::string text_line(const ReceivedBody& body, const std::vector<Field>& pairs, BodyKind kind);
 
 // The same for a terminal: a heading, then the other pairs in lines of at most `width` columns.
-std::string text_block(const ReceivedBody& body, const std::vector<Pair>& pairs, BodyKind kind,
+std::string text_block(const ReceivedBody& body, const std::vector<Field>& pairs, BodyKind kind,
                        const PrintOptions& options);
 
 // {"kind":...,"time":...,"path":...,"bytes":...,"fields":{...}}. Values are strings; a name that
 // comes again has all its values in an array.
-std::string json_line(const ReceivedBody& body, const std::vector<Pair>& pairs, BodyKind kind);
+std::string json_line(const ReceivedBody& body, const std::vector<Field>& pairs, BodyKind kind);
 
 // Columns that a text takes on a terminal; Chinese characters take two.
 std::size_t display_width(const std::string& text);
@@ -82,7 +82,7 @@ public:
     CTally Tally() const;
 
 private:
-    std::string Format(const ReceivedBody& body, const std::vector<Pair>& pairs,
+    std::string Format(const ReceivedBody& body, const std::vector<Field>& pairs,
                        BodyKind kind) const;
 
     std::ostream& m_out;

@@ -20,7 +20,6 @@ namespace vkctl
 namespace
 {
 
-constexpr int kIdleConnectionS = 1; // how long a connection without a request is kept
 constexpr std::chrono::milliseconds kPeerCheck{50};
 
 // One thread for each connection: with a pool, a few connections that hang would leave no thread
@@ -149,8 +148,14 @@ void CReceiveServer::MakeServer()
     {
         return new CConnectionThreads;
     };
-    m_pServer->set_socket_options(set_exclusive);
-    m_pServer->set_keep_alive_timeout(kIdleConnectionS);
+    m_pServer->set_socket_options(
+        [this](int sock)
+        {
+            m_iListenFd = sock;
+            set_exclusive(sock);
+        });
+    // One request for each connection: one that stays open for more would hold up the end.
+    m_pServer->set_keep_alive_max_count(1);
 
     // With a content reader the body comes as it was sent. The plain handler would refuse form
     // bodies above 8 KiB.
@@ -172,6 +177,8 @@ void CReceiveServer::Bind()
     m_iPort = isAny ? m_pServer->bind_to_any_port(m_options.bind) : m_options.port;
     if (isAny ? m_iPort > 0 : m_pServer->bind_to_port(m_options.bind, m_options.port))
     {
+        // The library lets five connections wait; more at once would be delayed by seconds.
+        listen(m_iListenFd, SOMAXCONN);
         return;
     }
     const int error = errno;

@@ -63,6 +63,7 @@ private:
     std::unique_ptr<httplib::Server> m_pServer;
     std::thread m_thAccept;
     int m_iPort = -1;
+    int m_iListenFd = -1; // owned by m_pServer
 
     std::mutex m_mutex; // guards m_bStopping
     std::condition_variable m_stopped;

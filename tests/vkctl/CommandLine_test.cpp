@@ -1,0 +1,120 @@
+// The command line of vkctl: help, errors, exit statuses, and `vkctl room` as a user runs it.
+
+#include <gmock/gmock.h>
+
+#include <chrono>
+#include <csignal>
+#include <thread>
+
+#include "VkctlTest.h"
+
+using testing::HasSubstr;
+
+namespace
+{
+
+Outcome vkctl_run(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), VKCTL_PROGRAM);
+    return run_program(arguments);
+}
+
+} // namespace
+
+TEST(CommandLineTest, HelpNamesTheSubcommands)
+{
+    const Outcome outcome = vkctl_run({"--help"});
+    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("room"));
+    EXPECT_THAT(outcome.out, HasSubstr("receive"));
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST(CommandLineTest, HelpOfASubcommandHasExamples)
+{
+    for (const char* name : {"room", "receive"})
+    {
+        const Outcome outcome = vkctl_run({name, "--help"});
+        EXPECT_EQ(outcome.exitStatus, 0);
+        EXPECT_THAT(outcome.out, HasSubstr("Examples:\n  vkctl " + std::string(name)));
+    }
+}
+
+TEST(CommandLineTest, WhatIsNotUnderstoodIsAUsageError)
+{
+    const std::vector<std::vector<std::string>> lines = {{},
+                                                         {"nonsense"},
+                                                         {"room"},
+                                                         {"room", "x", "--devices", "0"},
+                                                         {"room", "x", "--devices", "many"},
+                                                         {"room", "x", "--step", "soon"},
+                                                         {"receive", "--port", "70000"},
+                                                         {"receive", "--delay", "2h"},
+                                                         {"receive", "--raw", "--json"},
+                                                         {"receive", "--ca-out", "x"}};
+    for (const auto& line : lines)
+    {
+        const Outcome outcome = vkctl_run(line);
+        EXPECT_EQ(outcome.exitStatus, 64) << testing::PrintToString(line);
+        EXPECT_NE(outcome.err, "");
+        EXPECT_EQ(outcome.out, "");
+    }
+}
+
+TEST(RoomCommandTest, MakesARoomWithItsOptions)
+{
+    const CTempDir dir;
+    const Outcome outcome =
+        vkctl_run({"room", dir.Path("r"), "--devices", "5", "--inputs", "3", "--cameras", "1",
+                   "--url", "http://a/", "--url", "http://b/", "--alarm-url", "http://c/",
+                   "--delay", "100", "--dept", "D7", "--wal"});
+    EXPECT_EQ(outcome.exitStatus, 0) << outcome.err;
+    EXPECT_EQ(outcome.out, "room " + dir.Path("r") +
+                               ": 5 devices, 3 digital inputs, 3 digital outputs, 1 cameras, 2 "
+                               "general tables, 6 alarms\n");
+    const std::string ini = read_file(dir.Path("r/vkApp.ini"));
+    EXPECT_THAT(ini, HasSubstr("\nUrl=http://a/\n"));
+    EXPECT_THAT(ini, HasSubstr("\nUrl1=http://b/\n"));
+    EXPECT_THAT(ini, HasSubstr("\nAlmUrl=http://c/\n"));
+    EXPECT_THAT(ini, HasSubstr("\nDept=D7\n"));
+}
+
+TEST(RoomCommandTest, ARoomThatIsThereIsRefused)
+{
+    const CTempDir dir;
+    EXPECT_EQ(vkctl_run({"room", dir.Path("r")}).exitStatus, 0);
+    const Outcome outcome = vkctl_run({"room", dir.Path("r")});
+    EXPECT_EQ(outcome.exitStatus, 1);
+    EXPECT_EQ(outcome.err, "vkctl: " + dir.Path("r") +
+                               " already holds a vkApp.ini; choose another directory, or give "
+                               "--force to replace the room\n");
+    EXPECT_EQ(vkctl_run({"room", dir.Path("r"), "--force"}).exitStatus, 0);
+}
+
+TEST(RoomCommandTest, LiveMovesValuesUntilItIsInterrupted)
+{
+    const CTempDir dir;
+    ASSERT_EQ(vkctl_run({"room", dir.Path("r")}).exitStatus, 0);
+    CProgram live({VKCTL_PROGRAM, "room", dir.Path("r"), "--live", "--step", "20ms"});
+    const std::string sql = "select DateUpd from tbUps where SID=1001";
+    const auto updated = [&]
+    {
+        return query_rows(dir.Path("r/tmp/dbDat0.db3"), sql).at(0);
+    };
+    for (int i = 0; i < 3000 && updated() == "2024-05-01 08:00:00"; ++i)
+    {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_NE(updated(), "2024-05-01 08:00:00");
+    live.Signal(SIGINT);
+    EXPECT_EQ(live.Wait().exitStatus, 0);
+}
+
+TEST(RoomCommandTest, LiveEndsAfterItsSeconds)
+{
+    const CTempDir dir;
+    const Outcome outcome =
+        vkctl_run({"room", dir.Path("r"), "--live", "--seconds", "30ms", "--step", "10ms"});
+    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_THAT(outcome.out, HasSubstr("live: 20 devices move; Ctrl+C ends\n"));
+}
