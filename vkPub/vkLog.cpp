@@ -1,5 +1,5 @@
 // The two sinks of the diagnostic log. Nothing here allocates and no lock of ours is taken: a
-// line is composed on the stack and leaves in one write.
+// line of the file is composed on the stack and leaves in one write.
 #include "vkPub/vkLog.h"
 
 #include <atomic>
@@ -40,6 +40,36 @@ void rotate_when_full()
             std::rename(kLogPath, kBackupPath);
             return;
         }
+    }
+}
+
+// Takes the next key, unless another thread has filled the file since it was looked at.
+bool take_key(uint64_t& key)
+{
+    key = icount.load();
+    while (key <= kLastKey)
+    {
+        if (icount.compare_exchange_weak(key, key + 1))
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Opens the log for one line and takes the line's key; -1: it cannot be opened, and the counter
+// stays, so the next line takes the key.
+int open_for_line(uint64_t& key)
+{
+    for (;;)
+    {
+        rotate_when_full();
+        const int fd = ::open(kLogPath, O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+        if (fd < 0 || take_key(key))
+        {
+            return fd;
+        }
+        ::close(fd);
     }
 }
 
@@ -90,7 +120,6 @@ int trace_log_vkapppost(const char* tag, const char* format, ...)
     {
         return -1;
     }
-    rotate_when_full();
 
     // The message stands behind room for the longest prefix; the prefix, whose length is known
     // only with its key, is then put right before it.
@@ -101,13 +130,14 @@ int trace_log_vkapppost(const char* tag, const char* format, ...)
     const size_t length = kept(std::vsnprintf(message, kMessageBytes, format, args), kMessageBytes);
     va_end(args);
 
-    const int fd = ::open(kLogPath, O_RDWR | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
+    uint64_t key = 0;
+    const int fd = open_for_line(key);
     if (fd < 0)
     {
-        return 1; // dropped; the counter stays, so the next line takes this key
+        return 1; // dropped
     }
     char prefix[kPrefixBytes];
-    const size_t prefix_length = format_prefix(prefix, icount.fetch_add(1), tag);
+    const size_t prefix_length = format_prefix(prefix, key, tag);
     std::memcpy(message - prefix_length, prefix, prefix_length);
     write_whole(fd, message - prefix_length, prefix_length + length);
     ::close(fd);
@@ -116,16 +146,12 @@ int trace_log_vkapppost(const char* tag, const char* format, ...)
 
 int trace_console_vkapppost(const char* format, ...)
 {
-    static constexpr char kPrefix[] = "[vkapppost] ";
-    char line[sizeof(kPrefix) + kMessageBytes];
-    std::memcpy(line, kPrefix, sizeof(kPrefix));
-    char* message = line + sizeof(kPrefix) - 1;
-
     va_list args;
     va_start(args, format);
-    const int written = std::vsnprintf(message, kMessageBytes, format, args);
+    flockfile(stdout); // so that prefix and message stay together
+    std::fputs("[vkapppost] ", stdout);
+    const int written = std::vfprintf(stdout, format, args);
+    funlockfile(stdout);
     va_end(args);
-
-    const size_t length = sizeof(kPrefix) - 1 + kept(written, kMessageBytes);
-    return static_cast<int>(std::fwrite(line, 1, length, stdout));
+    return written;
 }

@@ -6,9 +6,9 @@
 // included) to the log file under the tag "RtLog". Nothing is ever reported about the log
 // itself: a line that cannot be written is dropped.
 //
-// Threads: any thread and the alarm signal handler may log at any time. Each line is composed
-// on the caller's own stack and handed to the system in one write, so lines never mix; its key
-// comes from an atomic counter.
+// Threads: any thread and the alarm signal handler may log at any time. Each line of the file is
+// composed on the caller's own stack and handed to the system in one write, so lines never mix;
+// its key comes from an atomic counter. On standard output, prefix and message stay together.
 #pragma once
 
 #include <cstdlib>
@@ -23,7 +23,8 @@
 int trace_log_vkapppost(const char* tag, const char* format, ...)
     __attribute__((format(printf, 2, 3)));
 
-// Writes "[vkapppost] " and the message to standard output, without flushing it.
+// Writes "[vkapppost] " and the whole message, of any length, to standard output, without
+// flushing it. Returns what printf returned for the message.
 int trace_console_vkapppost(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 // The tag for the log file by the present value of VKLOG; null when the console is chosen.
