@@ -4,7 +4,9 @@
 #include <fstream>
 #include <functional>
 
+#include "vkctl/Alarm.h"
 #include "vkctl/CliError.h"
+#include "vkctl/HostProcess.h"
 #include "vkctl/RoomLive.h"
 
 namespace fs = std::filesystem;
@@ -92,9 +94,34 @@ void describe(const RoomOptions& options, std::ostream& out)
     out.flush();
 }
 
+// Alarms come and go, and the daemon is told of each.
+void move_alarms(CRoomAlarms& alarms, long step, const std::string& time)
+{
+    constexpr long kPeriod = 3;
+    constexpr int kStanding = 2; // more than that, and one goes
+    if (step % kPeriod == 0)
+    {
+        alarms.Raise({}, time);
+    }
+    else if (step % kPeriod == 1 && alarms.Standing() > kStanding)
+    {
+        alarms.Clear(time);
+    }
+    else
+    {
+        return;
+    }
+    const pid_t daemon = daemon_pid(kPidFile);
+    if (daemon != 0) // without a daemon the alarms wait for one
+    {
+        signal_alarm(daemon);
+    }
+}
+
 void move_values(const RoomOptions& options, CStop& stop, std::ostream& out)
 {
     CRoomLive live(options.directory, options.content.seed);
+    CRoomAlarms alarms(options.directory);
     out << "live: " << live.Devices() << " devices move; Ctrl+C ends\n";
     out.flush();
 
@@ -104,9 +131,12 @@ void move_values(const RoomOptions& options, CStop& stop, std::ostream& out)
         return options.limit.count() >= 0 &&
                std::chrono::steady_clock::now() - begin >= options.limit;
     };
+    long step = 0;
     do
     {
-        live.Step(local_time_text());
+        const std::string time = local_time_text();
+        live.Step(time);
+        move_alarms(alarms, ++step, time);
     } while (!stop.WaitFor(options.step) && !is_over());
 }
 

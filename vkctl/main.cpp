@@ -4,9 +4,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include "vkctl/AlarmCommand.h"
 #include "vkctl/CliError.h"
+#include "vkctl/PostCommand.h"
 #include "vkctl/ReceiveCommand.h"
 #include "vkctl/RoomCommand.h"
+#include "vkctl/TrayCommand.h"
 
 int main(int argc, char** argv)
 {
@@ -18,6 +21,9 @@ int main(int argc, char** argv)
                "Exit status: 0 done, 1 could not be done, 64 command line not understood.");
     vkctl::add_room_command(app, exitStatus);
     vkctl::add_receive_command(app, exitStatus);
+    vkctl::add_alarm_command(app, exitStatus);
+    vkctl::add_post_command(app, exitStatus);
+    vkctl::add_tray_command(app, exitStatus);
     try
     {
         app.parse(argc, argv);

@@ -1,0 +1,26 @@
+// What other processes of the host share with the daemon: its process, its request queue, the tray
+// queue. Everything here acts as such a process would; failures are thrown as CCliError.
+#pragma once
+
+#include <sys/types.h>
+
+#include <string>
+
+namespace vkctl
+{
+
+constexpr int kTrayQueueKey = 0x9000;
+constexpr int kRequestQueueKey = 0x9500;
+constexpr char kPidFile[] = "/var/run/vkAppPost.pid";
+
+// The process that holds the lock on the pid file; 0 when none does. A stale file, whose process
+// has ended, counts as none.
+pid_t daemon_pid(const std::string& pidFile);
+
+// Tells the daemon that an alarm is waiting (SIGRTMIN+1).
+void signal_alarm(pid_t pid);
+
+// The queue of that key, which somebody else must have made; `owner` says who in the message.
+int open_queue(int key, const std::string& owner);
+
+} // namespace vkctl

@@ -1,0 +1,105 @@
+#include "vkctl/TrayCommand.h"
+
+#include <sys/ipc.h>
+#include <sys/msg.h>
+
+#include <cerrno>
+#include <cstring>
+#include <iostream>
+#include <memory>
+
+#include <CLI/CLI.hpp>
+
+#include "vkctl/CliError.h"
+#include "vkctl/HostProcess.h"
+
+namespace vkctl
+{
+
+namespace
+{
+
+constexpr long kReportType = 0x900B;
+
+constexpr char kNotes[] = R"(
+The reports stay in the queue for the tray process: they are copied (MSG_COPY), which a kernel
+without checkpoint support refuses; --take reads them as the tray process would.
+
+Examples:
+  vkctl tray                               what is waiting now
+  vkctl tray --take                        the same, and takes it away
+)";
+
+struct Report
+{
+    long type;
+    long wParam;
+    long lParam;
+    char reserved[112];
+};
+
+// Reads the report at that place of the queue. False at the end of it.
+bool read_report(int queue, long place, bool take, Report& report)
+{
+    const int flags = take ? IPC_NOWAIT | MSG_NOERROR : IPC_NOWAIT | MSG_NOERROR | MSG_COPY;
+    if (msgrcv(queue, &report, sizeof(report) - sizeof(report.type), take ? 0 : place, flags) >= 0)
+    {
+        return true;
+    }
+    if (errno == ENOMSG)
+    {
+        return false;
+    }
+    if (errno == ENOSYS && !take)
+    {
+        throw CCliError("this kernel cannot show messages without taking them (no MSG_COPY); "
+                        "--take takes them away from the tray process");
+    }
+    throw CCliError(std::string("the tray queue cannot be read: ") + std::strerror(errno));
+}
+
+int show(bool take)
+{
+    const int queue = open_queue(kTrayQueueKey, "the daemon or the tray process");
+    long count = 0;
+    for (Report report{}; read_report(queue, count, take, report); ++count)
+    {
+        std::cout << (report.type == kReportType
+                          ? report_text(report.wParam, report.lParam)
+                          : "message of another type " + std::to_string(report.type))
+                  << "\n";
+    }
+    if (count == 0)
+    {
+        std::cerr << "nothing is waiting\n";
+    }
+    return 0;
+}
+
+} // namespace
+
+std::string report_text(long wParam, long lParam)
+{
+    const std::string code = "(" + std::to_string(wParam) + "," + std::to_string(lParam) + ") ";
+    if (wParam == 1 && lParam == 1)
+    {
+        return code + "the posting cycle starts";
+    }
+    if (wParam == 1 && lParam == 0)
+    {
+        return code + "start-up failed";
+    }
+    return code + (wParam == 0 && lParam == 1 ? "alive" : "unknown");
+}
+
+void add_tray_command(CLI::App& app, int& exitStatus)
+{
+    CLI::App* command =
+        app.add_subcommand("tray", "Show what the daemon reports to the tray process");
+    const auto take = std::make_shared<bool>(false);
+    command->add_flag("--take", *take, "Take the reports out of the queue");
+    command->footer(kNotes);
+    command->callback([take, &exitStatus] { exitStatus = show(*take); });
+}
+
+} // namespace vkctl
