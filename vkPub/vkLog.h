@@ -105,7 +105,7 @@ int read_profile_int(const char* section, const char* key, int default_value, co
 // Sets the key's value and rewrites the file, which is made when it is missing: 1. A new key comes
 // first in its section; on purpose the text behind it then passes through a printf format without
 // arguments: "%%" becomes "%", numbers read 0, texts read empty. 0 when the file cannot be written
-// or the new text would exceed MAX_FILE_SIZE - 1 bytes; the file is left alone in that case.
+// or the new text would exceed MAX_FILE_SIZE - 1 bytes; in the latter case it is left alone.
 int write_profile_string(const char* section, const char* key, const char* value, const char* file);
 
 int newline(char c);       // 1 for a line feed or carriage return, else 0

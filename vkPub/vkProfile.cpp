@@ -28,9 +28,10 @@ using File = std::unique_ptr<FILE, FileCloser>;
 class CImage
 {
 public:
-    explicit CImage(const char* file) : m_text(new char[MAX_FILE_SIZE]())
+    explicit CImage(const char* file) : m_text(new char[MAX_FILE_SIZE]) // pages unused stay so
     {
-        load_ini_file(file, m_text.get(), &m_size); // a missing file is an empty one
+        m_text[0] = '\0'; // a missing file is an empty one
+        load_ini_file(file, m_text.get(), &m_size);
         m_size = static_cast<int>(std::strlen(m_text.get())); // a NUL in the file ends it
     }
 

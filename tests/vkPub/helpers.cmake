@@ -1,0 +1,9 @@
+# The profile-string functions.
+vk_unit_test(profile_test
+    SOURCES
+        FormatText_test.cpp
+        ProfileProperties_test.cpp
+        ProfileTest.cpp
+        vkProfile_test.cpp
+        vkProfileWrite_test.cpp
+    LIBS vkpub common)
