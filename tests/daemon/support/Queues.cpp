@@ -109,3 +109,9 @@ size_t waiting_requests()
 {
     return waiting_in(get_queue(kRequestKey));
 }
+
+void take_request()
+{
+    Message message{};
+    msgrcv(get_queue(kRequestKey), &message, message.text.size(), 0, IPC_NOWAIT);
+}

@@ -34,3 +34,4 @@ constexpr long kRequestType = 38154;
 void send_request(long wparam, long type = kRequestType, size_t bytes = 88);
 
 size_t waiting_requests(); // in the request queue
+void take_request();       // takes the first of them away

@@ -64,9 +64,9 @@ void CReceiver::Serve()
                                record.body.append(data, length);
                                return true;
                            });
-                       Keep(std::move(record));
+                       const size_t number = Keep(std::move(record));
 
-                       const Reply reply = AwaitReply(request.path);
+                       const Reply reply = AwaitReply(request.path, number);
                        response.status = reply.status;
                        reply.bytes > 0 ? send_letters(response, reply.bytes)
                                        : response.set_content(reply.text, "text/plain");
@@ -101,10 +101,10 @@ void CReceiver::AnswerBytes(const std::string& path, size_t bytes)
     m_replies[path] = {200, "", bytes};
 }
 
-void CReceiver::Hold(const std::string& path)
+void CReceiver::Hold(const std::string& path, size_t from)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_held.insert(path);
+    m_held[path] = from;
 }
 
 void CReceiver::Release(const std::string& path)
@@ -116,19 +116,27 @@ void CReceiver::Release(const std::string& path)
     m_changed.notify_all();
 }
 
-void CReceiver::Keep(Record record)
+size_t CReceiver::Keep(Record record)
 {
+    size_t number = 0;
     {
         const std::lock_guard<std::mutex> lock(m_mutex);
+        number = BodiesLocked(record.path).size();
         m_records.push_back(std::move(record));
     }
     m_changed.notify_all();
+    return number;
 }
 
-CReceiver::Reply CReceiver::AwaitReply(const std::string& path)
+CReceiver::Reply CReceiver::AwaitReply(const std::string& path, size_t number)
 {
     std::unique_lock<std::mutex> lock(m_mutex);
-    m_changed.wait(lock, [&] { return m_stopping || m_held.count(path) == 0; });
+    m_changed.wait(lock,
+                   [&]
+                   {
+                       const auto held = m_held.find(path);
+                       return m_stopping || held == m_held.end() || number < held->second;
+                   });
     const auto reply = m_replies.find(path);
     return reply != m_replies.end() ? reply->second : Reply();
 }

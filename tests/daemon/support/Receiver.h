@@ -10,7 +10,6 @@
 #include <map>
 #include <memory>
 #include <mutex>
-#include <set>
 #include <string>
 #include <thread>
 #include <vector>
@@ -37,8 +36,9 @@ public:
     void Answer(const std::string& path, int status, const std::string& text);
     void AnswerBytes(const std::string& path, size_t bytes); // 200 and that many letters
 
-    // A held path takes requests and answers none before it is released.
-    void Hold(const std::string& path = "/post");
+    // A held path takes requests and answers none before it is released; with a number, the
+    // bodies before that one (from 0) are answered as ever.
+    void Hold(const std::string& path = "/post", size_t from = 0);
     void Release(const std::string& path = "/post");
 
     // Body number index of a path, from 0; waits for it. A text in parentheses says that it never
@@ -69,14 +69,14 @@ private:
     };
 
     void Serve();
-    void Keep(Record record);
-    Reply AwaitReply(const std::string& path);
+    size_t Keep(Record record); // its number on its path
+    Reply AwaitReply(const std::string& path, size_t number);
     std::vector<std::string> BodiesLocked(const std::string& path) const;
 
     std::mutex m_mutex; // guards what follows, up to m_changed
     std::vector<Record> m_records;
     std::map<std::string, Reply> m_replies;
-    std::set<std::string> m_held;
+    std::map<std::string, size_t> m_held; // from which body on
     bool m_stopping = false;
     std::condition_variable m_changed;
 
