@@ -9,6 +9,7 @@
 #include <curl/curl.h>
 #include <memory>
 #include <new>
+#include <utility>
 
 #include "app/AppInternal.h"
 #include "common/BufHelper.h"
@@ -126,25 +127,85 @@ void set_limits(CURL* handle, int timeout_s)
     curl_easy_setopt(handle, CURLOPT_COOKIEFILE, kCookieFile);
 }
 
+// A transfer for a multi handle, all options set; null when libcurl has none to give. Body and URL
+// must outlive it.
+EasyHandle make_transfer(const char* body, const char* url, void* poster, int timeout_s)
+{
+    EasyHandle handle(curl_easy_init());
+    if (handle == nullptr)
+    {
+        return handle;
+    }
+    set_target(handle.get(), url);
+    curl_easy_setopt(handle.get(), CURLOPT_WRITEFUNCTION, _PostOnWrite);
+    curl_easy_setopt(handle.get(), CURLOPT_HEADER, 0L);
+    curl_easy_setopt(handle.get(), CURLOPT_PRIVATE, url); // names the transfer when it is done
+    curl_easy_setopt(handle.get(), CURLOPT_VERBOSE, 0L);
+    curl_easy_setopt(handle.get(), CURLOPT_POSTFIELDS, body);
+    curl_easy_setopt(handle.get(), CURLOPT_WRITEDATA, poster);
+    set_limits(handle.get(), timeout_s);
+    return handle;
+}
+
+// The transfers of one post that have not come to their end, each in the multi handle. What is
+// left when the post is given up is taken out and released.
+class CTransfers
+{
+public:
+    explicit CTransfers(CURLM* multi) : m_multi(multi) {}
+    ~CTransfers()
+    {
+        for (const EasyHandle& transfer : m_transfers)
+        {
+            curl_multi_remove_handle(m_multi, transfer.get());
+        }
+    }
+    CTransfers(const CTransfers&) = delete;
+    CTransfers& operator=(const CTransfers&) = delete;
+
+    // Puts the transfer into the multi handle; it is dropped when that fails or it is null.
+    void Add(EasyHandle transfer)
+    {
+        if (transfer != nullptr && curl_multi_add_handle(m_multi, transfer.get()) == CURLM_OK)
+        {
+            m_transfers.push_back(std::move(transfer));
+        }
+    }
+
+    void Release(CURL* transfer)
+    {
+        curl_multi_remove_handle(m_multi, transfer);
+        m_transfers.erase(std::find_if(m_transfers.begin(), m_transfers.end(),
+                                       [=](const EasyHandle& one)
+                                       { return one.get() == transfer; }));
+    }
+
+    CURLM* Multi() const { return m_multi; }
+
+private:
+    CURLM* m_multi;
+    std::vector<EasyHandle> m_transfers;
+};
+
 // Takes the finished transfers out of the multi handle; the number of them.
-int drain_messages(CURLM* multi, int row)
+int drain_messages(CTransfers& transfers, int row)
 {
     int finished = 0;
     int queued = 0;
-    while (const CURLMsg* message = curl_multi_info_read(multi, &queued))
+    while (const CURLMsg* message = curl_multi_info_read(transfers.Multi(), &queued))
     {
         if (message->msg != CURLMSG_DONE)
         {
             std::fprintf(stderr, "Error: CURLMsg (%d)\n", static_cast<int>(message->msg));
             continue;
         }
-        const EasyHandle transfer(message->easy_handle);
+        CURL* const transfer = message->easy_handle;
         const CURLcode code = message->data.result; // gone with the handle
         char* url = nullptr;
-        curl_easy_getinfo(transfer.get(), CURLINFO_PRIVATE, &url);
+        curl_easy_getinfo(transfer, CURLINFO_PRIVATE, &url);
         VKLOG_TRACE(" rec-%d=%d (%d)<%s-%s>\n", row, code == CURLE_OK ? 0 : -1,
                     static_cast<int>(code), url != nullptr ? url : "", curl_easy_strerror(code));
-        curl_multi_remove_handle(multi, transfer.get());
+        transfers.Release(transfer);
         ++finished;
     }
     return finished;
@@ -200,7 +261,7 @@ bool perform_and_wait(CURLM* multi, CTransferWait& wait, int& running)
 }
 
 // Runs all transfers to their end; the number of those that came to one.
-int run_transfers(CURLM* multi, int row)
+int run_transfers(CTransfers& transfers, int row)
 {
     CTransferWait wait;
     int finished = 0;
@@ -208,10 +269,10 @@ int run_transfers(CURLM* multi, int row)
     int failures = 0;
     do
     {
-        if (perform_and_wait(multi, wait, running))
+        if (perform_and_wait(transfers.Multi(), wait, running))
         {
             failures = 0;
-            finished += drain_messages(multi, row);
+            finished += drain_messages(transfers, row);
         }
         else if (++failures >= kFailuresInARow)
         {
@@ -306,11 +367,12 @@ int CAppPost::DoPostEx(std::vector<std::string> urls, const char* msg)
         return 0;
     }
     curl_multi_setopt(multi.get(), CURLMOPT_MAXCONNECTS, static_cast<long>(urls.size()));
+    CTransfers transfers(multi.get());
     for (const std::string& url : urls)
     {
-        initCurl(multi.get(), outgoing.get(), url.c_str(), this, m_iTimeout);
+        transfers.Add(make_transfer(outgoing.get(), url.c_str(), this, m_iTimeout));
     }
-    return run_transfers(multi.get(), m_iPostRow) > 0 ? 1 : 0;
+    return run_transfers(transfers, m_iPostRow) > 0 ? 1 : 0;
 }
 
 void CAppPost::initCurl(void* cm, const char* abuf, const char* url, void* userdata, int timeout)
@@ -325,22 +387,9 @@ void CAppPost::initCurl(void* cm, const char* abuf, const char* url, void* userd
         VKLOG_TRACE("Err NULL==abuf!!!\n");
         return;
     }
-    EasyHandle handle(curl_easy_init());
-    if (handle == nullptr)
+    EasyHandle handle = make_transfer(abuf, url, userdata, timeout);
+    if (handle != nullptr && curl_multi_add_handle(cm, handle.get()) == CURLM_OK)
     {
-        return;
-    }
-    set_target(handle.get(), url);
-    curl_easy_setopt(handle.get(), CURLOPT_WRITEFUNCTION, _PostOnWrite);
-    curl_easy_setopt(handle.get(), CURLOPT_HEADER, 0L);
-    curl_easy_setopt(handle.get(), CURLOPT_PRIVATE, url); // names the transfer when it is done
-    curl_easy_setopt(handle.get(), CURLOPT_VERBOSE, 0L);
-    curl_easy_setopt(handle.get(), CURLOPT_POSTFIELDS, abuf);
-    curl_easy_setopt(handle.get(), CURLOPT_WRITEDATA, userdata);
-    set_limits(handle.get(), timeout);
-    if (curl_multi_add_handle(cm, handle.get()) == CURLM_OK)
-    {
-        static_cast<void>(
-            handle.release()); // the multi handle has it until drain_messages takes it out
+        handle.release(); // the caller's from now on, through the multi handle
     }
 }
