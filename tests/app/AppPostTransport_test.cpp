@@ -511,6 +511,31 @@ TEST_F(TransportTest, ATransferThatCannotBeAddedIsCleanedUp)
     EXPECT_EQ(EasyEvents().back(), "cleanup");
 }
 
+TEST_F(TransportTest, InitCurlAddsOneTransfer)
+{
+    CURLM* multi = curl_multi_init();
+    app.initCurl(multi, "b=2", "https://a/", &app, 7);
+    EXPECT_THAT(EasyEvents(),
+                ElementsAre("URL=https://a/", "SSL_VERIFYPEER=0", "SSL_VERIFYHOST=1",
+                            "WRITEFUNCTION=_PostOnWrite", "HEADER=0", "PRIVATE=https://a/",
+                            "VERBOSE=0", "POSTFIELDS=b=2", "WRITEDATA=poster", "POST=1",
+                            "TIMEOUT=7", "COOKIEFILE=/NandFlash/curl.cookie"));
+    EXPECT_EQ(rec.Events().back(), "m1 add e1");
+    curl.CleanUp();
+}
+
+TEST_F(TransportTest, InitCurlAddsNothingWithoutAHandleOrARoomForIt)
+{
+    CURLM* multi = curl_multi_init();
+    curl.failEasyInit = 1;
+    app.initCurl(multi, "b=2", "http://a/", &app, 7);
+    curl.failAdd = true;
+    app.initCurl(multi, "b=2", "http://a/", &app, 7);
+    EXPECT_EQ(rec.CountStarting("m1 add"), 0);
+    EXPECT_EQ(EasyEvents().back(), "cleanup");
+    curl.CleanUp();
+}
+
 TEST_F(TransportTest, InitCurlRefusesNullArguments)
 {
     app.initCurl(nullptr, nullptr, "http://a/", &app, 15);
@@ -633,6 +658,15 @@ TEST_F(TransportTest, AHundredFailuresInARowEndThePost)
     stderr_of([&] { EXPECT_EQ(PostEx({"http://a/"}), 0); });
     EXPECT_EQ(rec.Count("m1 perform a=1"), 100);
     EXPECT_EQ(rec.PauseSum(), 99 * 100);
+}
+
+TEST_F(TransportTest, TransfersThatAreGivenUpAreReleased)
+{
+    curl.rounds.assign(100, Failing(CURLM_INTERNAL_ERROR, CURLM_OK, 1));
+    stderr_of([&] { EXPECT_EQ(PostEx({"http://a/", "http://b/"}), 0); });
+    EXPECT_THAT(
+        rec.Between("m1 remove", "none"),
+        ElementsAre("m1 remove e1", "m1 remove e2", "e1 cleanup", "e2 cleanup", "m1 cleanup"));
 }
 
 TEST_F(TransportTest, FailuresThatAreNotInARowDoNotEndThePost)
