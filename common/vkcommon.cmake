@@ -20,8 +20,10 @@ set_target_properties(vkcommon PROPERTIES
     LINK_DEPENDS "${CMAKE_CURRENT_SOURCE_DIR}/vkcommon.map")
 target_link_libraries(vkcommon PRIVATE vk_flags)
 target_link_options(vkcommon PRIVATE
-    "-Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/vkcommon.map"
-    "$<$<NOT:$<BOOL:${VK_SANITIZE}>>:-Wl,--no-undefined>") # clang's sanitizers leave names open
+    "-Wl,--version-script=${CMAKE_CURRENT_SOURCE_DIR}/vkcommon.map")
+if(NOT VK_SANITIZE) # clang's sanitizers leave names open
+    target_link_options(vkcommon PRIVATE -Wl,--no-undefined)
+endif()
 
 foreach(LIBRARY vkcommon vkcommon_static)
     target_compile_features(${LIBRARY} INTERFACE cxx_std_17)
