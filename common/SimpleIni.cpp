@@ -1,7 +1,9 @@
 #include "common/SimpleIni.h"
 
+#include <algorithm>
+#include <climits>
+#include <cstdlib>
 #include <fstream>
-#include <sstream>
 
 namespace
 {
@@ -177,10 +179,10 @@ int SimpleIni::GetValue<int>(const std::string& section, const std::string& key,
     {
         return defaultValue;
     }
-    std::istringstream text(line->value);
-    int number = 0;
-    text >> number; // on failure the stream stores 0 or the nearest limit
-    return number;
+    // As a stream reads an int: 0 where there are no digits, the nearest limit where there are too
+    // many. Without the stream, since every posted column may ask for its number.
+    const long number = std::strtol(line->value.c_str(), nullptr, 10);
+    return static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
 }
 
 void SimpleIni::SetValue(const std::string& section, const std::string& key,
