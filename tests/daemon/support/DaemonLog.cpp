@@ -1,7 +1,7 @@
 #include "tests/daemon/support/DaemonLog.h"
 
 #include <algorithm>
-#include <regex>
+#include <cstddef>
 
 #include "tests/daemon/support/Await.h"
 #include "tests/daemon/support/HostDir.h"
@@ -9,11 +9,57 @@
 namespace
 {
 
-const std::regex& prefix_pattern()
+constexpr char kDigits[] = "0123456789";
+constexpr char kTimeShape[] = "[dddd-dd-dd dd:dd:dd] "; // d: a digit
+
+bool has_shape(const std::string& text, size_t at, const std::string& shape)
 {
-    static const std::regex pattern(
-        R"((\d+)=\[(RtLog|ExpLog)\]\[\d{4}-\d\d-\d\d \d\d:\d\d:\d\d\] )");
-    return pattern;
+    const auto fits = [](char c, char wanted)
+    {
+        return wanted == 'd' ? c >= '0' && c <= '9' : c == wanted;
+    };
+    return at + shape.size() <= text.size() &&
+           std::equal(shape.begin(), shape.end(), text.begin() + static_cast<std::ptrdiff_t>(at),
+                      [&](char wanted, char c) { return fits(c, wanted); });
+}
+
+// "12=[RtLog][2024-05-01 12:00:00] " and where it stands.
+struct Prefix
+{
+    size_t start = std::string::npos;
+    size_t end = std::string::npos;
+    LogEntry entry{0, "", ""};
+};
+
+// The prefix whose "=[" stands there; its start is npos when there is none.
+Prefix prefix_at(const std::string& text, size_t equals)
+{
+    Prefix prefix;
+    const size_t before = equals == 0 ? equals : text.find_last_not_of(kDigits, equals - 1);
+    const size_t start = before == std::string::npos ? 0 : before + 1;
+    for (const char* tag : {"RtLog", "ExpLog"})
+    {
+        const std::string shape = "=[" + std::string(tag) + "]" + kTimeShape;
+        if (start < equals && has_shape(text, equals, shape))
+        {
+            prefix.start = start;
+            prefix.end = equals + shape.size();
+            prefix.entry = {std::stoul(text.substr(start, equals - start)), tag, ""};
+        }
+    }
+    return prefix;
+}
+
+Prefix next_prefix(const std::string& text, size_t from)
+{
+    Prefix prefix;
+    size_t equals = text.find("=[", from);
+    while (equals != std::string::npos && prefix.start == std::string::npos)
+    {
+        prefix = prefix_at(text, equals);
+        equals = text.find("=[", equals + 1);
+    }
+    return prefix;
 }
 
 } // namespace
@@ -21,27 +67,18 @@ const std::regex& prefix_pattern()
 std::vector<LogEntry> parse_log(const std::string& text)
 {
     std::vector<LogEntry> entries;
-    size_t end = 0; // of the last prefix
-    const auto close_entry = [&](size_t next)
+    Prefix prefix = next_prefix(text, 0);
+    if (prefix.start != 0 && !text.empty())
     {
-        const std::string message = text.substr(end, next - end);
-        if (!entries.empty())
-        {
-            entries.back().message = message;
-        }
-        else if (!message.empty())
-        {
-            entries.push_back({0, "", message});
-        }
-    };
-    for (std::sregex_iterator at(text.begin(), text.end(), prefix_pattern()), none; at != none;
-         ++at)
-    {
-        close_entry(static_cast<size_t>(at->position()));
-        entries.push_back({std::stoul(at->str(1)), at->str(2), ""});
-        end = static_cast<size_t>(at->position() + at->length());
+        entries.push_back({0, "", text.substr(0, prefix.start)});
     }
-    close_entry(text.size());
+    while (prefix.start != std::string::npos)
+    {
+        const Prefix next = next_prefix(text, prefix.end);
+        prefix.entry.message = text.substr(prefix.end, next.start - prefix.end);
+        entries.push_back(prefix.entry);
+        prefix = next;
+    }
     return entries;
 }
 
