@@ -5,3 +5,26 @@
 vk_app_test(app_transport_test
     SOURCES AppPostTransport_test.cpp ${PROJECT_SOURCE_DIR}/tests/support/FakeCurl.cpp
     WITH poster_test record_log record_pause record_tray)
+
+# Start-up: system calls and libcurl are the test's, the database library a stub.
+function(vk_app_stub_library NAME)
+    add_library(${NAME} MODULE ${PROJECT_SOURCE_DIR}/tests/support/stublibs/StubLibrary.cpp)
+    target_compile_definitions(${NAME} PRIVATE ${ARGN})
+    target_link_libraries(${NAME} PRIVATE vk_flags)
+endfunction()
+vk_app_stub_library(stub_full STUB_GET STUB_FREE)
+vk_app_stub_library(stub_no_get STUB_FREE)
+vk_app_stub_library(stub_no_free STUB_GET)
+vk_app_stub_library(stub_empty)
+
+vk_app_test(app_post_test
+    SOURCES AppPost_test.cpp ${PROJECT_SOURCE_DIR}/tests/support/FakeCurl.cpp
+    WITH record_log record_pause record_tray
+    LIBS ${CMAKE_DL_LIBS})
+set_target_properties(app_post_test PROPERTIES ENABLE_EXPORTS ON) # the stubs call back
+target_compile_definitions(app_post_test PRIVATE
+    "VK_STUB_FULL=\"$<TARGET_FILE:stub_full>\""
+    "VK_STUB_NO_GET=\"$<TARGET_FILE:stub_no_get>\""
+    "VK_STUB_NO_FREE=\"$<TARGET_FILE:stub_no_free>\""
+    "VK_STUB_EMPTY=\"$<TARGET_FILE:stub_empty>\"")
+add_dependencies(app_post_test stub_full stub_no_get stub_no_free stub_empty)

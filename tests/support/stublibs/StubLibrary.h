@@ -1,0 +1,18 @@
+// Between a stub database library and the test program that loads it. The program defines both
+// names and exports them; the library tells what is called and does as the script says.
+#pragma once
+
+// What the stub library answers.
+struct StubScript
+{
+    bool manager = true;  // GetDbManager gives one
+    bool dataDb = true;   // OpenDb("tmp/dbDat0.db3") gives one
+    bool alarmDb = true;  // OpenDb of any other file
+    bool dataOpen = true; // Open of the data database
+};
+
+extern "C"
+{
+    extern StubScript stub_script;
+    void stub_called(const char* call);
+}
