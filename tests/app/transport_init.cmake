@@ -28,3 +28,12 @@ target_compile_definitions(app_post_test PRIVATE
     "VK_STUB_NO_FREE=\"$<TARGET_FILE:stub_no_free>\""
     "VK_STUB_EMPTY=\"$<TARGET_FILE:stub_empty>\"")
 add_dependencies(app_post_test stub_full stub_no_get stub_no_free stub_empty)
+
+# In the box: the pid file's folder is fixed.
+vk_app_test(app_single_instance_test SOURCES SingleInstance_test.cpp LIBS in_box)
+
+# Pauses and clock on system calls of the test's own.
+vk_app_test(app_pause_test SOURCES AppPause_test.cpp)
+
+# The alarm signal, at_rest and the system's timer replaced.
+vk_app_test(app_alarm_signal_test SOURCES AlarmSignal_test.cpp)
