@@ -1,5 +1,6 @@
 #include "bench/Boxed.h"
 
+#include <algorithm>
 #include <chrono>
 #include <csignal>
 #include <cstdlib>
@@ -37,11 +38,38 @@ std::string proc_path(pid_t pid, const char* file)
     return "/proc/" + std::to_string(pid) + "/" + file;
 }
 
-void redirect(int target, const std::string& path)
+bool redirect(int target, const char* path)
 {
-    const int fd = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0666);
-    dup2(fd, target);
-    close(fd);
+    const int fd = open(path, O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0666);
+    return fd >= 0 && dup2(fd, target) >= 0;
+}
+
+std::vector<std::string> environment_without(const std::vector<std::string>& names)
+{
+    std::vector<std::string> kept;
+    for (char** setting = environ; *setting != nullptr; ++setting)
+    {
+        const std::string text = *setting;
+        if (std::none_of(names.begin(), names.end(),
+                         [&](const std::string& name)
+                         { return text.compare(0, name.size(), name) == 0; }))
+        {
+            kept.push_back(text);
+        }
+    }
+    return kept;
+}
+
+// As execve takes them; valid as long as the texts are.
+std::vector<char*> pointers(std::vector<std::string>& texts)
+{
+    std::vector<char*> list;
+    for (std::string& text : texts)
+    {
+        list.push_back(text.data());
+    }
+    list.push_back(nullptr);
+    return list;
 }
 
 // The program of that name among a process and its children; -1 when it is not (yet) there.
@@ -92,25 +120,25 @@ CBoxed::~CBoxed()
 void CBoxed::Start(const std::vector<std::string>& command, const std::string& dir,
                    const std::string& flash)
 {
-    std::vector<char*> argv{const_cast<char*>(VK_BOX)};
-    for (const std::string& word : command)
-    {
-        argv.push_back(const_cast<char*>(word.c_str()));
-    }
-    argv.push_back(nullptr);
+    // Everything is prepared before the fork: other threads run, so the child may only make system
+    // calls before it becomes the program.
+    std::vector<std::string> words{VK_BOX};
+    words.insert(words.end(), command.begin(), command.end());
+    std::vector<std::string> settings = environment_without({"VKLOG=", "VK_BOX_FLASH="});
+    settings.push_back("VK_BOX_FLASH=" + flash);
+    const std::vector<char*> argv = pointers(words);
+    const std::vector<char*> envp = pointers(settings);
+    const std::string out = dir + "/out.txt";
+    const std::string err = dir + "/err.txt";
 
     m_box = fork();
     if (m_box == 0)
     {
-        if (chdir(dir.c_str()) != 0)
+        if (chdir(dir.c_str()) == 0 && redirect(STDOUT_FILENO, out.c_str()) &&
+            redirect(STDERR_FILENO, err.c_str()))
         {
-            _exit(127);
+            execve(VK_BOX, argv.data(), envp.data());
         }
-        redirect(STDOUT_FILENO, dir + "/out.txt");
-        redirect(STDERR_FILENO, dir + "/err.txt");
-        unsetenv("VKLOG");
-        setenv("VK_BOX_FLASH", flash.c_str(), 1);
-        execv(VK_BOX, argv.data());
         _exit(127);
     }
 }

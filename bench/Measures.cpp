@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <future>
 #include <memory>
 
 #include "bench/Boxed.h"
@@ -28,29 +29,6 @@ std::string text(const char* format, double a, double b = 0, double c = 0)
     return buffer;
 }
 
-std::string spread(const std::vector<double>& ratios)
-{
-    const auto [least, most] = std::minmax_element(ratios.begin(), ratios.end());
-    return text("%.3f to %.3f in %.0f rounds", *least, *most, static_cast<double>(ratios.size()));
-}
-
-// Runs a and b in turns, each first in every other round; the ratios a/b of their results.
-template <typename A, typename B> std::vector<double> compare(int rounds, A a, B b)
-{
-    std::vector<double> ratios;
-    for (int round = 0; round < rounds; ++round)
-    {
-        double left = round % 2 == 0 ? a() : 0;
-        const double right = b();
-        if (round % 2 != 0)
-        {
-            left = a();
-        }
-        ratios.push_back(left / right);
-    }
-    return ratios;
-}
-
 CRunOrder sweeps(int count)
 {
     CRunOrder order;
@@ -58,54 +36,145 @@ CRunOrder sweeps(int count)
     return order;
 }
 
+// Runs of two programs that were compared, round by round.
+struct CPairs
+{
+    std::vector<CRun> left;
+    std::vector<CRun> right;
+};
+
+// One after the other, each first in every other round.
+template <typename Left, typename Right> CPairs alternate(int rounds, Left left, Right right)
+{
+    CPairs pairs;
+    for (int round = 0; round < rounds; ++round)
+    {
+        if (round % 2 == 0)
+        {
+            pairs.left.push_back(left());
+            pairs.right.push_back(right());
+        }
+        else
+        {
+            pairs.right.push_back(right());
+            pairs.left.push_back(left());
+        }
+    }
+    return pairs;
+}
+
+// Both at once.
+template <typename Left, typename Right> CPairs together(int rounds, Left left, Right right)
+{
+    CPairs pairs;
+    for (int round = 0; round < rounds; ++round)
+    {
+        auto running = std::async(std::launch::async, left);
+        pairs.right.push_back(right());
+        pairs.left.push_back(running.get());
+    }
+    return pairs;
+}
+
+// Both at once, but body by body in turns. The two take the order of their run.
+template <typename Left, typename Right>
+CPairs in_turns(int rounds, int leftSweeps, Left left, int rightSweeps, Right right)
+{
+    CPairs pairs;
+    for (int round = 0; round < rounds; ++round)
+    {
+        CTurns turns;
+        CRunOrder leftOrder = sweeps(leftSweeps);
+        CRunOrder rightOrder = sweeps(rightSweeps);
+        leftOrder.turns = &turns;
+        rightOrder.turns = &turns;
+        rightOrder.side = 1;
+        const CPairs one = together(
+            1, [&] { return left(leftOrder); }, [&] { return right(rightOrder); });
+        pairs.left.push_back(one.left.front());
+        pairs.right.push_back(one.right.front());
+    }
+    return pairs;
+}
+
+using Figure = double (CRun::*)() const;
+
+// The figure of each run of one side.
+std::vector<double> each(const std::vector<CRun>& runs, Figure figure)
+{
+    std::vector<double> values;
+    for (const CRun& run : runs)
+    {
+        values.push_back((run.*figure)());
+    }
+    return values;
+}
+
+// Left to right, round by round.
+std::vector<double> ratios(const CPairs& pairs, Figure figure)
+{
+    std::vector<double> values;
+    for (size_t i = 0; i < pairs.left.size(); ++i)
+    {
+        values.push_back((pairs.left[i].*figure)() / (pairs.right[i].*figure)());
+    }
+    return values;
+}
+
+// Median ratio of the CPU time per body, with what is needed to judge it.
+CFigure cpu_figure(const std::string& what, const CPairs& pairs, double budget)
+{
+    const std::vector<double> cpu = ratios(pairs, &CRun::CpuUsPerBody);
+    const auto [least, most] = std::minmax_element(cpu.begin(), cpu.end());
+    return {what, median(cpu), "x", budget,
+            text("%.3f to %.3f in %.0f rounds", *least, *most, static_cast<double>(cpu.size())) +
+                text("; by means %.3f; here %.0f us to %.0f us",
+                     median(ratios(pairs, &CRun::MeanCpuUs)),
+                     median(each(pairs.left, &CRun::CpuUsPerBody)),
+                     median(each(pairs.right, &CRun::CpuUsPerBody)))};
+}
+
 } // namespace
 
 Figures cpu_per_body(const CPrograms& programs, const CEffort& effort)
 {
     const CBenchRoom room(effort.devices, programs.dbLibrary);
-    std::vector<double> daemon;
-    std::vector<double> least;
-    const std::vector<double> ratios = compare(
-        effort.rounds,
-        [&]
-        {
-            daemon.push_back(run_daemon(programs.daemonNoPause, room, sweeps(1)).CpuUsPerBody());
-            return daemon.back();
-        },
-        [&]
-        {
-            least.push_back(run_least(programs.least, room, sweeps(1)).CpuUsPerBody());
-            return least.back();
-        });
-    return {{"CPU per body, daemon to least program", median(ratios), "x", kCpuBudget,
-             spread(ratios) + text("; here %.0f us to %.0f us", median(daemon), median(least))}};
+    const CBenchRoom twin(effort.devices, programs.dbLibrary);
+    const CPairs pairs = in_turns(
+        effort.rounds, 1,
+        [&](const CRunOrder& order) { return run_daemon(programs.daemonNoPause, room, order); }, 1,
+        [&](const CRunOrder& order) { return run_least(programs.least, twin, order); });
+    return {cpu_figure("CPU per body, daemon to least program", pairs, kCpuBudget)};
 }
 
 Figures real_pauses(const CPrograms& programs, const CEffort& effort)
 {
     const CBenchRoom room(effort.pausedDevices, programs.dbLibrary);
-    const CRun daemon = run_daemon(programs.daemon, room, sweeps(1));
+    const CBenchRoom twin(effort.pausedDevices, programs.dbLibrary);
     CRunOrder paused = sweeps(1);
     paused.leastPauseMs = static_cast<int>(kPauseMs);
-    const CRun least = run_least(programs.least, room, paused);
+    const CPairs pairs = together(
+        std::min(effort.rounds, 5), [&] { return run_daemon(programs.daemon, room, sweeps(1)); },
+        [&] { return run_least(programs.least, twin, paused); });
 
-    const double ratio = daemon.CpuUsPerBody() / least.CpuUsPerBody();
-    const double taken = kPauseMs + least.transferMs;
-    return {{"CPU per body with the real pauses", ratio, "x", kCpuBudget,
-             text("one round of %.0f bodies", static_cast<double>(daemon.figures.bodies))},
-            {"time per device above pause and transfer", daemon.MedianGapMs() - taken, "ms",
-             kTimeBudgetMs,
-             text("median; mean %.3f ms; transfer alone %.3f ms; least program the same way %.3f",
-                  daemon.MeanGapMs() - taken, least.transferMs, least.MedianGapMs() - taken)}};
+    const double transfer = median(each(pairs.right, &CRun::TransferMs));
+    const double taken = kPauseMs + transfer;
+    const double above = median(each(pairs.left, &CRun::GapMs)) - taken;
+    return {cpu_figure("CPU per body with the real pauses", pairs, kCpuBudget),
+            {"time per device above pause and transfer", above, "ms", kTimeBudgetMs,
+             text("transfer alone %.3f ms; least program the same way %.3f ms; mean of all %.3f ms",
+                  transfer, median(each(pairs.right, &CRun::GapMs)) - taken,
+                  median(each(pairs.left, &CRun::MeanGapMs)) - taken)}};
 }
 
 namespace
 {
 
-// Median time from body to body, as the last of the sinks sees it.
-double gap_with(const CPrograms& programs, const CBenchRoom& room, const std::vector<int>& delaysMs)
+// A sweep posted to several sinks at once, as the last of them sees it.
+CRun run_to_several(const CPrograms& programs, const CBenchRoom& room,
+                    const std::vector<int>& delaysMs)
 {
-    CRunWatch watch(room);
+    CRunWatch watch(room, 1);
     std::vector<std::unique_ptr<CSink>> sinks;
     std::vector<std::string> urls;
     for (size_t i = 0; i < delaysMs.size(); ++i)
@@ -123,9 +192,11 @@ double gap_with(const CPrograms& programs, const CBenchRoom& room, const std::ve
     }
     room.Configure(urls);
     const CBoxed boxed({programs.daemonNoPause}, room.Dir());
-    watch.Attach(&boxed);
-    watch.WaitForSweeps(1);
-    return median(watch.Figures().gapsMs);
+    watch.Attach(boxed);
+    watch.Wait();
+    CRun run;
+    run.figures = watch.Figures();
+    return run;
 }
 
 } // namespace
@@ -136,11 +207,13 @@ Figures several_urls(const CPrograms& programs, const CEffort& effort)
     static const std::vector<int> kSlowestMs{100};
     constexpr int kDevices = 20;
     const CBenchRoom room(kDevices, programs.dbLibrary);
-    const std::vector<double> ratios = compare(
-        std::min(effort.rounds, 3), [&] { return gap_with(programs, room, kDelaysMs); },
-        [&] { return gap_with(programs, room, kSlowestMs); });
-    return {{"5 URLs against the slowest of them alone", median(ratios), "x", kUrlsBudget,
-             spread(ratios) + "; answers after 0, 25, 50, 75, 100 ms"}};
+    const CPairs pairs = alternate(
+        std::min(effort.rounds, 3), [&] { return run_to_several(programs, room, kDelaysMs); },
+        [&] { return run_to_several(programs, room, kSlowestMs); });
+    const std::vector<double> gaps = ratios(pairs, &CRun::GapMs);
+    return {{"5 URLs against the slowest of them alone", median(gaps), "x", kUrlsBudget,
+             text("%.0f rounds", static_cast<double>(gaps.size())) +
+                 "; answers after 0, 25, 50, 75, 100 ms"}};
 }
 
 Figures peak_memory(const CPrograms& programs, const CEffort&)
@@ -172,16 +245,17 @@ Figures large_room(const CPrograms& programs, const CEffort& effort)
     constexpr int kSmall = 100;
     const CBenchRoom large(effort.largeRoom, programs.dbLibrary);
     const CBenchRoom small(kSmall, programs.dbLibrary);
-    const std::vector<double> ratios = compare(
-        effort.rounds,
-        [&] { return run_daemon(programs.daemonNoPause, large, sweeps(1)).CpuUsPerBody(); },
-        [&]
+    const auto run_in = [&](const CBenchRoom& room)
+    {
+        return [&](const CRunOrder& order)
         {
-            const CRunOrder asMany = sweeps(effort.largeRoom / kSmall);
-            return run_daemon(programs.daemonNoPause, small, asMany).CpuUsPerBody();
-        });
-    return {{text("CPU per body, %.0f devices to 100", effort.largeRoom), median(ratios), "x",
-             kLargeRoomBudget, spread(ratios)}};
+            return run_daemon(programs.daemonNoPause, room, order);
+        };
+    };
+    const CPairs pairs =
+        in_turns(effort.rounds, 1, run_in(large), effort.largeRoom / kSmall, run_in(small));
+    return {cpu_figure(text("CPU per body, %.0f devices to 100", effort.largeRoom), pairs,
+                       kLargeRoomBudget)};
 }
 
 Figures growth(const CPrograms& programs, const CEffort& effort)
@@ -193,7 +267,7 @@ Figures growth(const CPrograms& programs, const CEffort& effort)
     long kib[2] = {0, 0};
     int descriptors[2] = {0, 0};
 
-    CRunWatch watch(room);
+    CRunWatch watch(room, sweepsInAll);
     watch.LookAtSweepEnds(
         [&](int sweep, const CBoxed& program)
         {
@@ -207,8 +281,8 @@ Figures growth(const CPrograms& programs, const CEffort& effort)
     const CSink sink([&watch](const std::string& body) { watch.OnBody(body); });
     room.Configure({sink.Url()});
     const CBoxed boxed({programs.daemonNoPause}, room.Dir());
-    watch.Attach(&boxed);
-    watch.WaitForSweeps(sweepsInAll);
+    watch.Attach(boxed);
+    watch.Wait();
 
     const std::string posts = text(" over %.0f posts", sweepsInAll * kDevices);
     const char* const kDetail = "%.0f after the first half, %.0f at the end";

@@ -16,69 +16,73 @@ int sid_of(const std::string& body)
 
 } // namespace
 
-CRunWatch::CRunWatch(const CBenchRoom& room)
-    : m_firstSid(room.FirstSid()), m_lastSid(room.LastSid())
+CRunWatch::CRunWatch(const CBenchRoom& room, int sweeps)
+    : m_firstSid(room.FirstSid()), m_lastSid(room.LastSid()), m_wanted(sweeps)
 {
 }
 
-void CRunWatch::Attach(const CBoxed* program)
+void CRunWatch::Attach(const CBoxed& program)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    m_program = program;
+    m_program = &program;
     m_changed.notify_all();
 }
 
 void CRunWatch::OnBody(const std::string& body)
 {
     const Clock::time_point now = Clock::now();
-    std::unique_lock<std::mutex> lock(m_mutex);
-    if (!m_changed.wait_for(lock, kPatience, [this] { return m_program != nullptr; }))
-    {
-        return;
-    }
     const int sid = sid_of(body);
-    if (sid < m_firstSid || sid > m_lastSid)
+    std::unique_lock<std::mutex> lock(m_mutex);
+    m_changed.wait_for(lock, kPatience, [this] { return m_program != nullptr || m_over; });
+    if (m_program == nullptr || m_over || sid < m_firstSid || sid > m_lastSid)
     {
-        return; // the host's own status
+        return; // nobody watches any more, or it is the host's own status
     }
     ++m_arrived;
     if (m_keep)
     {
         m_bodies.push_back(body);
     }
-    if (sid == m_firstSid)
+    Count(sid, now);
+    if (sid == m_lastSid)
     {
-        m_inSweep = true;
-        m_inThisSweep = 0;
-        m_startNs = m_program->CpuNs();
-    }
-    else if (m_inSweep)
-    {
-        ++m_inThisSweep;
-        m_figures.gapsMs.push_back(
-            std::chrono::duration<double, std::milli>(now - m_lastArrival).count());
-    }
-    m_lastArrival = now;
-    if (sid == m_lastSid && m_inSweep)
-    {
-        m_inSweep = false;
-        m_figures.cpuNs += m_program->CpuNs() - m_startNs;
-        m_figures.bodies += m_inThisSweep;
-        ++m_sweeps;
-        if (m_look)
-        {
-            m_look(m_sweeps, *m_program);
-        }
-        m_changed.notify_all();
+        EndSweep();
     }
 }
 
-void CRunWatch::WaitForSweeps(int sweeps)
+void CRunWatch::Count(int sid, Clock::time_point now)
+{
+    const int64_t cpuNs = m_program->CpuNs();
+    if (sid != m_firstSid)
+    {
+        m_figures.cpuUs.push_back(static_cast<double>(cpuNs - m_lastCpuNs) / 1000.0);
+        m_figures.gapsMs.push_back(
+            std::chrono::duration<double, std::milli>(now - m_lastArrival).count());
+    }
+    m_lastCpuNs = cpuNs;
+    m_lastArrival = now;
+}
+
+void CRunWatch::EndSweep()
+{
+    ++m_sweeps;
+    if (m_look)
+    {
+        m_look(m_sweeps, *m_program);
+    }
+    if (m_sweeps == m_wanted)
+    {
+        m_over = true;
+    }
+    m_changed.notify_all();
+}
+
+void CRunWatch::Wait()
 {
     std::unique_lock<std::mutex> lock(m_mutex);
     int64_t arrived = -1;
     Clock::time_point moved = Clock::now();
-    while (m_sweeps < sweeps)
+    while (!m_over)
     {
         m_changed.wait_for(lock, std::chrono::milliseconds(500));
         if (m_arrived != arrived)
@@ -86,8 +90,9 @@ void CRunWatch::WaitForSweeps(int sweeps)
             arrived = m_arrived;
             moved = Clock::now();
         }
-        if (m_sweeps < sweeps && (!m_program->Runs() || Clock::now() - moved > kPatience))
+        if (!m_over && (!m_program->Runs() || Clock::now() - moved > kPatience))
         {
+            m_over = true;
             throw std::runtime_error("the program stopped posting after " +
                                      std::to_string(m_arrived) + " bodies");
         }

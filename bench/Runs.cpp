@@ -34,37 +34,53 @@ CRun result_of(const CRunWatch& watch)
 // Waits for the sweeps of a program that is running, takes the last look and leaves it.
 void watch_sweeps(CRunWatch& watch, const CBoxed& program, const CRunOrder& order)
 {
-    watch.Attach(&program);
-    watch.WaitForSweeps(order.sweeps);
+    watch.Attach(program);
+    watch.Wait();
     if (order.beforeItEnds)
     {
         order.beforeItEnds(program);
     }
 }
 
+// Lets the other side of the turns go when this run ends, whichever way.
+class CLeave
+{
+public:
+    explicit CLeave(CTurns* turns) : m_turns(turns) {}
+    ~CLeave()
+    {
+        if (m_turns != nullptr)
+        {
+            m_turns->Leave();
+        }
+    }
+    CLeave(const CLeave&) = delete;
+    CLeave& operator=(const CLeave&) = delete;
+
+private:
+    CTurns* m_turns;
+};
+
+CSink::Hook hook(CRunWatch& watch, const CRunOrder& order)
+{
+    return [&watch, turns = order.turns, side = order.side](const std::string& body)
+    {
+        watch.OnBody(body);
+        if (turns != nullptr)
+        {
+            turns->Pass(side);
+        }
+    };
+}
+
 } // namespace
-
-double CRun::CpuUsPerBody() const
-{
-    return static_cast<double>(figures.cpuNs) / 1000.0 / static_cast<double>(figures.bodies);
-}
-
-double CRun::MedianGapMs() const
-{
-    return median(figures.gapsMs);
-}
-
-double CRun::MeanGapMs() const
-{
-    const std::vector<double>& gaps = figures.gapsMs;
-    return std::accumulate(gaps.begin(), gaps.end(), 0.0) / static_cast<double>(gaps.size());
-}
 
 CRun run_daemon(const std::string& program, const CBenchRoom& room, const CRunOrder& order)
 {
-    CRunWatch watch(room);
+    CRunWatch watch(room, order.sweeps);
     watch.KeepBodies(order.keepBodies);
-    const CSink sink([&watch](const std::string& body) { watch.OnBody(body); });
+    const CSink sink(hook(watch, order));
+    const CLeave leave(order.turns); // goes before the sink, whose thread may be waiting
     room.Configure({sink.Url()});
     {
         const CBoxed boxed({program}, room.Dir(), order.flash);
@@ -75,9 +91,10 @@ CRun run_daemon(const std::string& program, const CBenchRoom& room, const CRunOr
 
 CRun run_least(const std::string& program, const CBenchRoom& room, const CRunOrder& order)
 {
-    CRunWatch watch(room);
+    CRunWatch watch(room, order.sweeps);
     watch.KeepBodies(order.keepBodies);
-    const CSink sink([&watch](const std::string& body) { watch.OnBody(body); });
+    const CSink sink(hook(watch, order));
+    const CLeave leave(order.turns); // goes before the sink, whose thread may be waiting
     const bool endless = static_cast<bool>(order.beforeItEnds);
     const std::vector<std::string> command{program, sink.Url(),
                                            std::to_string(endless ? 0 : order.sweeps),
@@ -105,4 +122,14 @@ double median(std::vector<double> numbers)
     const auto middle = numbers.begin() + static_cast<std::ptrdiff_t>(numbers.size() / 2);
     std::nth_element(numbers.begin(), middle, numbers.end());
     return *middle;
+}
+
+double mean(const std::vector<double>& numbers)
+{
+    if (numbers.empty())
+    {
+        throw std::runtime_error("nothing was measured");
+    }
+    return std::accumulate(numbers.begin(), numbers.end(), 0.0) /
+           static_cast<double>(numbers.size());
 }

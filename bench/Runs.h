@@ -10,6 +10,7 @@
 
 #include "bench/BenchRoom.h"
 #include "bench/RunWatch.h"
+#include "bench/Turns.h"
 
 // The programs that are measured, by full path.
 struct CPrograms
@@ -20,6 +21,10 @@ struct CPrograms
     std::string dbLibrary;
 };
 
+// The middle and the mean of some numbers; there must be one at least.
+double median(std::vector<double> numbers);
+double mean(const std::vector<double>& numbers);
+
 // What is told to a run, and what it tells.
 struct CRunOrder
 {
@@ -28,6 +33,8 @@ struct CRunOrder
     std::string flash;                               // see CBoxed
     int leastPauseMs = 0;                            // after each device of the least program
     std::function<void(const CBoxed&)> beforeItEnds; // a last look at the running program
+    CTurns* turns = nullptr;                         // with another run; outlives this one
+    int side = 0;                                    // in them
 };
 
 struct CRun
@@ -36,15 +43,15 @@ struct CRun
     std::vector<std::string> bodies;
     double transferMs = 0; // least program only: median wall time of one transfer
 
-    double CpuUsPerBody() const;
-    double MedianGapMs() const;
-    double MeanGapMs() const;
+    // The median body: on a machine that is shared, the mean tells as much about its neighbours.
+    double TransferMs() const { return transferMs; }
+    double CpuUsPerBody() const { return median(figures.cpuUs); }
+    double MeanCpuUs() const { return mean(figures.cpuUs); }
+    double GapMs() const { return median(figures.gapsMs); }
+    double MeanGapMs() const { return mean(figures.gapsMs); }
 };
 
 CRun run_daemon(const std::string& program, const CBenchRoom& room, const CRunOrder& order);
 
 // The least program ends by itself after its sweeps, unless somebody wants a look before.
 CRun run_least(const std::string& program, const CBenchRoom& room, const CRunOrder& order);
-
-// The middle of some numbers; there must be one at least.
-double median(std::vector<double> numbers);
