@@ -103,9 +103,9 @@ unsigned int CBufHelper::sum(const unsigned char* buf, int length)
     unsigned int total = 0;
     for (int i = 0; i < length; ++i)
     {
-        total = (total + buf[i]) & 0xFFFF;
+        total += buf[i];
     }
-    return total;
+    return total & 0xFFFF; // once for all: what is lost above 32 bits is above 16 too
 }
 
 unsigned char CBufHelper::lrc(const unsigned char* buf, int length)

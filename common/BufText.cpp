@@ -2,6 +2,7 @@
 #include "common/BufHelper.h"
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 
 namespace
@@ -12,23 +13,29 @@ char _hexchar(int nibble)
     return "0123456789ABCDEF"[nibble & 0xF];
 }
 
+// The value of each character as a digit, 0 for what is none. A table, since digits of data follow
+// no pattern that a processor could guess branches by.
+constexpr std::array<unsigned char, 256> digit_values()
+{
+    std::array<unsigned char, 256> values{};
+    for (unsigned char digit = 0; digit < 10; ++digit)
+    {
+        values['0' + digit] = digit;
+    }
+    for (unsigned char digit = 10; digit < 16; ++digit)
+    {
+        values['A' + digit - 10] = digit;
+        values['a' + digit - 10] = digit;
+    }
+    return values;
+}
+constexpr std::array<unsigned char, 256> kDigitValues = digit_values();
+
 } // namespace
 
 unsigned char CBufHelper::ascii2hex(char c)
 {
-    if (c >= '0' && c <= '9')
-    {
-        return static_cast<unsigned char>(c - '0');
-    }
-    if (c >= 'A' && c <= 'F')
-    {
-        return static_cast<unsigned char>(c - 'A' + 10);
-    }
-    if (c >= 'a' && c <= 'f')
-    {
-        return static_cast<unsigned char>(c - 'a' + 10);
-    }
-    return 0;
+    return kDigitValues[static_cast<unsigned char>(c)];
 }
 
 char CBufHelper::hex2asciiHigh(unsigned char b)
