@@ -5,5 +5,6 @@ vk_unit_test(profile_test
         ProfileProperties_test.cpp
         ProfileTest.cpp
         vkProfile_test.cpp
+        vkProfileRead_test.cpp
         vkProfileWrite_test.cpp
     LIBS vkpub common)
