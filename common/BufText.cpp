@@ -61,9 +61,10 @@ unsigned int CBufHelper::HexVal(const char* s, int n)
 float CBufHelper::HexValF(const char* s)
 {
     unsigned char bytes[4];
-    for (int i = 0; i < 4; ++i)
+    for (unsigned char& byte : bytes)
     {
-        bytes[i] = static_cast<unsigned char>(HexVal(s + 2 * i, 2));
+        byte = static_cast<unsigned char>(HexVal(s, 2));
+        s += 2;
     }
     return fvFromBuf(bytes);
 }
