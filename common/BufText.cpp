@@ -136,7 +136,7 @@ int CBufHelper::HexStr2AsciiStr(char* out, const unsigned char* bytes, int n, in
             out[written++] = static_cast<char>(separator);
         }
     }
-    if (separator > 0 && written > 0 && out[written - 1] == static_cast<char>(separator))
+    if (separator > 0 && written > 0) // none behind the last byte
     {
         --written;
     }
