@@ -1,6 +1,6 @@
 # Installs libvkcommon into a folder of the test's own, builds examples/helpers against that tree
 # and runs both programs. Called with BUILD (this project's build folder), SOURCE (its root), WORK,
-# COMPILER, FLAGS and GENERATOR.
+# COMPILER, FLAGS, GENERATOR and, when cross-compiling, TOOLCHAIN and EMULATOR.
 file(REMOVE_RECURSE ${WORK})
 set(ENV{DESTDIR} "")
 
@@ -15,6 +15,7 @@ endfunction()
 
 run(${CMAKE_COMMAND} --install ${BUILD} --component vkcommon --prefix ${WORK}/installed)
 run(${CMAKE_COMMAND} -S ${SOURCE}/examples/helpers -B ${WORK}/build -G ${GENERATOR}
+    -DCMAKE_TOOLCHAIN_FILE=${TOOLCHAIN}
     -DCMAKE_PREFIX_PATH=${WORK}/installed -DCMAKE_CXX_COMPILER=${COMPILER}
     "-DCMAKE_CXX_FLAGS=${FLAGS} -Wall -Wextra -Wpedantic -Werror")
 run(${CMAKE_COMMAND} --build ${WORK}/build)
@@ -25,7 +26,7 @@ Answer with 8 info characters, first value 220.0
 Answer refused with code 7
 ")
 foreach(PROGRAM helpers helpers_static)
-    run(${WORK}/build/${PROGRAM})
+    run(${EMULATOR} ${WORK}/build/${PROGRAM})
     if(NOT output STREQUAL expected)
         message(FATAL_ERROR "${PROGRAM} printed:\n${output}\ninstead of:\n${expected}")
     endif()

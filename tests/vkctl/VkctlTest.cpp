@@ -12,6 +12,8 @@
 #include <stdexcept>
 #include <thread>
 
+#include "tests/support/Emulator.h"
+
 namespace
 {
 
@@ -111,7 +113,7 @@ CProgram::CProgram(const std::vector<std::string>& arguments, const std::vector<
         {
             putenv(const_cast<char*>(setting.c_str()));
         }
-        execv(argv[0], argv.data());
+        exec_program(argv);
         _exit(127);
     }
 }

@@ -10,6 +10,7 @@
 
 #include "tests/daemon/support/Await.h"
 #include "tests/daemon/support/HostDir.h"
+#include "tests/support/Emulator.h"
 
 namespace
 {
@@ -53,7 +54,8 @@ void CDaemon::Start(const std::string& dir)
     redirect(STDERR_FILENO, dir + "/stderr");
     if (chdir(dir.c_str()) == 0)
     {
-        execl(VK_DAEMON, VK_DAEMON, static_cast<char*>(nullptr));
+        char program[] = VK_DAEMON;
+        exec_program({program, nullptr});
     }
     _exit(kNoExec);
 }

@@ -18,6 +18,10 @@ constexpr char kInBox[] = "VK_TEST_IN_BOX"; // set: we are inside already
 {
     setenv(kInBox, "1", 1);
     std::vector<char*> arguments{const_cast<char*>(VK_BOX)};
+    if (VK_EMULATOR[0] != '\0') // the program was built for another machine
+    {
+        arguments.push_back(const_cast<char*>(VK_EMULATOR));
+    }
     arguments.insert(arguments.end(), command.begin(), command.end());
     execv(VK_BOX, arguments.data());
     std::perror(VK_BOX);
