@@ -3,7 +3,6 @@
 #include <atomic>
 #include <csignal>
 #include <ctime>
-#include <pthread.h>
 
 #include "app/AppInternal.h"
 
@@ -36,17 +35,18 @@ void send_again_soon()
 
 } // namespace
 
-void prepare_alarm_signal(int sig)
+bool prepare_alarm_signal(int sig)
 {
     sigevent event{};
     event.sigev_notify = SIGEV_SIGNAL;
     event.sigev_signo = sig;
     has_timer = timer_create(CLOCK_MONOTONIC, &event, &timer) == 0;
+    return has_timer;
 }
 
-void take_alarm_signals()
+void pass_alarm_signals_to(pthread_t thread)
 {
-    request_thread = pthread_self();
+    request_thread = thread;
     has_request_thread = true;
 }
 

@@ -12,11 +12,15 @@
 // Nothing here takes a lock, and all but prepare_alarm_signal may be called in a handler.
 #pragma once
 
-// Before the handler is installed, main thread: makes the timer.
-void prepare_alarm_signal(int sig);
+#include <pthread.h>
 
-// The calling thread is the request thread: alarm signals are passed on to it from now on.
-void take_alarm_signals();
+// Before the handler is installed, main thread: makes the timer. False when the system has none:
+// a signal that finds no thread at rest is then lost, and its alarms wait for the next one.
+bool prepare_alarm_signal(int sig);
+
+// That thread is the request thread: alarm signals are passed on to it from now on. Called by the
+// main thread before it first rests, so that the two never both think the routine is theirs.
+void pass_alarm_signals_to(pthread_t thread);
 
 // In the handler: true when the signal was passed on, false when the routine is to run here and
 // now.

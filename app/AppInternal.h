@@ -60,6 +60,17 @@ std::string format_text(const char* format, ...) __attribute__((format(printf, 1
 
 // --- Queries (AppPostQuery.cpp) --------------------------------------------------------------
 
+// Begin and end a unit of work on the data database. What it throws is logged and goes no further:
+// the queries in between tell whether the database can be used.
+void begin_work(CAppPost& app);
+void end_work(CAppPost& app);
+
+// A text of the library's, as the empty text where a library of another maker says null.
+inline const char* text_or_empty(const char* text)
+{
+    return text != nullptr ? text : "";
+}
+
 // Frees the query, if one is open, on the way out of a failure that is already being handled: an
 // exception of the database is swallowed. iqry is -1 afterwards.
 void free_quietly(DbDatabase& db, int& iqry);
@@ -117,8 +128,8 @@ public:
     int Position() const { return static_cast<int>(m_pos); }           // where the body ends
     int Appended() const { return static_cast<int>(m_pos - m_start); } // bytes written by this one
 
-    // Logs in one line what was left out of the body of sid, if anything was.
-    void LogLeftOut(int sid) const;
+    // Logs in one line what was left out, if anything was: of what, and the number that names it.
+    void LogLeftOut(const char* what, int number) const;
 
 private:
     struct HeadCursor;
@@ -139,7 +150,7 @@ private:
 CHead row_head(CAppPost& app, int iqry, const char* dtupd);
 
 // Appends "&name=value" for each column first to end - 1 of the current row that renders to a
-// text. Columns that the result lacks render to nothing.
+// text. Columns that no result has, below 0 or behind its end, render to nothing.
 void append_columns(CAppPost& app, CBodyWriter& body, int iqry, int type, int first, int end);
 
 // --- Device bodies (AppPostDevice.cpp) ---------------------------------------------------------

@@ -7,6 +7,7 @@
 #include <dlfcn.h>
 #include <sys/msg.h>
 
+#include "app/AlarmSignal.h"
 #include "app/AppInternal.h"
 #include "vkPub/vkLog.h"
 
@@ -106,7 +107,10 @@ void get_manager(CAppPost& app)
 // Drops both databases and releases the library. The manager pointer is the caller's to clear.
 void release_library(CAppPost& app)
 {
-    app.pDbAlm = nullptr;
+    if (app.pDbAlm != nullptr) // the alarm routine may be looking at it
+    {
+        app.pDbAlm = nullptr;
+    }
     app.pDb = nullptr;
     if (app.m_pfnFreeDbManager != nullptr)
     {
@@ -117,6 +121,27 @@ void release_library(CAppPost& app)
         dlclose(app.m_hDbLib);
         app.m_hDbLib = nullptr;
     }
+}
+
+// A library that throws where it should answer is taken at its word: not usable.
+DbDatabase* open_file(DbManager& manager, const char* path)
+try
+{
+    return manager.OpenDb(path, 0);
+}
+catch (...)
+{
+    return nullptr;
+}
+
+bool is_usable(DbDatabase* db)
+try
+{
+    return db != nullptr && db->Open(nullptr, 0);
+}
+catch (...)
+{
+    return false;
 }
 
 void open_databases(CAppPost& app)
@@ -133,15 +158,15 @@ void open_databases(CAppPost& app)
     get_manager(app);
     if (app.m_pDbMngr != nullptr)
     {
-        app.pDb = app.m_pDbMngr->OpenDb(kDataDb, 0);
-        app.pDbAlm = app.m_pDbMngr->OpenDb(kAlarmDb, 0);
+        app.pDb = open_file(*app.m_pDbMngr, kDataDb);
+        app.pDbAlm = open_file(*app.m_pDbMngr, kAlarmDb);
     }
     else
     {
         VKLOG_TRACE("libDb.mngr==NULL\r\n");
     }
 
-    if (app.pDb == nullptr || !app.pDb->Open(nullptr, 0))
+    if (!is_usable(app.pDb))
     {
         release_library(app); // m_pDbMngr keeps its value on purpose: Free releases once more
         VKLOG_TRACE("pDb err\r\n");
@@ -154,7 +179,9 @@ void start_request_thread(CAppPost& app)
     {
         app.m_thProcMsg = 0;
         VKLOG_TRACE("Thread creation failed!");
+        return;
     }
+    pass_alarm_signals_to(app.m_thProcMsg);
 }
 
 } // namespace

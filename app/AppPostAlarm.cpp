@@ -40,11 +40,10 @@ Alarm read_alarm(DbDatabase& db, int iqry)
     alarm.sid = db.QryGetInt(iqry, "SID");
     alarm.type = db.QryGetInt(iqry, "Type");
     alarm.cleared = (db.QryGetInt(iqry, "Alm") & kClearedBit) != 0;
-    alarm.updated = db.QryGetStr(iqry, "LastUpd");
-    alarm.title = db.QryGetStr(iqry, "AlmBrief");
+    alarm.updated = text_or_empty(db.QryGetStr(iqry, "LastUpd"));
+    alarm.title = text_or_empty(db.QryGetStr(iqry, "AlmBrief"));
     alarm.mask = db.QryGetInt(iqry, "AlmMask");
-    const char* image = db.QryGetStr(iqry, "AlmImg");
-    alarm.image = image != nullptr ? image : "";
+    alarm.image = text_or_empty(db.QryGetStr(iqry, "AlmImg"));
     return alarm;
 }
 
@@ -137,7 +136,7 @@ void compose_alarm(CAppPost& app, const Alarm& alarm, char* buffer)
     body.Field("datainfo", "");
     body.Field("recovertime", alarm.cleared ? alarm.updated : "");
     body.Field("AlmImg", alarm.image);
-    body.LogLeftOut(alarm.sid);
+    body.LogLeftOut("sid", alarm.sid);
 }
 
 void post_alarm(CAppPost& app, const char* body)
@@ -220,9 +219,9 @@ void CAppPost::OnAlmIns()
     {
         return; // also what a signal before the end of start-up finds
     }
-    pDbAlm->Open(nullptr, 0);
     try
     {
+        pDbAlm->Open(nullptr, 0);
         AlarmRun run;
         while (post_next_alarm(*this, run))
         {

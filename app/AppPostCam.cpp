@@ -11,8 +11,8 @@ void compose_camera(CAppPost& app, int iqry, const std::string& stamp)
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
     const CHead head = row_head(app, iqry, stamp.c_str());
     body.Head(app.m_strFmt0, head);
-    body.Field("info", app.pDb->QryGetStr(iqry, "SerDef"));
-    body.LogLeftOut(head.sid);
+    body.Field("info", text_or_empty(app.pDb->QryGetStr(iqry, "SerDef")));
+    body.LogLeftOut("sid", head.sid);
 }
 
 void post_camera(CAppPost& app, size_t i, int& number, int& iqry)
@@ -84,7 +84,7 @@ bool try_camera(CAppPost& app, size_t i, int& number)
 void CAppPost::PostCam()
 {
     VKLOG_TRACE("PostCam...\n");
-    pDb->Open(nullptr, -2);
+    begin_work(*this);
     int number = 0;
     try
     {
@@ -100,5 +100,5 @@ void CAppPost::PostCam()
     {
         VKLOG_TRACE("CAppPost::PostCam exception\n");
     }
-    pDb->Close();
+    end_work(*this);
 }

@@ -23,7 +23,7 @@ void append_detail_row(CBodyWriter& body, DbDatabase& db, int iqry, int mode)
     };
     const auto text = [&](const char* column)
     {
-        return db.QryGetStr(iqry, column);
+        return text_or_empty(db.QryGetStr(iqry, column));
     };
     switch (mode)
     {
@@ -192,7 +192,7 @@ int CAppPost::PostDetail(int iPos, std::string sTbl, int iSid, char* pBuf)
     {
         CBodyWriter body(pBuf, kPostBufBytes, iPos); // each try begins afresh
         done = try_detail(*this, body, sTbl, iSid, mode, tryNumber);
-        body.LogLeftOut(iSid);
+        body.LogLeftOut("sid", iSid);
         appended = body.Appended();
     }
     return appended;
@@ -229,6 +229,6 @@ int CAppPost::PostExt(int iPos, int iType, std::string sKey, int iVal, char* pBu
         VKLOG_TRACE("   PostExt...%s  exception, Type=%d\n", sKey.c_str(), iType);
         free_quietly(*pDb, ext.iqry);
     }
-    body.LogLeftOut(iType);
+    body.LogLeftOut("stype", iType);
     return body.Appended();
 }

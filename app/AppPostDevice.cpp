@@ -116,7 +116,7 @@ CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buf
         return result;
     }
 
-    CHead head = row_head(app, iqry, db.QryGetStr(iqry, "DateUpd"));
+    CHead head = row_head(app, iqry, text_or_empty(db.QryGetStr(iqry, "DateUpd")));
     const auto known = app.m_mapSmName.find(head.sid);
     if (known != app.m_mapSmName.end())
     {
@@ -127,7 +127,7 @@ CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buf
     CBodyWriter body(buffer, CAppPost::kPostBufBytes);
     body.Head(app.m_strFmt0, head);
     append_columns(app, body, iqry, result.type, kFixedColumns, columns_end(app, iqry, table));
-    body.LogLeftOut(head.sid);
+    body.LogLeftOut("sid", head.sid);
 
     app.m_iPostRow = 0;
     app.SendMsgToTray(0, 1);
@@ -170,7 +170,7 @@ void serve_requests(CAppPost& app, const char* function, int line)
 void CAppPost::PostNormal()
 {
     VKLOG_TRACE("PostNormal...\n");
-    pDb->Open(nullptr, -2);
+    begin_work(*this);
 
     for (auto device = m_mapSidTbl.begin(); device != m_mapSidTbl.end();)
     {
@@ -187,5 +187,5 @@ void CAppPost::PostNormal()
         serve_requests(*this, "PostNormal", kLinePostNormalServe);
     }
 
-    pDb->Close();
+    end_work(*this);
 }

@@ -19,11 +19,11 @@ void compose_input(CAppPost& app, int iqry)
 {
     DbDatabase& db = *app.pDb;
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
-    const CHead head = row_head(app, iqry, db.QryGetStr(iqry, "LastUpd"));
+    const CHead head = row_head(app, iqry, text_or_empty(db.QryGetStr(iqry, "LastUpd")));
     body.Head(app.m_strFmt0, head);
     body.Group("&psid=%d", db.QryGetInt(iqry, "SIDD"));
     body.Group("&pfld=%d", db.QryGetInt(iqry, "Fld"));
-    body.LogLeftOut(head.sid);
+    body.LogLeftOut("sid", head.sid);
 }
 
 void post_input(CAppPost& app, size_t i, int& number, int& iqry)
@@ -89,10 +89,11 @@ void compose_output(CAppPost& app, int iqry, int output, int64_t column)
 
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
     const int sid = db.QryGetInt(iqry, "SID");
-    body.Head(app.m_strFmt0, {app.m_strDept.c_str(), sid, db.QryGetInt(iqry, "Type"), output,
-                              name.c_str(), 0, db.QryGetStr(iqry, "DateUpd"), app.GetState(value)});
+    body.Head(app.m_strFmt0,
+              {app.m_strDept.c_str(), sid, db.QryGetInt(iqry, "Type"), output, name.c_str(), 0,
+               text_or_empty(db.QryGetStr(iqry, "DateUpd")), app.GetState(value)});
     body.Group("&DoState=%d", value);
-    body.LogLeftOut(sid);
+    body.LogLeftOut("sid", sid);
 }
 
 // Builds all bodies before the first is posted, so that the query is closed by then. False when
@@ -142,7 +143,7 @@ void post_outputs(CAppPost& app, int& number, int& iqry)
 void CAppPost::PostDio()
 {
     VKLOG_TRACE("PostDio...\n");
-    pDb->Open(nullptr, -2);
+    begin_work(*this);
     int number = 0; // of the body, over inputs and outputs
 
     for (size_t i = 0; i < m_vDiSid.size();)
@@ -163,5 +164,5 @@ void CAppPost::PostDio()
         VKLOG_TRACE("[CAppPost::PostDio] Post DO exception\n");
     }
     free_quietly(*pDb, iqry);
-    pDb->Close();
+    end_work(*this);
 }

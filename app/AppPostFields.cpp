@@ -141,12 +141,13 @@ void CBodyWriter::LeaveOut(const char* group)
     ++m_leftOut;
 }
 
-void CBodyWriter::LogLeftOut(int sid) const
+void CBodyWriter::LogLeftOut(const char* what, int number) const
 {
     if (m_leftOut > 0)
     {
-        VKLOG_TRACE("   sid=%d: body of %zu bytes is full, left out %d: %s%s\n", sid, m_size,
-                    m_leftOut, m_leftOutNames.c_str(), m_leftOut > kNamesShown ? ", ..." : "");
+        VKLOG_TRACE("   %s=%d: body of %zu bytes is full, left out %d: %s%s\n", what, number,
+                    m_size, m_leftOut, m_leftOutNames.c_str(),
+                    m_leftOut > kNamesShown ? ", ..." : "");
     }
 }
 
@@ -288,33 +289,37 @@ bool CBodyWriter::HeadGroup(HeadCursor& cursor, const CHead& head)
 void CBodyWriter::Head(const std::string& format, const CHead& head)
 {
     HeadCursor cursor{format};
+    bool needsNoSeparator = false; // what came before was left out
     while (cursor.at < format.size())
     {
         const size_t group = cursor.at;
         const size_t before = m_pos;
-        if (group > 0 && before == m_start)
+        if (needsNoSeparator && format[group] == '&')
         {
-            ++cursor.at; // nothing stands before this group: it needs no "&"
+            ++cursor.at;
         }
         if (!HeadGroup(cursor, head))
         {
             m_pos = before;
             m_buffer[m_pos] = '\0';
             LeaveOut(format.c_str() + group);
+            needsNoSeparator = needsNoSeparator || group == 0;
+            continue;
         }
+        needsNoSeparator = false;
     }
 }
 
 void CAppPost::GetQryFld(int iqry, int iFld, int iType, std::string& sName, std::string& sVal)
 {
-    sName = pDb->QryFldName(iqry, iFld);
+    sName = text_or_empty(pDb->QryFldName(iqry, iFld));
     sVal.clear();
     const std::string key = std::to_string(iType) + "." + sName;
     const int kind = m_ini.GetValue<int>(kFieldSection, key, 0);
 
     if (kind < 1 || kind > 4)
     {
-        sVal = pDb->QryGetStrAt(iqry, iFld);
+        sVal = text_or_empty(pDb->QryGetStrAt(iqry, iFld));
         return;
     }
     const int value = pDb->QryGetIntAt(iqry, iFld);
@@ -342,7 +347,7 @@ CHead row_head(CAppPost& app, int iqry, const char* dtupd)
             db.QryGetInt(iqry, "SID"),
             db.QryGetInt(iqry, "Type"),
             db.QryGetInt(iqry, "Tag1"),
-            db.QryGetStr(iqry, "Name"),
+            text_or_empty(db.QryGetStr(iqry, "Name")),
             db.QryGetInt(iqry, "ASubSys"),
             dtupd,
             app.GetState(db.QryGetInt(iqry, "State"))};
@@ -352,7 +357,7 @@ void append_columns(CAppPost& app, CBodyWriter& body, int iqry, int type, int fi
 {
     std::string name;
     std::string value;
-    for (int column = first; column < end; ++column)
+    for (int column = std::max(first, 0); column < end; ++column)
     {
         app.GetQryFld(iqry, column, type, name, value);
         body.Pair(name, value);

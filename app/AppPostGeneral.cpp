@@ -25,7 +25,7 @@ void post_row(CAppPost& app, const GeneralTable& table, int iqry, int row, int c
     body.Head(app.m_strFmt0, {app.m_strDept.c_str(), table.sid, table.type, 0, table.name.c_str(),
                               0, table.stamp.c_str(), app.GetState(0)});
     append_columns(app, body, iqry, table.type, table.firstColumn, columns);
-    body.LogLeftOut(table.sid);
+    body.LogLeftOut("sid", table.sid);
 
     app.m_iPostRow = row;
     app.DoPost(nullptr, nullptr);
@@ -56,7 +56,7 @@ bool post_table(CAppPost& app, GeneralTable table, const std::string& name, int&
     int iqry = -1;
     try
     {
-        app.pDb->Open(nullptr, -2);
+        app.pDb->Open(nullptr, -2); // inside the guard: what it throws ends the table, silently
         iqry = query_with_retry(app, "select * from " + name);
         if (iqry < 0)
         {
@@ -72,7 +72,7 @@ bool post_table(CAppPost& app, GeneralTable table, const std::string& name, int&
     {
     }
     free_quietly(*app.pDb, iqry);
-    app.pDb->Close();
+    end_work(app);
     return true;
 }
 

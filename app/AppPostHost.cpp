@@ -110,7 +110,7 @@ void CAppPost::PostOther()
               {m_strDept.c_str(), 0, 0, 0, m_strDeptName.c_str(), 0, stamp.c_str(), GetState(0)});
     append_load(body);
     append_memory_and_system(body);
-    body.LogLeftOut(0);
+    body.LogLeftOut("sid", 0);
 
     m_iPostRow = 0;
     DoPost(nullptr, nullptr);

@@ -30,6 +30,34 @@ std::string format_text(const char* format, ...)
     return text;
 }
 
+void begin_work(CAppPost& app)
+{
+    try
+    {
+        app.pDb->Open(nullptr, -2); // its result says nothing that the queries would not
+    }
+    catch (const CppSQLite3Exception& e)
+    {
+        VKLOG_TRACE("   database not opened: %d %s\n", e.errorCode(), e.errorMessage());
+    }
+    catch (...)
+    {
+        VKLOG_TRACE("   database not opened\n");
+    }
+}
+
+void end_work(CAppPost& app)
+{
+    try
+    {
+        app.pDb->Close();
+    }
+    catch (...)
+    {
+        VKLOG_TRACE("   database not closed\n");
+    }
+}
+
 void free_quietly(DbDatabase& db, int& iqry)
 {
     if (iqry < 0)

@@ -5,7 +5,6 @@
 #include <sys/ipc.h>
 #include <sys/msg.h>
 
-#include "app/AlarmSignal.h"
 #include "app/AppInternal.h"
 #include "vkPub/vkLog.h"
 
@@ -31,6 +30,19 @@ struct RequestMessage
 static_assert(sizeof(RequestMessage) == sizeof(long) + kRequestTextBytes,
               "msgrcv writes that much");
 
+// Holds the poster's mutex; guards m_mapCtrlReq and changes of m_devCtrlupdSta.
+class CLockGuard
+{
+public:
+    explicit CLockGuard(CAppPost& app) : m_app(app) { m_app.Lock(); }
+    ~CLockGuard() { m_app.Unlock(); }
+    CLockGuard(const CLockGuard&) = delete;
+    CLockGuard& operator=(const CLockGuard&) = delete;
+
+private:
+    CAppPost& m_app;
+};
+
 // Takes the first message of any type, without waiting.
 bool receive(int queue, RequestMessage& message)
 {
@@ -43,10 +55,9 @@ void record_request(CAppPost& app, const RequestMessage& message)
     VKLOG_TRACE("%s %s line=%d msg.type=%d,msg.wParam=%X,msg.lParam=%X,iSid=%d\r\n", kSource,
                 "ProcMsg", kLineProcMsgReceived, static_cast<int>(message.type),
                 static_cast<unsigned>(message.wParam), static_cast<unsigned>(message.lParam), sid);
-    app.Lock();
+    const CLockGuard lock(app);
     app.m_mapCtrlReq[sid] = 1;
     app.m_devCtrlupdSta = 1;
-    app.Unlock();
 }
 
 void post_request(CAppPost& app, int sid)
@@ -69,7 +80,6 @@ void* CAppPost::ProcMsgRun1(void* arg)
 {
     if (arg != nullptr)
     {
-        take_alarm_signals();
         static_cast<CAppPost*>(arg)->ProcMsg();
     }
     VKLOG_TRACE("CAppPost thread_run exit: %ld\r\n", 0L);
@@ -94,10 +104,11 @@ void CAppPost::PostMsgrecv()
     VKLOG_TRACE("%s %s line=%d m_devCtrlupdSta=%d \r\n", kSource, "PostMsgrecv", kLineMsgrecvEnter,
                 m_devCtrlupdSta.load());
     // The requests stay recorded on purpose: once made, a request is repeated at every pick-up.
-    Lock();
-    m_devCtrlupdSta = 0;
-    m_mapCtrlPost = m_mapCtrlReq;
-    Unlock();
+    {
+        const CLockGuard lock(*this);
+        m_devCtrlupdSta = 0;
+        m_mapCtrlPost = m_mapCtrlReq;
+    }
 
     for (auto& [sid, flag] : m_mapCtrlPost)
     {

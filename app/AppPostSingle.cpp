@@ -41,7 +41,7 @@ int CAppPost::PostNormal(int iSid, const char* stbl)
     VKLOG_TRACE("iSid=%d,PostNormal...\n", iSid);
     std::memset(sPostBuf, 0, sizeof(sPostBuf));
 
-    pDb->Open(nullptr, -2);
+    begin_work(*this);
     VKLOG_TRACE("iSid=%d   %s...\n", iSid, stbl);
     SendMsgToTray(0, 1);
     int iqry = -1;
@@ -58,6 +58,6 @@ int CAppPost::PostNormal(int iSid, const char* stbl)
     {
     }
     free_quietly(*pDb, iqry);
-    pDb->Close();
+    end_work(*this);
     return 0;
 }

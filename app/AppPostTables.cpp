@@ -39,7 +39,7 @@ void read_names(CAppPost& app, int& iqry)
     iqry = db.QryExec("select SID,Name from tbSM", -1); // not tested: no query is an empty one
     for (; !db.QryEof(iqry); db.QryNext(iqry))
     {
-        const std::string name = db.QryGetStr(iqry, "Name");
+        const std::string name = text_or_empty(db.QryGetStr(iqry, "Name"));
         const int sid = db.QryGetInt(iqry, "SID");
         app.m_mapSmName[sid] = name;
         VKLOG_TRACE("   sid,name=%d,%s\n", sid, name.c_str());
@@ -61,7 +61,7 @@ Try read_tables_and_names(CAppPost& app, int tryNumber, int& iqry)
     }
     for (; !db.QryEof(iqry); db.QryNext(iqry))
     {
-        sort_table(app, db.QryGetStr(iqry, "name"));
+        sort_table(app, text_or_empty(db.QryGetStr(iqry, "name")));
     }
     db.QryFree(iqry);
     iqry = -1;
@@ -171,7 +171,7 @@ void add_device(CAppPost& app, int iqry, const std::string& table)
 void add_input(CAppPost& app, int iqry, const std::string&)
 {
     const int sid = app.pDb->QryGetInt(iqry, "SID");
-    VKLOG_TRACE("   DI: sid,name=%d,%s\n", sid, app.pDb->QryGetStr(iqry, "Name"));
+    VKLOG_TRACE("   DI: sid,name=%d,%s\n", sid, text_or_empty(app.pDb->QryGetStr(iqry, "Name")));
     app.m_vDiSid.push_back(sid);
     app.m_vDiTry.push_back(0);
 }
@@ -179,7 +179,7 @@ void add_input(CAppPost& app, int iqry, const std::string&)
 void add_camera(CAppPost& app, int iqry, const std::string&)
 {
     const int sid = app.pDb->QryGetInt(iqry, "SID");
-    VKLOG_TRACE("   Cam: sid,name=%d,%s\n", sid, app.pDb->QryGetStr(iqry, "Name"));
+    VKLOG_TRACE("   Cam: sid,name=%d,%s\n", sid, text_or_empty(app.pDb->QryGetStr(iqry, "Name")));
     app.m_vCamSid.push_back(sid);
     app.m_vCamTry.push_back(0);
 }
@@ -272,12 +272,12 @@ void publish_names(CAppPost& app)
 void CAppPost::GetTbls()
 {
     VKLOG_TRACE("[CAppPost::GetTbls] Read Tables\n");
-    pDb->Open(nullptr, -2);
+    begin_work(*this);
 
     discover_tables(*this);
     discover_devices(*this);
     discover_inputs(*this);
     discover_cameras(*this);
 
-    pDb->Close();
+    end_work(*this);
 }

@@ -24,6 +24,8 @@ constexpr long kFirstWaitMs = 1000;                      // where libcurl has no
 constexpr int kLongestDozeMs = 10;                       // while a transfer has no descriptor yet
 constexpr int kFailurePauseMs = 100;                     // after libcurl refused to go on
 constexpr int kFailuresInARow = 100;                     // then the transfers are given up
+constexpr int kDefaultTimeoutS = 15;
+constexpr int kLongestTimeoutS = 2147483; // libcurl refuses more
 
 struct EasyDeleter
 {
@@ -120,10 +122,17 @@ void set_receiver(CURL* handle, void* poster)
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, poster);
 }
 
+// libcurl refuses a time limit below 0 or too large and then has none at all: one server that never
+// answers would stop the daemon for good.
+long time_limit(int timeout_s)
+{
+    return timeout_s < 0 ? kDefaultTimeoutS : std::min(timeout_s, kLongestTimeoutS);
+}
+
 void set_limits(CURL* handle, int timeout_s)
 {
     curl_easy_setopt(handle, CURLOPT_POST, 1L);
-    curl_easy_setopt(handle, CURLOPT_TIMEOUT, static_cast<long>(timeout_s));
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT, time_limit(timeout_s));
     curl_easy_setopt(handle, CURLOPT_COOKIEFILE, kCookieFile);
 }
 
@@ -390,6 +399,6 @@ void CAppPost::initCurl(void* cm, const char* abuf, const char* url, void* userd
     EasyHandle handle = make_transfer(abuf, url, userdata, timeout);
     if (handle != nullptr && curl_multi_add_handle(cm, handle.get()) == CURLM_OK)
     {
-        handle.release(); // the caller's from now on, through the multi handle
+        static_cast<void>(handle.release()); // the multi handle's caller has it from now on
     }
 }

@@ -15,6 +15,17 @@ const char* filename = "/NandFlash/tmp/vkapppost.log.ini"; // the log writer's f
 
 static CAppPost m_aApp;
 
+// Nothing may leave a signal handler but by its end.
+static void handle_alarms()
+try
+{
+    m_aApp.OnAlmIns();
+}
+catch (...)
+{
+    VKLOG_TRACE("_OnAlmIns: exception\r\n");
+}
+
 // A new alarm is waiting. The whole alarm routine runs in here, on a thread that is at rest.
 static void _OnAlmIns(int sig)
 {
@@ -22,7 +33,7 @@ static void _OnAlmIns(int sig)
     if (!pass_alarm_signal_on(sig))
     {
         VKLOG_TRACE("_OnAlmIns: %d\r\n", sig);
-        m_aApp.OnAlmIns();
+        handle_alarms();
     }
     errno = interrupted_errno;
 }
@@ -46,7 +57,10 @@ int main()
     }
     VKLOG_TRACE("vkAppPost compile time: %s %s\n", __DATE__, __TIME__);
 
-    prepare_alarm_signal(SIGRTMIN + 1);
+    if (!prepare_alarm_signal(SIGRTMIN + 1))
+    {
+        VKLOG_TRACE("vkAppPost timer err\r\n");
+    }
     if (std::signal(SIGRTMIN + 1, _OnAlmIns) == SIG_ERR)
     {
         VKLOG_TRACE("vkAppPost signal err\r\n");

@@ -91,7 +91,7 @@ protected:
     // Another thread of this process becomes the request thread.
     static void OtherTakes()
     {
-        std::thread([] { take_alarm_signals(); }).join();
+        std::thread([] { pass_alarm_signals_to(pthread_self()); }).join();
     }
 
     static void ExpectRunsHere()
@@ -151,7 +151,7 @@ TEST_F(AlarmSignalTest, TheRequestThreadRunsTheRoutineAtRest)
         []
         {
             Prepare();
-            take_alarm_signals();
+            pass_alarm_signals_to(pthread_self());
             ExpectRunsHere();
         });
 }
@@ -162,7 +162,7 @@ TEST_F(AlarmSignalTest, TheRequestThreadAtWorkGetsTheSignalAgain)
         []
         {
             Prepare();
-            take_alarm_signals();
+            pass_alarm_signals_to(pthread_self());
             ExpectPassedOn(kAgain);
         });
 }

@@ -35,7 +35,7 @@ protected:
     std::string Log()
     {
         rec.Clear();
-        body.LogLeftOut(7);
+        body.LogLeftOut("sid", 7);
         return rec.Logs().empty() ? "" : rec.Logs().front();
     }
 };
