@@ -474,3 +474,11 @@ TEST_F(PosterTest, QueryIsGivenUpAfterTenRetries)
     EXPECT_EQ(rec.Count("tray(0,1)"), 10);
     EXPECT_EQ(rec.Logs().back(), "   iqryX=-1 iSmTry=9\n");
 }
+
+TEST(HeadOfEmptyFirstValue, KeepsTheSeparatorBehindIt)
+{
+    char buffer[100];
+    CBodyWriter body(buffer, sizeof(buffer));
+    body.Head("%s&sid=%d", {"", 7, 0, 0, "", 0, "", ""});
+    EXPECT_STREQ(buffer, "&sid=7");
+}

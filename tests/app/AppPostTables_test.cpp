@@ -56,6 +56,17 @@ const std::string kTick = "tray(0,1)";
 
 // --- The whole --------------------------------------------------------------------------------
 
+TEST_F(TablesTest, LibraryThatThrowsAtOpenAndCloseEndsNothing)
+{
+    SmallRoom();
+    db.ThrowIn("Open", 1, 14, "unable to open");
+    db.ThrowForeignIn("Close", 1);
+    app.GetTbls();
+    EXPECT_EQ(app.m_mapSidTbl.at(7), "tbUps");
+    EXPECT_THAT(rec.Logs(), Contains("   database not opened: 14 unable to open\n"));
+    EXPECT_THAT(rec.Logs(), Contains("   database not closed\n"));
+}
+
 TEST_F(TablesTest, AsksEachPhaseOnceInOrderWithATickBefore)
 {
     SmallRoom();
