@@ -98,7 +98,7 @@ int connection_of(const httplib::Request& request)
     std::error_code ignored; // no list of descriptors: the answer is "gone"
     for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd", ignored))
     {
-        const int fd = std::atoi(entry.path().filename().c_str());
+        const int fd = static_cast<int>(std::strtol(entry.path().filename().c_str(), nullptr, 10));
         if (is_peer(fd, request))
         {
             return fd;

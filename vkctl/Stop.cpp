@@ -5,6 +5,7 @@
 #include <sys/signalfd.h>
 #include <unistd.h>
 
+#include <cmath>
 #include <csignal>
 #include <cstdint>
 #include <cstdlib>
@@ -77,7 +78,7 @@ std::chrono::milliseconds parse_duration(const std::string& text)
     {
         throw CCliError("not a time: '" + text + "'; write 2s, 1.5s or 500ms", kExitUsage);
     }
-    return std::chrono::milliseconds(static_cast<long long>(seconds * 1000 + 0.5));
+    return std::chrono::milliseconds(std::llround(seconds * 1000));
 }
 
 } // namespace vkctl

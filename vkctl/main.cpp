@@ -11,6 +11,7 @@
 #include "vkctl/RoomCommand.h"
 #include "vkctl/TrayCommand.h"
 
+// NOLINTNEXTLINE(bugprone-exception-escape): only what writing a message could throw is left
 int main(int argc, char** argv)
 {
     int exitStatus = 0;

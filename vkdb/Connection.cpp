@@ -43,7 +43,7 @@ std::string plain_name(const std::string& strPath)
 CHandle open_handle(const std::string& strPath, Access access)
 {
     const int nAccess =
-        access == Access::ReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE; // never CREATE
+        access == Access::kReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE; // never CREATE
     const int nFlags = nAccess | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE;
 
     sqlite3* pRaw = nullptr;
@@ -82,7 +82,7 @@ CConnection::CConnection(const std::string& strPath, Access access, int nBusyMs)
       m_db(open_handle(strPath, access))
 {
     m_wait.Attach(m_db.get());
-    if (access == Access::Repair)
+    if (access == Access::kRepair)
     {
         // Beyond the repair this connection is a reader: statements cannot write, and going away
         // it leaves the WAL as it is.
@@ -93,8 +93,8 @@ CConnection::CConnection(const std::string& strPath, Access access, int nBusyMs)
 
 bool CConnection::Serves(const std::string& strPath, Access access) const
 {
-    const bool bReader = m_access != Access::ReadWrite;
-    const bool bWantsReader = access != Access::ReadWrite;
+    const bool bReader = m_access != Access::kReadWrite;
+    const bool bWantsReader = access != Access::kReadWrite;
     if (bReader != bWantsReader || strPath != m_strPath)
     {
         return false;

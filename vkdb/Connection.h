@@ -19,9 +19,9 @@ namespace vkdb
 
 enum class Access
 {
-    ReadWrite,
-    ReadOnly,
-    Repair // reads only, but may roll back what a crashed writer left behind
+    kReadWrite,
+    kReadOnly,
+    kRepair // reads only, but may roll back what a crashed writer left behind
 };
 
 // Which file a path leads to: a file that is renamed over another one has another inode.
@@ -58,6 +58,7 @@ public:
     CConnection(const std::string& strPath, Access access, int nBusyMs);
     CConnection(const CConnection&) = delete; // the handle points to its CLockWait
     CConnection& operator=(const CConnection&) = delete;
+    ~CConnection() = default;
 
     // True when this connection can go on serving the path: it still leads to the same file,
     // and the access is enough. False also when the file is gone.

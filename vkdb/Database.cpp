@@ -41,7 +41,7 @@ bool CDatabase::Open(const char* path, int mode)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_strTarget = path != nullptr ? path : m_strPath;
-    m_access = mode == kShortRead ? Access::ReadOnly : Access::ReadWrite;
+    m_access = mode == kShortRead ? Access::kReadOnly : Access::kReadWrite;
     try
     {
         Connect();
@@ -247,12 +247,12 @@ void CDatabase::Connect()
 void CDatabase::ConnectForRepair()
 {
     m_conn.reset();
-    m_conn = std::make_shared<CConnection>(m_strTarget, Access::Repair, m_nBusyMs);
+    m_conn = std::make_shared<CConnection>(m_strTarget, Access::kRepair, m_nBusyMs);
 }
 
 bool CDatabase::IsRepairable(const CSqliteFailure& failure) const
 {
-    return m_conn && m_conn->GetAccess() == Access::ReadOnly && failure.NeedsRepair();
+    return m_conn && m_conn->GetAccess() == Access::kReadOnly && failure.NeedsRepair();
 }
 
 } // namespace vkdb

@@ -64,7 +64,7 @@ private:
 
     std::mutex m_mutex; // guards everything below, but for reading one's own query
     std::string m_strTarget;
-    Access m_access = Access::ReadWrite;
+    Access m_access = Access::kReadWrite;
     std::shared_ptr<CConnection> m_conn; // null: not connected; goes before the mutex
     std::array<CQuery, kQueries> m_aQuery;
 };

@@ -33,7 +33,7 @@ template <class Call> std::string failure_of(Call&& call)
 TEST(ConnectionTest, MakesNoFile)
 {
     const CDbFile file;
-    for (const Access access : {Access::ReadWrite, Access::ReadOnly, Access::Repair})
+    for (const Access access : {Access::kReadWrite, Access::kReadOnly, Access::kRepair})
     {
         EXPECT_EQ(failure_of([&] { CConnection(file.Path(), access, 0); }),
                   "14 unable to open database file");
@@ -45,14 +45,14 @@ TEST(ConnectionTest, OpensNothingButAFile)
 {
     const CDbFile fifo;
     ASSERT_EQ(::mkfifo(fifo.Path().c_str(), 0600), 0);
-    EXPECT_EQ(failure_of([&] { CConnection(fifo.Path(), Access::ReadOnly, 0); }),
+    EXPECT_EQ(failure_of([&] { CConnection(fifo.Path(), Access::kReadOnly, 0); }),
               "14 unable to open database file");
     const std::string strDir = std::filesystem::temp_directory_path().string();
-    EXPECT_EQ(failure_of([&] { CConnection(strDir, Access::ReadOnly, 0); }),
+    EXPECT_EQ(failure_of([&] { CConnection(strDir, Access::kReadOnly, 0); }),
               "14 unable to open database file");
-    EXPECT_EQ(failure_of([] { CConnection("", Access::ReadOnly, 0); }),
+    EXPECT_EQ(failure_of([] { CConnection("", Access::kReadOnly, 0); }),
               "14 unable to open database file");
-    EXPECT_EQ(failure_of([] { CConnection(":memory:", Access::ReadWrite, 0); }),
+    EXPECT_EQ(failure_of([] { CConnection(":memory:", Access::kReadWrite, 0); }),
               "14 unable to open database file");
 }
 
@@ -63,14 +63,14 @@ TEST(ConnectionTest, TakesAPathForAFileNameWhateverItLooksLike)
     std::filesystem::current_path(std::filesystem::path(dir.Path()).parent_path());
     CWriter("./file:x?mode=memory").Sql("create table t(a)");
     EXPECT_NO_THROW(
-        CConnection("file:x?mode=memory", Access::ReadOnly, 0).Prepare("select a from t"));
+        CConnection("file:x?mode=memory", Access::kReadOnly, 0).Prepare("select a from t"));
     std::filesystem::current_path(before);
 }
 
 TEST(ConnectionTest, OnlyReadsWhenReadOnly)
 {
     const CDbFile file("create table t(a)");
-    CConnection conn(file.Path(), Access::ReadOnly, 0);
+    CConnection conn(file.Path(), Access::kReadOnly, 0);
     EXPECT_EQ(failure_of([&] { conn.Exec("insert into t values(1)"); }),
               "8 attempt to write a readonly database");
 }
@@ -78,7 +78,7 @@ TEST(ConnectionTest, OnlyReadsWhenReadOnly)
 TEST(ConnectionTest, OnlyReadsBeyondTheRepair)
 {
     const CDbFile file("create table t(a)");
-    CConnection conn(file.Path(), Access::Repair, 0);
+    CConnection conn(file.Path(), Access::kRepair, 0);
     EXPECT_EQ(failure_of([&] { conn.Exec("insert into t values(1)"); }),
               "8 attempt to write a readonly database");
 }
@@ -87,14 +87,14 @@ TEST(ConnectionTest, IsNotUsableOnAFileThatIsNoDatabase)
 {
     const CDbFile file;
     file.Bytes(std::string(5000, 'x'));
-    CConnection conn(file.Path(), Access::ReadOnly, 0);
+    CConnection conn(file.Path(), Access::kReadOnly, 0);
     EXPECT_EQ(failure_of([&] { conn.CheckUsable(); }), "26 file is not a database");
 }
 
 TEST(ConnectionTest, IsNotUsableWhileTheFileIsLocked)
 {
     const CDbFile file("create table t(a)");
-    CConnection conn(file.Path(), Access::ReadOnly, 0);
+    CConnection conn(file.Path(), Access::kReadOnly, 0);
     CWriter writer(file.Path());
     writer.Sql("begin exclusive");
     EXPECT_EQ(failure_of([&] { conn.CheckUsable(); }), "5 database is locked");
@@ -107,7 +107,7 @@ TEST(ConnectionTest, StopsWaitingForALock)
     const CDbFile file("create table t(a)");
     CWriter writer(file.Path());
     writer.Sql("begin exclusive");
-    CConnection conn(file.Path(), Access::ReadOnly, 1);
+    CConnection conn(file.Path(), Access::kReadOnly, 1);
     for (int i = 0; i < 3; ++i)
     {
         EXPECT_EQ(failure_of([&] { conn.CheckUsable(); }), "5 database is locked");
@@ -118,26 +118,26 @@ TEST(ConnectionTest, ServesItsFileAndAccessOnly)
 {
     const CDbFile file("create table t(a)");
     const CDbFile other("create table t(a)");
-    const CConnection conn(file.Path(), Access::ReadOnly, 0);
-    EXPECT_TRUE(conn.Serves(file.Path(), Access::ReadOnly));
-    EXPECT_FALSE(conn.Serves(file.Path(), Access::ReadWrite));
-    EXPECT_FALSE(conn.Serves(other.Path(), Access::ReadOnly));
+    const CConnection conn(file.Path(), Access::kReadOnly, 0);
+    EXPECT_TRUE(conn.Serves(file.Path(), Access::kReadOnly));
+    EXPECT_FALSE(conn.Serves(file.Path(), Access::kReadWrite));
+    EXPECT_FALSE(conn.Serves(other.Path(), Access::kReadOnly));
 }
 
 TEST(ConnectionTest, DoesNotServeAFileThatWasReplacedOrRemoved)
 {
     const CDbFile file("create table t(a)");
-    const CConnection conn(file.Path(), Access::ReadOnly, 0);
+    const CConnection conn(file.Path(), Access::kReadOnly, 0);
     file.Replace("create table t(a)");
-    EXPECT_FALSE(conn.Serves(file.Path(), Access::ReadOnly));
+    EXPECT_FALSE(conn.Serves(file.Path(), Access::kReadOnly));
     std::filesystem::remove(file.Path());
-    EXPECT_FALSE(conn.Serves(file.Path(), Access::ReadOnly));
+    EXPECT_FALSE(conn.Serves(file.Path(), Access::kReadOnly));
 }
 
 TEST(ConnectionTest, CountsTheRowsOfItsLastStatement)
 {
     const CDbFile file("create table t(a); insert into t values(1),(2),(3)");
-    CConnection conn(file.Path(), Access::ReadWrite, 0);
+    CConnection conn(file.Path(), Access::kReadWrite, 0);
     EXPECT_EQ(conn.Exec("update t set a=0 where a>1"), 2);
     EXPECT_EQ(conn.Exec("update t set a=0 where a>1"), 0);
     EXPECT_EQ(conn.Exec("create table u(a)"), 0);
@@ -159,11 +159,11 @@ TEST(ConnectionTest, RepairRollsBackWhatACrashedWriterLeft)
 {
     const CDbFile file("create table t(a); insert into t values(7)");
     ASSERT_EQ(crash_while_writing(file.Path()), 0);
-    CConnection reader(file.Path(), Access::ReadOnly, 0);
+    CConnection reader(file.Path(), Access::kReadOnly, 0);
     const std::string strFailure = failure_of([&] { reader.CheckUsable(); });
     EXPECT_EQ(strFailure, "8 attempt to write a readonly database");
 
-    CConnection(file.Path(), Access::Repair, 0).CheckUsable();
+    CConnection(file.Path(), Access::kRepair, 0).CheckUsable();
     EXPECT_EQ(failure_of([&] { reader.CheckUsable(); }), "no failure");
     EXPECT_EQ(CWriter(file.Path()).Value("select a from t"), 7);
 }

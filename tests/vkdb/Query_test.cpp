@@ -27,7 +27,7 @@ protected:
     void Start(const std::string& strSetUp)
     {
         file.Sql(strSetUp);
-        m_conn = std::make_shared<vkdb::CConnection>(file.Path(), vkdb::Access::ReadOnly, 0);
+        m_conn = std::make_shared<vkdb::CConnection>(file.Path(), vkdb::Access::kReadOnly, 0);
         query.Start(m_conn, "select i, pad from t order by rowid");
     }
 
