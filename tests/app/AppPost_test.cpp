@@ -28,6 +28,8 @@ using ::testing::Not;
 using ::testing::SizeIs;
 using ::testing::StartsWith;
 
+using Texts = std::vector<std::string>;
+
 constexpr char kDlopenError[] = "dlopen ./libvkdb.so error:./libvkdb.so: cannot open shared "
                                 "object file: No such file or directory\r\n";
 
@@ -323,9 +325,9 @@ TEST_F(AppPostTest, UrlListsBeginWithTheMainUrls)
 TEST_F(AppPostTest, EachNumberedUrlIsLoggedAlsoWhenItIsEmpty)
 {
     InitWith("maxURLs=3\nUrl=http://0/\nUrl2=http://2/\nAlmUrl1=http://b/\n");
-    EXPECT_THAT(rec.Between("log Url1", "dlopen"),
-                ElementsAre("log Url1= \n", "log AlmUrl1=http://b/ \n", "log Url2=http://2/ \n",
-                            "log AlmUrl2= \n"));
+    EXPECT_EQ(rec.Between("log Url1", "dlopen"),
+              (Texts{"log Url1= \n", "log AlmUrl1=http://b/ \n", "log Url2=http://2/ \n",
+                     "log AlmUrl2= \n"}));
     EXPECT_THAT(app->m_vUrls, ElementsAre("http://0/", "http://2/"));
 }
 
@@ -361,14 +363,14 @@ TEST_F(AppPostTest, StartsUpInOrder)
 {
     Library();
     InitWith("Url=http://h/\nmaxURLs=2\n");
-    EXPECT_THAT(rec.Events(),
-                ElementsAre("msgget 0x9000",
-                            "log msg=11 POST url=http://h/ almurl= dept=xxx timeout=15s "
-                            "delay=5000ms encoding=UTF-8\n",
-                            "log Url1= \n", "log AlmUrl1= \n", "dlopen ./libvkdb.so",
-                            "GetDbManager", "OpenDb(tmp/dbDat0.db3,0)", "OpenDb(tmp/dbData.db3,0)",
-                            "data Open(NULL,0)", "msgget 0x9500", "log msgget: m_msgCtrlid=12\r\n",
-                            "curl_global_init(3)", "pthread_create"));
+    EXPECT_EQ(rec.Events(),
+              (Texts{"msgget 0x9000",
+                     "log msg=11 POST url=http://h/ almurl= dept=xxx timeout=15s "
+                     "delay=5000ms encoding=UTF-8\n",
+                     "log Url1= \n", "log AlmUrl1= \n", "dlopen ./libvkdb.so", "GetDbManager",
+                     "OpenDb(tmp/dbDat0.db3,0)", "OpenDb(tmp/dbData.db3,0)", "data Open(NULL,0)",
+                     "msgget 0x9500", "log msgget: m_msgCtrlid=12\r\n", "curl_global_init(3)",
+                     "pthread_create"}));
 }
 
 TEST_F(AppPostTest, AfterAGoodStartUpEverythingIsHeld)
@@ -402,7 +404,7 @@ TEST_F(AppPostTest, WithoutQueuesStartUpGoesOn)
     InitWith("Url=http://h/\n");
     EXPECT_TRUE(app->IsOk());
     EXPECT_THAT(rec.Logs(), Contains("msgget: m_msgCtrlid=-1\r\n"));
-    EXPECT_THAT(FreeEvents(), ElementsAre(kEnd, "FreeDbManager", "dlclose", "curl_global_cleanup"));
+    EXPECT_EQ(FreeEvents(), (Texts{kEnd, "FreeDbManager", "dlclose", "curl_global_cleanup"}));
 }
 
 TEST_F(AppPostTest, WithoutTheRequestThreadStartUpGoesOn)
@@ -437,11 +439,10 @@ TEST_F(AppPostTest, WithoutTheLibraryTheRestIsStartedAllTheSame)
 {
     InitWith("Url=http://h/\n");
     ExpectNoDatabase();
-    EXPECT_THAT(rec.Between("dlopen", "none"),
-                ElementsAre("dlopen ./libvkdb.so", std::string("log ") + kDlopenError,
-                            "msgget 0x9500", "log msgget: m_msgCtrlid=12\r\n",
-                            "curl_global_init(3)", "pthread_create"));
-    EXPECT_THAT(FreeEvents(), ElementsAre(kEnd, "remove queue 12", "curl_global_cleanup"));
+    EXPECT_EQ(rec.Between("dlopen", "none"),
+              (Texts{"dlopen ./libvkdb.so", std::string("log ") + kDlopenError, "msgget 0x9500",
+                     "log msgget: m_msgCtrlid=12\r\n", "curl_global_init(3)", "pthread_create"}));
+    EXPECT_EQ(FreeEvents(), (Texts{kEnd, "remove queue 12", "curl_global_cleanup"}));
 }
 
 TEST_F(AppPostTest, AFileThatIsNoLibraryIsReportedWithTheLoadersText)
@@ -455,55 +456,52 @@ TEST_F(AppPostTest, AFileThatIsNoLibraryIsReportedWithTheLoadersText)
 
 TEST_F(AppPostTest, ALibraryWithoutItsFunctionsIsUnloaded)
 {
-    EXPECT_THAT(LoadEvents(VK_STUB_EMPTY),
-                ElementsAre("dlopen ./libvkdb.so", "log libDb.mngr==NULL\r\n", "dlclose",
-                            "log pDb err\r\n"));
+    EXPECT_EQ(LoadEvents(VK_STUB_EMPTY), (Texts{"dlopen ./libvkdb.so", "log libDb.mngr==NULL\r\n",
+                                                "dlclose", "log pDb err\r\n"}));
     ExpectNoDatabase();
-    EXPECT_THAT(FreeEvents(), ElementsAre(kEnd, "remove queue 12", "curl_global_cleanup"));
+    EXPECT_EQ(FreeEvents(), (Texts{kEnd, "remove queue 12", "curl_global_cleanup"}));
 }
 
 TEST_F(AppPostTest, WithoutTheReleaseFunctionTheManagerIsNotAskedFor)
 {
-    EXPECT_THAT(LoadEvents(VK_STUB_NO_FREE),
-                ElementsAre("dlopen ./libvkdb.so", "log libDb.mngr==NULL\r\n", "dlclose",
-                            "log pDb err\r\n"));
+    EXPECT_EQ(LoadEvents(VK_STUB_NO_FREE), (Texts{"dlopen ./libvkdb.so", "log libDb.mngr==NULL\r\n",
+                                                  "dlclose", "log pDb err\r\n"}));
     ExpectNoDatabase();
 }
 
 TEST_F(AppPostTest, WithoutTheManagersFunctionTheReleaseIsCalled)
 {
-    EXPECT_THAT(LoadEvents(VK_STUB_NO_GET),
-                ElementsAre("dlopen ./libvkdb.so", "log libDb.mngr==NULL\r\n", "FreeDbManager",
-                            "dlclose", "log pDb err\r\n"));
+    EXPECT_EQ(LoadEvents(VK_STUB_NO_GET), (Texts{"dlopen ./libvkdb.so", "log libDb.mngr==NULL\r\n",
+                                                 "FreeDbManager", "dlclose", "log pDb err\r\n"}));
     ExpectNoDatabase();
 }
 
 TEST_F(AppPostTest, WithoutAManagerTheReleaseIsCalledOnce)
 {
     stub_script.manager = false;
-    EXPECT_THAT(LoadEvents(),
-                ElementsAre("dlopen ./libvkdb.so", "GetDbManager", "log libDb.mngr==NULL\r\n",
-                            "FreeDbManager", "dlclose", "log pDb err\r\n"));
+    EXPECT_EQ(LoadEvents(),
+              (Texts{"dlopen ./libvkdb.so", "GetDbManager", "log libDb.mngr==NULL\r\n",
+                     "FreeDbManager", "dlclose", "log pDb err\r\n"}));
     ExpectNoDatabase();
-    EXPECT_THAT(FreeEvents(), ElementsAre(kEnd, "remove queue 12", "curl_global_cleanup"));
+    EXPECT_EQ(FreeEvents(), (Texts{kEnd, "remove queue 12", "curl_global_cleanup"}));
 }
 
 TEST_F(AppPostTest, WithoutTheDataDatabaseStartUpFailsAlthoughTheAlarmDatabaseIsThere)
 {
     stub_script.dataDb = false;
-    EXPECT_THAT(LoadEvents(), ElementsAre("dlopen ./libvkdb.so", "GetDbManager",
-                                          "OpenDb(tmp/dbDat0.db3,0)", "OpenDb(tmp/dbData.db3,0)",
-                                          "FreeDbManager", "dlclose", "log pDb err\r\n"));
+    EXPECT_EQ(LoadEvents(),
+              (Texts{"dlopen ./libvkdb.so", "GetDbManager", "OpenDb(tmp/dbDat0.db3,0)",
+                     "OpenDb(tmp/dbData.db3,0)", "FreeDbManager", "dlclose", "log pDb err\r\n"}));
     ExpectNoDatabase();
 }
 
 TEST_F(AppPostTest, ADataDatabaseThatCannotBeOpenedFailsStartUp)
 {
     stub_script.dataOpen = false;
-    EXPECT_THAT(LoadEvents(),
-                ElementsAre("dlopen ./libvkdb.so", "GetDbManager", "OpenDb(tmp/dbDat0.db3,0)",
-                            "OpenDb(tmp/dbData.db3,0)", "data Open(NULL,0)", "FreeDbManager",
-                            "dlclose", "log pDb err\r\n"));
+    EXPECT_EQ(LoadEvents(),
+              (Texts{"dlopen ./libvkdb.so", "GetDbManager", "OpenDb(tmp/dbDat0.db3,0)",
+                     "OpenDb(tmp/dbData.db3,0)", "data Open(NULL,0)", "FreeDbManager", "dlclose",
+                     "log pDb err\r\n"}));
     ExpectNoDatabase();
 }
 
@@ -512,17 +510,17 @@ TEST_F(AppPostTest, AfterAFailedTestTheLibraryIsReleasedOnceMoreButNotUnloadedAg
     stub_script.dataOpen = false;
     LoadEvents();
     EXPECT_NE(app->m_pDbMngr, nullptr); // kept on purpose
-    EXPECT_THAT(FreeEvents(),
-                ElementsAre(kEnd, "remove queue 12", "FreeDbManager", "curl_global_cleanup"));
+    EXPECT_EQ(FreeEvents(),
+              (Texts{kEnd, "remove queue 12", "FreeDbManager", "curl_global_cleanup"}));
     EXPECT_EQ(app->m_pDbMngr, nullptr);
 }
 
 TEST_F(AppPostTest, WithoutTheAlarmDatabaseStartUpIsGood)
 {
     stub_script.alarmDb = false;
-    EXPECT_THAT(LoadEvents(),
-                ElementsAre("dlopen ./libvkdb.so", "GetDbManager", "OpenDb(tmp/dbDat0.db3,0)",
-                            "OpenDb(tmp/dbData.db3,0)", "data Open(NULL,0)"));
+    EXPECT_EQ(LoadEvents(),
+              (Texts{"dlopen ./libvkdb.so", "GetDbManager", "OpenDb(tmp/dbDat0.db3,0)",
+                     "OpenDb(tmp/dbData.db3,0)", "data Open(NULL,0)"}));
     EXPECT_TRUE(app->IsOk());
     EXPECT_EQ(app->pDbAlm, nullptr);
 }
@@ -532,8 +530,8 @@ TEST_F(AppPostTest, WithoutTheAlarmDatabaseStartUpIsGood)
 TEST_F(AppPostTest, FreeRemovesTheQueueBeforeTheLibraryGoes)
 {
     LoadEvents();
-    EXPECT_THAT(FreeEvents(), ElementsAre(kEnd, "remove queue 12", "FreeDbManager", "dlclose",
-                                          "curl_global_cleanup"));
+    EXPECT_EQ(FreeEvents(),
+              (Texts{kEnd, "remove queue 12", "FreeDbManager", "dlclose", "curl_global_cleanup"}));
     ExpectNoDatabase();
     EXPECT_EQ(app->m_pDbMngr, nullptr);
     EXPECT_EQ(app->m_msgCtrlid, -1);
@@ -550,7 +548,7 @@ TEST_F(AppPostTest, FreeMayBeCalledAgain)
 {
     LoadEvents();
     app->Free();
-    EXPECT_THAT(FreeEvents(), ElementsAre(kEnd, "curl_global_cleanup"));
+    EXPECT_EQ(FreeEvents(), (Texts{kEnd, "curl_global_cleanup"}));
 }
 
 TEST_F(AppPostTest, TheDestructorReleasesToo)
@@ -558,8 +556,8 @@ TEST_F(AppPostTest, TheDestructorReleasesToo)
     LoadEvents();
     rec.Clear();
     app.reset();
-    EXPECT_THAT(rec.Events(), ElementsAre(kEnd, "remove queue 12", "FreeDbManager", "dlclose",
-                                          "curl_global_cleanup"));
+    EXPECT_EQ(rec.Events(),
+              (Texts{kEnd, "remove queue 12", "FreeDbManager", "dlclose", "curl_global_cleanup"}));
 }
 
 TEST_F(AppPostTest, AQueueWithIdentifierZeroIsRemoved)
