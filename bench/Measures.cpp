@@ -261,11 +261,12 @@ Figures large_room(const CPrograms& programs, const CEffort& effort)
 Figures growth(const CPrograms& programs, const CEffort& effort)
 {
     constexpr int kDevices = 500;
+    constexpr int kWarmSweeps = 20; // by then every buffer has had its largest body
     const CBenchRoom room(kDevices, programs.dbLibrary);
     const int sweepsInAll = std::max(4, effort.posts / kDevices);
-    const int warm = sweepsInAll / 2; // by then every buffer has had its largest body
-    long kib[2] = {0, 0};
-    int descriptors[2] = {0, 0};
+    const int warm = std::min(sweepsInAll / 2, kWarmSweeps);
+    double kib[2] = {0, 0};
+    double descriptors[2] = {0, 0};
 
     CRunWatch watch(room, sweepsInAll);
     watch.LookAtSweepEnds(
@@ -274,7 +275,7 @@ Figures growth(const CPrograms& programs, const CEffort& effort)
             if (sweep == warm || sweep == sweepsInAll)
             {
                 const int i = sweep == warm ? 0 : 1;
-                kib[i] = program.MappedKib("Anonymous");
+                kib[i] = static_cast<double>(program.MappedKib("Anonymous"));
                 descriptors[i] = program.Descriptors();
             }
         });
@@ -285,10 +286,12 @@ Figures growth(const CPrograms& programs, const CEffort& effort)
     watch.Wait();
 
     const std::string posts = text(" over %.0f posts", sweepsInAll * kDevices);
-    const char* const kDetail = "%.0f after the first half, %.0f at the end";
-    return {{"growth of memory" + posts, static_cast<double>(kib[1] - kib[0]), "KiB", 0,
-             "private memory " +
-                 text(kDetail, static_cast<double>(kib[0]), static_cast<double>(kib[1]))},
-            {"growth of descriptors" + posts, static_cast<double>(descriptors[1] - descriptors[0]),
-             "", 0, text(kDetail, descriptors[0], descriptors[1])}};
+    const std::string warmPosts = text(" after the first %.0f", warm * kDevices);
+    const auto figure = [&](const char* what, const char* unit, const double(&value)[2])
+    {
+        return CFigure{what + posts, value[1] - value[0], unit, 0,
+                       text("%.0f", value[0]) + warmPosts + text(", %.0f at the end", value[1])};
+    };
+    return {figure("growth of private memory", "KiB", kib),
+            figure("growth of descriptors", "", descriptors)};
 }

@@ -273,9 +273,10 @@ int main(int argc, char** argv)
     const long pause_ms = argc > 3 ? std::strtol(argv[3], nullptr, 10) : 0;
 
     curl_global_init(CURL_GLOBAL_ALL);
+    sqlite3_config(SQLITE_CONFIG_SINGLETHREAD);
+    sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 0);
     sqlite3* db = nullptr;
-    if (sqlite3_open_v2("tmp/dbDat0.db3", &db, SQLITE_OPEN_READONLY | SQLITE_OPEN_NOMUTEX,
-                        nullptr) != SQLITE_OK)
+    if (sqlite3_open_v2("tmp/dbDat0.db3", &db, SQLITE_OPEN_READONLY, nullptr) != SQLITE_OK)
     {
         std::fprintf(stderr, "tmp/dbDat0.db3: %s\n", sqlite3_errmsg(db));
         return 1;
