@@ -204,6 +204,7 @@ TEST_P(AlarmCampaign, StormOfSignalsLosesNothingAndHangsNothing)
     EXPECT_TRUE(daemon.IsRunning());
 
     daemon.Kill();
+    EXPECT_EQ(daemon.Stderr().find("Sanitizer"), std::string::npos) << daemon.Stderr();
     CheckLog();
     Report();
 }

@@ -53,6 +53,7 @@ void DaemonTest::TearDown()
 {
     EXPECT_TRUE(m_hasEnded || daemon.Pid() < 0 || daemon.IsRunning()) << "the daemon has ended";
     daemon.Kill();
+    EXPECT_EQ(daemon.Stderr().find("Sanitizer"), std::string::npos) << "see its standard error";
     if (HasFailure())
     {
         std::cerr << "--- log of the daemon ---\n"
