@@ -195,6 +195,11 @@ CAppPost::CAppPost()
 CAppPost::~CAppPost()
 {
     Free();
+    // The request thread still runs, but finds no queue any more. What it recorded before that is
+    // seen whole behind the mutex.
+    pthread_mutex_lock(&m_mutex);
+    m_mapCtrlReq.clear();
+    pthread_mutex_unlock(&m_mutex);
     pthread_mutex_destroy(&m_mutex);
 }
 
