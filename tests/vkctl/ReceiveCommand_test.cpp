@@ -100,11 +100,9 @@ TEST(ReceiveCommandTest, EachSignalEndsItWithTheTable)
 
 TEST(ReceiveCommandTest, ABodyIsShownAtOnce)
 {
-    CTempDir dir;
-    const std::string out = dir.Path("out");
-    CProgram program({"/bin/sh", "-c", "exec \"$0\" receive --port 0 >" + out, VKCTL_PROGRAM});
+    CProgram program(receive({}));
     EXPECT_EQ(post(program.Port(), kDevice), 200); // it is answered after it is shown
-    EXPECT_THAT(read_file(out), HasSubstr("sid=1001"));
+    EXPECT_THAT(program.Shown(), HasSubstr("sid=1001"));
 }
 
 TEST(ReceiveCommandTest, SecondsEndIt)

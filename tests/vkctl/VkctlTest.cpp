@@ -147,6 +147,11 @@ bool CProgram::WaitForNote(const std::string& text)
     return false;
 }
 
+std::string CProgram::Shown() const
+{
+    return read_file(m_dir.Path("out"));
+}
+
 void CProgram::Signal(int number) const
 {
     kill(m_pid, number);

@@ -70,6 +70,9 @@ public:
     // without it.
     bool WaitForNote(const std::string& text);
 
+    // What it has written to standard output by now, a file.
+    std::string Shown() const;
+
     void Signal(int number) const;
     Outcome Wait(); // for its end; once
 
