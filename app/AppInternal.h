@@ -4,12 +4,13 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "app/AppPost.h"
 
-// --- Time (AppPause.cpp); any thread -------------------------------------------------------
+// --- Time (AppPause.cpp, AppClock.cpp); any thread -----------------------------------------
 
 // Waits that long, also when a signal comes in between. Nothing for 0 and less.
 void pause_ms(int ms);
@@ -29,6 +30,19 @@ constexpr int kQueryRetryPauseMs = 3000;     // before a query that could not st
 constexpr int kQueryRetries = 10;            // tries after the first one
 constexpr int kExceptionRetryPauseMs = 2000; // before an item that threw is tried again
 constexpr int kExceptionTries = 3;           // tries of one item in a row
+
+// --- Configuration (AppPostConfig.cpp) ------------------------------------------------------
+
+// What the daemon finds in its working directory.
+constexpr char kConfigFile[] = "vkApp.ini";
+constexpr char kDataDb[] = "tmp/dbDat0.db3";
+constexpr char kAlarmDb[] = "tmp/dbData.db3";
+
+// A URL list this long is a slip of the pen; each key of it costs two log lines at start-up.
+constexpr int kMaxUrlKeys = 1000;
+
+// Reads kConfigFile and fills the members that it configures. Before any other thread starts.
+void load_configuration(CAppPost& app);
 
 // --- Message places -------------------------------------------------------------------------
 
@@ -104,6 +118,19 @@ constexpr char kDefaultFmt0[] =
 // what is wrong with which conversion.
 std::string head_format_problem(const std::string& format);
 
+// How a part of a body is made.
+enum class BodyPart
+{
+    kHead,  // all groups of Fmt0
+    kPair,  // one "&name=value"
+    kGroup, // several pairs, or one, of numbers only
+};
+
+// Told about every part that a body has got, in order (AppBodyPart.cpp): its text as it stands in
+// the body, not terminated. The daemon has no use for it; a program that explains bodies links a
+// definition of its own.
+void body_part(BodyPart part, const char* text, size_t length);
+
 // Writes one form body into a buffer of fixed size and is the only one that does.
 //
 // Borrows the buffer. The text is NUL-terminated after every call. A group ("&name=value") that
@@ -175,6 +202,15 @@ void append_extras(CAppPost& app, int sid, const char* table, CDeviceBody& body,
 
 // Serves waiting requests, if any, between two items of the routine that asks.
 void serve_requests(CAppPost& app, const char* function, int line);
+
+// --- Encoding (AppPostEncoding.cpp); any thread --------------------------------------------------
+
+constexpr char kUtf8[] = "UTF-8";
+
+using CBodyText = std::unique_ptr<char[]>;
+
+// The body as it goes out: a copy, in the configured encoding. Null when memory ran out.
+CBodyText outgoing_body(const char* body);
 
 // --- Alarm names (AppPostTables.cpp) ------------------------------------------------------------
 

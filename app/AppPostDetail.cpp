@@ -55,19 +55,20 @@ void append_detail_row(CBodyWriter& body, DbDatabase& db, int iqry, int mode)
         // The unit stands straight behind the value, on purpose.
         if (*text("ValStr") != '\0')
         {
-            body.Group("&Fld%d=%s%s", number("Fld"), text("Val"), text("ValStr"));
+            body.Field(format_text("Fld%d", number("Fld")),
+                       std::string(text("Val")) + text("ValStr"));
         }
         break;
     case 201:
         if (*text("Val") != '\0')
         {
-            body.Group("&Fld%d=%s", number("Fld"), text("Val"));
+            body.Field(format_text("Fld%d", number("Fld")), text("Val"));
         }
         break;
     case 202:
         if (*text("Val") != '\0')
         {
-            body.Group("&%s=%s", text("Fld"), text("Val"));
+            body.Field(text("Fld"), text("Val"));
         }
         break;
     default: // a mode that nobody defined: its rows are read and add nothing

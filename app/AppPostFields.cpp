@@ -168,7 +168,9 @@ void CBodyWriter::Field(const std::string& name, const std::string& value)
         m_pos = before;
         m_buffer[m_pos] = '\0';
         LeaveOut(name.c_str());
+        return;
     }
+    body_part(BodyPart::kPair, m_buffer + before, m_pos - before);
 }
 
 void CBodyWriter::Group(const char* format, ...)
@@ -181,6 +183,7 @@ void CBodyWriter::Group(const char* format, ...)
     if (length >= 0 && static_cast<size_t>(length) < m_size - m_pos)
     {
         m_pos += static_cast<size_t>(length);
+        body_part(BodyPart::kGroup, m_buffer + m_pos - length, static_cast<size_t>(length));
     }
     else
     {
@@ -289,6 +292,7 @@ bool CBodyWriter::HeadGroup(HeadCursor& cursor, const CHead& head)
 void CBodyWriter::Head(const std::string& format, const CHead& head)
 {
     HeadCursor cursor{format};
+    const size_t start = m_pos;
     bool needsNoSeparator = false; // what came before was left out
     while (cursor.at < format.size())
     {
@@ -308,6 +312,7 @@ void CBodyWriter::Head(const std::string& format, const CHead& head)
         }
         needsNoSeparator = false;
     }
+    body_part(BodyPart::kHead, m_buffer + start, m_pos - start);
 }
 
 void CAppPost::GetQryFld(int iqry, int iFld, int iType, std::string& sName, std::string& sVal)

@@ -8,17 +8,14 @@
 #include <cstring>
 #include <curl/curl.h>
 #include <memory>
-#include <new>
 #include <utility>
 
 #include "app/AppInternal.h"
-#include "common/BufHelper.h"
 #include "vkPub/vkLog.h"
 
 namespace
 {
 
-constexpr char kUtf8[] = "UTF-8";
 constexpr char kCookieFile[] = "/NandFlash/curl.cookie"; // read on every transfer, never written
 constexpr long kFirstWaitMs = 1000;                      // where libcurl has no timeout of its own
 constexpr int kLongestDozeMs = 10;                       // while a transfer has no descriptor yet
@@ -38,39 +35,6 @@ struct MultiDeleter
     void operator()(CURLM* handle) const { curl_multi_cleanup(handle); }
 };
 using MultiHandle = std::unique_ptr<CURLM, MultiDeleter>;
-
-using Text = std::unique_ptr<char[]>;
-
-Text allocate(size_t bytes)
-{
-    return Text(new (std::nothrow) char[bytes]);
-}
-
-// The body as it goes out: a copy, in the configured encoding. Null when memory ran out.
-Text outgoing_body(const char* body)
-{
-    const size_t length = std::strlen(body);
-    Text copy = allocate(length + 1);
-    if (copy != nullptr)
-    {
-        std::memcpy(copy.get(), body, length + 1);
-    }
-    if (CAppPost::m_sEncoding == kUtf8)
-    {
-        return copy;
-    }
-
-    const size_t room = 4 * length + 1;
-    Text converted = allocate(room);
-    if (copy == nullptr || converted == nullptr)
-    {
-        return nullptr;
-    }
-    const int written =
-        CBufHelper::conv_code(CAppPost::m_sEncoding.c_str(), kUtf8, converted.get(), copy.get());
-    std::fill(converted.get() + written, converted.get() + room, '\0');
-    return converted;
-}
 
 void log_no_memory(const char* body)
 {
@@ -333,7 +297,7 @@ int CAppPost::DoPost(const char* msg, const char* url)
     }
     VKLOG_TRACE("   DoPost Msg: %s\n", body);
 
-    const Text outgoing = outgoing_body(body);
+    const CBodyText outgoing = outgoing_body(body);
     if (outgoing == nullptr)
     {
         return 0;
@@ -362,7 +326,7 @@ int CAppPost::DoPostEx(std::vector<std::string> urls, const char* msg)
         return 0;
     }
     const char* body = msg != nullptr ? msg : m_szPostBuf;
-    const Text outgoing = outgoing_body(body);
+    const CBodyText outgoing = outgoing_body(body);
     if (outgoing == nullptr)
     {
         log_no_memory(body);
