@@ -5,34 +5,7 @@
 #include <cstdlib>
 #include <fstream>
 
-namespace
-{
-
-// State of one load: where the next key goes, and the comment lines waiting for it.
-struct LoadState
-{
-    std::string section;
-    std::string description;
-};
-
-// A whole comment line. An empty one that comes first adds nothing, so that the next is joined
-// without a line break.
-void add_comment_line(LoadState& state, const std::string& text)
-{
-    if (!state.description.empty())
-    {
-        state.description += '\n';
-    }
-    state.description += text;
-}
-
-std::string header_name(const std::string& line)
-{
-    const size_t end = line.find(']');
-    return SimpleIni::Trim(line.substr(1, end == std::string::npos ? end : end - 1));
-}
-
-} // namespace
+#include "common/IniReader.h"
 
 SimpleIni::SimpleIni(const std::string& fileName)
 {
@@ -57,50 +30,32 @@ bool SimpleIni::Load(const std::string& fileName)
         return false;
     }
 
-    LoadState state;
-    const auto attach_description = [&](const std::string& key)
+    std::string description; // the comment lines waiting for a section or a key
+    const auto attach_description = [&](const std::string& section, const std::string& key)
     {
-        if (!state.description.empty())
+        if (!description.empty())
         {
-            m_descriptions[state.section][key] = state.description;
-            state.description.clear();
+            m_descriptions[section][key] = description;
+            description.clear();
         }
     };
-    for (std::string line; std::getline(in, line);)
+    CIniReader reader(in);
+    for (IniItem item; reader.Next(item);)
     {
-        ParasitCar(line);
-        if (line.empty())
+        switch (item.kind)
         {
-            continue;
+        case IniItemKind::kComment:
+            // An empty line that comes first adds nothing: the next is joined without a line break.
+            description += (description.empty() ? "" : "\n") + item.comment;
+            break;
+        case IniItemKind::kSection:
+            attach_description(item.section, "");
+            break;
+        case IniItemKind::kKey:
+            m_sections[item.section][item.key] = {item.value, item.comment, item.line};
+            attach_description(item.section, item.key);
+            break;
         }
-        if (line[0] == '[')
-        {
-            state.section = header_name(line);
-            attach_description("");
-            continue;
-        }
-
-        IniLine content;
-        const size_t comment = line.find_first_of(";#");
-        if (comment == 0)
-        {
-            add_comment_line(state, line.substr(1));
-            continue;
-        }
-        if (comment != std::string::npos)
-        {
-            content.comment = line.substr(comment + 1);
-            line.erase(comment);
-        }
-        const size_t equals = line.find('=');
-        if (equals != std::string::npos)
-        {
-            content.value = Trim(line.substr(equals + 1));
-            line.erase(equals);
-        }
-        const std::string key = Trim(line);
-        m_sections[state.section][key] = content;
-        attach_description(key);
     }
     return true;
 }
@@ -195,6 +150,12 @@ std::string SimpleIni::GetComment(const std::string& section, const std::string&
 {
     const IniLine* line = Find(section, key);
     return line != nullptr ? line->comment : std::string();
+}
+
+int SimpleIni::GetLine(const std::string& section, const std::string& key) const
+{
+    const IniLine* line = Find(section, key);
+    return line != nullptr ? line->line : 0;
 }
 
 void SimpleIni::SetComment(const std::string& section, const std::string& key,

@@ -21,6 +21,7 @@ struct IniLine
 {
     std::string value;
     std::string comment; // behind ";" or "#" on the same line, without that character, not trimmed
+    int line = 0;        // of the file that was loaded, counted from 1; 0: set by SetValue
 };
 
 class SimpleIni
@@ -98,6 +99,11 @@ public:
 
     void SetValue(const std::string& section, const std::string& key, const std::string& value);
     std::string GetComment(const std::string& section, const std::string& key) const;
+
+    // The line of the loaded file that the key's value stands in, counted from 1; 0 when it was
+    // not loaded from a file.
+    int GetLine(const std::string& section, const std::string& key) const;
+
     void SetComment(const std::string& section, const std::string& key, const std::string& comment);
 
     // The number of keys erased, 0 or 1. A missing section is made, empty, as a side effect.
