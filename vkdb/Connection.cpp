@@ -2,7 +2,9 @@
 #include "vkdb/Connection.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <fstream>
 #include <optional>
 #include <thread>
 
@@ -40,14 +42,38 @@ std::string plain_name(const std::string& strPath)
     return strPath[0] == '/' ? strPath : "./" + strPath;
 }
 
-CHandle open_handle(const std::string& strPath, Access access)
+// A WAL database at rest: everything is in the file itself, and any reader would make the two
+// files beside it anew. Reads the file's head, which drops the locks of this process on it: what
+// opens a file with kNoTouch has no other connection to it.
+bool is_resting_wal(const std::string& strPath)
 {
-    const int nAccess =
-        access == Access::kReadOnly ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE; // never CREATE
-    const int nFlags = nAccess | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE;
+    char aHead[20] = {};
+    std::ifstream(strPath, std::ios::binary).read(aHead, sizeof(aHead));
+    constexpr int kReadVersion = 19; // where the file's head says 2 for WAL
+    return aHead[kReadVersion] == 2 && ::access((strPath + "-wal").c_str(), F_OK) != 0;
+}
+
+// As a URI, in which "immutable" keeps SQLite from making files.
+std::string immutable_name(const std::string& strPath)
+{
+    std::string strUri = "file:";
+    for (const char c : plain_name(strPath))
+    {
+        strUri += c == '%' ? "%25" : c == '?' ? "%3f" : c == '#' ? "%23" : std::string(1, c);
+    }
+    return strUri + "?immutable=1";
+}
+
+CHandle open_handle(const std::string& strPath, Access access, bool bImmutable)
+{
+    const bool bReader = access == Access::kReadOnly || access == Access::kNoTouch;
+    const int nAccess = bReader ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE; // never CREATE
+    const int nFlags = nAccess | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
+                       (bImmutable ? SQLITE_OPEN_URI : 0);
+    const std::string strName = bImmutable ? immutable_name(strPath) : plain_name(strPath);
 
     sqlite3* pRaw = nullptr;
-    const int rc = sqlite3_open_v2(plain_name(strPath).c_str(), &pRaw, nFlags, nullptr);
+    const int rc = sqlite3_open_v2(strName.c_str(), &pRaw, nFlags, nullptr);
     CHandle db(pRaw); // a failed open leaves a handle, too
     if (rc != SQLITE_OK)
     {
@@ -79,15 +105,22 @@ int CLockWait::OnBusy(void* pThis, int nCalls)
 
 CConnection::CConnection(const std::string& strPath, Access access, int nBusyMs)
     : m_strPath(strPath), m_access(access), m_id(existing_file(strPath)), m_wait(nBusyMs),
-      m_db(open_handle(strPath, access))
+      m_bImmutable(access == Access::kNoTouch && is_resting_wal(strPath)),
+      m_db(open_handle(strPath, access, m_bImmutable))
 {
     m_wait.Attach(m_db.get());
+    if (access == Access::kRepair || access == Access::kNoTouch)
+    {
+        // A reader that goes away leaves the WAL as it is.
+        sqlite3_db_config(m_db.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
+    }
     if (access == Access::kRepair)
     {
-        // Beyond the repair this connection is a reader: statements cannot write, and going away
-        // it leaves the WAL as it is.
-        sqlite3_db_config(m_db.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-        Exec("pragma query_only=1");
+        Exec("pragma query_only=1"); // beyond the repair this connection is a reader
+    }
+    if (access == Access::kNoTouch)
+    {
+        Exec("pragma temp_store=memory"); // what a caller makes for itself is no file either
     }
 }
 
@@ -98,6 +131,10 @@ bool CConnection::Serves(const std::string& strPath, Access access) const
     if (bReader != bWantsReader || strPath != m_strPath)
     {
         return false;
+    }
+    if (m_bImmutable && !is_resting_wal(strPath))
+    {
+        return false; // a writer has come
     }
     const std::optional<CFileId> id = file_id(strPath);
     return id && *id == m_id;

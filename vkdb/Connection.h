@@ -21,7 +21,8 @@ enum class Access
 {
     kReadWrite,
     kReadOnly,
-    kRepair // reads only, but may roll back what a crashed writer left behind
+    kRepair,  // reads only, but may roll back what a crashed writer left behind
+    kNoTouch, // reads only and leaves the folder as it is: an unfinished write is an error
 };
 
 // Which file a path leads to: a file that is renamed over another one has another inode.
@@ -84,6 +85,7 @@ private:
     Access m_access;
     CFileId m_id; // taken before opening: a file replaced meanwhile counts as replaced
     CLockWait m_wait;
+    bool m_bImmutable; // opened while nobody else had it open, without any locking
     CHandle m_db;
 };
 

@@ -31,17 +31,27 @@ int column_of(CQuery& query, const char* szName)
 
 } // namespace
 
-CDatabase::CDatabase(std::string strPath, int nBusyMs)
-    : m_strPath(std::move(strPath)), m_nBusyMs(nBusyMs), m_strTarget(m_strPath)
+CDatabase::CDatabase(std::string strPath, int nBusyMs, Policy policy)
+    : m_strPath(std::move(strPath)), m_nBusyMs(nBusyMs), m_policy(policy), m_strTarget(m_strPath),
+      m_access(AccessOf(0))
 {
     Connect();
+}
+
+Access CDatabase::AccessOf(int mode) const
+{
+    if (m_policy == Policy::kNoTouch)
+    {
+        return Access::kNoTouch;
+    }
+    return mode == kShortRead ? Access::kReadOnly : Access::kReadWrite;
 }
 
 bool CDatabase::Open(const char* path, int mode)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_strTarget = path != nullptr ? path : m_strPath;
-    m_access = mode == kShortRead ? Access::kReadOnly : Access::kReadWrite;
+    m_access = AccessOf(mode);
     try
     {
         Connect();

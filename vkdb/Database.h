@@ -33,7 +33,13 @@ public:
 
     // For the file at the path. CSqliteFailure when it cannot be opened; it is not read yet, so
     // a file that is locked just now, or is no database, is for Open to tell.
-    CDatabase(std::string strPath, int nBusyMs);
+    // kNoTouch: the units of work of every mode only read, whatever the file's state.
+    enum class Policy
+    {
+        kByMode,
+        kNoTouch,
+    };
+    CDatabase(std::string strPath, int nBusyMs, Policy policy = Policy::kByMode);
 
     bool Open(const char* path, int mode) override;
     int Close() override; // 0
@@ -52,6 +58,7 @@ public:
     const char* QryGetStr(int iqry, const char* fld) override;
 
 private:
+    Access AccessOf(int mode) const;
     void Connect();
     void ConnectForRepair();
     bool IsRepairable(const CSqliteFailure& failure) const;
@@ -61,10 +68,11 @@ private:
 
     const std::string m_strPath;
     const int m_nBusyMs;
+    const Policy m_policy;
 
     std::mutex m_mutex; // guards everything below, but for reading one's own query
     std::string m_strTarget;
-    Access m_access = Access::kReadWrite;
+    Access m_access;
     std::shared_ptr<CConnection> m_conn; // null: not connected; goes before the mutex
     std::array<CQuery, kQueries> m_aQuery;
 };
