@@ -26,4 +26,4 @@ add_test(NAME vkcommon.ExportsPublicNamesOnly COMMAND ${CMAKE_COMMAND}
     -DNM=${CMAKE_NM} -DLIBRARY=$<TARGET_FILE:vkcommon>
     -P ${CMAKE_CURRENT_SOURCE_DIR}/Exports.cmake)
 set_tests_properties(vkcommon.ProgramBuildsAgainstInstalledTree vkcommon.ExportsPublicNamesOnly
-    PROPERTIES TIMEOUT 120)
+    PROPERTIES TIMEOUT ${VK_TIME_LIMIT})
