@@ -121,7 +121,7 @@ std::string head_format_problem(const std::string& format);
 // How a part of a body is made.
 enum class BodyPart
 {
-    kHead,  // all groups of Fmt0
+    kHead,  // one group of Fmt0, from "&" to "&"
     kPair,  // one "&name=value"
     kGroup, // several pairs, or one, of numbers only
 };

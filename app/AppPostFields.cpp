@@ -292,7 +292,6 @@ bool CBodyWriter::HeadGroup(HeadCursor& cursor, const CHead& head)
 void CBodyWriter::Head(const std::string& format, const CHead& head)
 {
     HeadCursor cursor{format};
-    const size_t start = m_pos;
     bool needsNoSeparator = false; // what came before was left out
     while (cursor.at < format.size())
     {
@@ -311,8 +310,8 @@ void CBodyWriter::Head(const std::string& format, const CHead& head)
             continue;
         }
         needsNoSeparator = false;
+        body_part(BodyPart::kHead, m_buffer + before, m_pos - before);
     }
-    body_part(BodyPart::kHead, m_buffer + start, m_pos - start);
 }
 
 void CAppPost::GetQryFld(int iqry, int iFld, int iType, std::string& sName, std::string& sVal)

@@ -7,6 +7,7 @@
 #include "vkctl/AlarmCommand.h"
 #include "vkctl/CliError.h"
 #include "vkctl/PostCommand.h"
+#include "vkctl/PreviewCommand.h"
 #include "vkctl/ReceiveCommand.h"
 #include "vkctl/RoomCommand.h"
 #include "vkctl/TrayCommand.h"
@@ -24,6 +25,7 @@ int main(int argc, char** argv)
     vkctl::add_receive_command(app, exitStatus);
     vkctl::add_alarm_command(app, exitStatus);
     vkctl::add_post_command(app, exitStatus);
+    vkctl::add_preview_command(app, exitStatus);
     vkctl::add_tray_command(app, exitStatus);
     try
     {

@@ -1,0 +1,53 @@
+// A host's database as a preview reads it: through the library that the daemon loads, without any
+// write, telling the recorder about every cell that is read.
+//
+// Owns its database object. Failure: as the library's; Require throws CCliError. Main thread.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "db/DbInterface.h"
+#include "vkdb/Database.h"
+
+namespace vkctl
+{
+
+class CPreviewDatabase final : public DbDatabase
+{
+public:
+    // For the file at the path, which must be a database that can be read as it is: CCliError with
+    // kExitFile when not.
+    explicit CPreviewDatabase(const std::string& path);
+
+    bool Open(const char* path, int mode) override { return m_db.Open(path, mode); }
+    int Close() override { return m_db.Close(); }
+    int Exec(const char* sql) override { return m_db.Exec(sql); }
+    int QryExec(const char* sql, int iqry) override;
+    bool QryEof(int iqry) override { return m_db.QryEof(iqry); }
+    void QryNext(int iqry) override { m_db.QryNext(iqry); }
+    void QryFree(int iqry) override { m_db.QryFree(iqry); }
+    int QryFldCount(int iqry) override { return m_db.QryFldCount(iqry); }
+    const char* QryFldName(int iqry, int iFld) override { return m_db.QryFldName(iqry, iFld); }
+    int QryGetIntAt(int iqry, int iFld) override;
+    int QryGetInt(int iqry, const char* fld) override;
+    const char* QryGetStrAt(int iqry, int iFld) override;
+    const char* QryGetStr(int iqry, const char* fld) override;
+
+private:
+    // What a query reads from.
+    struct Source
+    {
+        std::string table;
+        bool joinsNames = false; // its first columns are those of tbSM
+    };
+
+    void Note(int iqry, int column);
+    void Note(int iqry, const char* column);
+
+    vkdb::CDatabase m_db;
+    std::map<int, Source> m_sources; // by query index
+};
+
+} // namespace vkctl

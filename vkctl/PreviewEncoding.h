@@ -1,0 +1,21 @@
+// A body's bytes as they would leave the host, in the configured encoding.
+#pragma once
+
+#include <string>
+
+namespace vkctl
+{
+
+struct EncodedBody
+{
+    std::string bytes;
+    std::string lost; // from the first character on that did not make it; empty: nothing was lost
+};
+
+// Converts as the daemon does, with the encoding that its configuration has set.
+EncodedBody encode_body(const std::string& body);
+
+// Sixteen bytes a line: offset, hexadecimal, and the ASCII characters among them.
+std::string hex_dump(const std::string& bytes);
+
+} // namespace vkctl
