@@ -20,7 +20,8 @@ int main(int argc, char** argv)
                  "vkctl");
     app.require_subcommand(1);
     app.footer("\n'vkctl SUBCOMMAND --help' shows options and examples.\n"
-               "Exit status: 0 done, 1 could not be done, 64 command line not understood.");
+               "Exit status: 0 done, 1 could not be done, 64 command line not understood,\n"
+               "74 a file or database cannot be read, 78 the host's configuration is wrong.");
     vkctl::add_room_command(app, exitStatus);
     vkctl::add_receive_command(app, exitStatus);
     vkctl::add_alarm_command(app, exitStatus);
