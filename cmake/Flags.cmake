@@ -23,9 +23,13 @@ endif()
 # under a sanitizer, which checks more.
 target_compile_options(vk_flags INTERFACE -fstack-protector-strong)
 target_link_options(vk_flags INTERFACE -Wl,-z,relro -Wl,-z,now)
+define_property(TARGET PROPERTY VK_UNOPTIMISED INITIALIZE_FROM_VARIABLE VK_UNOPTIMISED
+    BRIEF_DOCS "Whether a target is compiled without optimisation, in every build type")
+set(VK_IS_UNOPTIMISED "$<BOOL:$<TARGET_PROPERTY:VK_UNOPTIMISED>>")
+target_compile_options(vk_flags INTERFACE "$<${VK_IS_UNOPTIMISED}:-O0>")
 if(NOT VK_SANITIZE)
     target_compile_options(vk_flags INTERFACE
-        "$<$<NOT:$<CONFIG:Debug>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
+        "$<$<NOT:$<OR:$<CONFIG:Debug>,${VK_IS_UNOPTIMISED}>>:-U_FORTIFY_SOURCE;-D_FORTIFY_SOURCE=2>")
 endif()
 include(CheckPIESupported)
 check_pie_supported()
