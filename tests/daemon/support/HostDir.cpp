@@ -76,6 +76,17 @@ void CHostDir::Ini(const std::string& section, const std::string& key, const std
     m_ini[section][key] = value;
 }
 
+std::string CHostDir::Setting(const std::string& section, const std::string& key) const
+{
+    const auto keys = m_ini.find(section);
+    if (keys == m_ini.end())
+    {
+        return {};
+    }
+    const auto value = keys->second.find(key);
+    return value != keys->second.end() ? value->second : std::string();
+}
+
 void CHostDir::WriteIni() const
 {
     std::string text;

@@ -26,6 +26,9 @@ public:
     void Post(const std::string& key, const std::string& value) { Ini("POST", key, value); }
     void WriteIni() const;
 
+    // What was set; the empty text when nothing was.
+    std::string Setting(const std::string& section, const std::string& key) const;
+
     // ./libvkdb.so is that file from now on.
     void UseLibrary(const std::string& path) const;
 

@@ -1,0 +1,73 @@
+#include "tests/daemon/support/Command.h"
+
+#include <cstdlib>
+#include <fcntl.h>
+#include <filesystem>
+#include <stdexcept>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include "tests/daemon/support/HostDir.h"
+#include "tests/support/Emulator.h"
+
+namespace
+{
+
+constexpr int kNoExec = 127;
+constexpr int kEndedBySignal = 128;
+
+void redirect(int fd, const std::string& path, int flags)
+{
+    const int file = open(path.c_str(), flags, 0600);
+    dup2(file, fd);
+    close(file);
+}
+
+[[noreturn]] void become(const std::vector<std::string>& arguments, const std::string& dir)
+{
+    std::vector<char*> argv;
+    for (const std::string& argument : arguments)
+    {
+        argv.push_back(const_cast<char*>(argument.c_str())); // exec does not write to them
+    }
+    argv.push_back(nullptr);
+    redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
+    redirect(STDOUT_FILENO, dir + "/out", O_WRONLY | O_CREAT);
+    redirect(STDERR_FILENO, dir + "/err", O_WRONLY | O_CREAT);
+    exec_program(argv);
+    _exit(kNoExec);
+}
+
+} // namespace
+
+CommandResult run_command(const std::vector<std::string>& arguments)
+{
+    char dir[] = "/tmp/command-XXXXXX";
+    if (mkdtemp(dir) == nullptr)
+    {
+        throw std::runtime_error("no directory for a command's output");
+    }
+    const pid_t pid = fork();
+    if (pid < 0)
+    {
+        throw std::runtime_error("no process for " + arguments.at(0));
+    }
+    if (pid == 0)
+    {
+        become(arguments, dir);
+    }
+    int status = 0;
+    waitpid(pid, &status, 0);
+    const int code = WIFSIGNALED(status) ? kEndedBySignal + WTERMSIG(status) : WEXITSTATUS(status);
+    CommandResult result{code, read_file(std::string(dir) + "/out"),
+                         read_file(std::string(dir) + "/err")};
+    std::error_code ignored; // the box takes what is left
+    std::filesystem::remove_all(dir, ignored);
+    return result;
+}
+
+CommandResult run_vkctl(std::vector<std::string> arguments)
+{
+    arguments.insert(arguments.begin(), VK_VKCTL_PROGRAM);
+    return run_command(arguments);
+}
