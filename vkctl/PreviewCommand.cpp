@@ -135,18 +135,33 @@ void show_body(const PreviewBody& body, const CAppPost& poster, const PreviewArg
     std::cout << "\n";
 }
 
-void note_missing_urls(const CAppPost& poster)
+// What the bodies themselves cannot tell: that they would go nowhere.
+void note_missing_urls(const CAppPost& poster, const PreviewSelection& selection)
 {
-    if (poster.m_strUrl.empty() && poster.m_vUrls.size() < 2)
+    const bool onlyAlarms = selection.kinds == std::set{BodyKind::kAlarm};
+    if (!onlyAlarms && poster.m_strUrl.empty() && poster.m_vUrls.size() < 2)
     {
-        std::cerr << "vkctl: vkApp.ini sets no Url: the daemon would compose these and post none\n";
+        std::cerr << "vkctl: vkApp.ini sets no Url: the daemon would post none of these\n";
+    }
+    if (selection.kinds.count(BodyKind::kAlarm) == 0)
+    {
+        return;
+    }
+    if (poster.m_strAlmUrl.empty())
+    {
+        std::cerr << "vkctl: vkApp.ini sets no AlmUrl: alarms are neither read nor posted\n";
+    }
+    else if (poster.m_iMaxURLs < 2)
+    {
+        std::cerr << "vkctl: maxURLs in vkApp.ini is below 2: alarms are marked as sent and go "
+                     "nowhere\n";
     }
 }
 
 int show(const PreviewArguments& arguments, const PreviewSelection& selection)
 {
     CPreview preview(arguments.directory);
-    note_missing_urls(preview.Poster());
+    note_missing_urls(preview.Poster(), selection);
     size_t count = 0;
     preview.Run(
         selection,
