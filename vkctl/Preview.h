@@ -29,6 +29,7 @@ struct PreviewCell
     std::string table;
     std::string column;
     std::string value;
+    int number = 0; // as the daemon reads it where it wants a number
 };
 
 // One part of a body (of a head: one group, all cells of the head with its first) with the cells

@@ -80,7 +80,7 @@ void CPreviewDatabase::Note(int iqry, int column)
     const Source& source = m_sources[iqry];
     const bool isName = source.joinsNames && column < kJoinedColumns;
     CPreviewRecorder::Get().Read({isName ? "tbSM" : source.table, m_db.QryFldName(iqry, column),
-                                  m_db.QryGetStrAt(iqry, column)});
+                                  m_db.QryGetStrAt(iqry, column), m_db.QryGetIntAt(iqry, column)});
 }
 
 // By name the first column counts, in whatever case, as it does for the library.

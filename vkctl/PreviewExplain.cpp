@@ -1,7 +1,6 @@
 #include "vkctl/PreviewExplain.h"
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace vkctl
 {
@@ -178,7 +177,7 @@ private:
         if (m_body.kind == BodyKind::kAlarm)
         {
             const PreviewCell* cell = find_cell(m_cells, "Alm");
-            const bool cleared = cell != nullptr && (std::atoi(cell->value.c_str()) & 4) != 0;
+            const bool cleared = cell != nullptr && (cell->number & 4) != 0;
             return from_cell(m_cells, "Alm") +
                    (cleared ? ", bit 4: cleared: " : ", without bit 4: active: ") +
                    setting(m_ini, "POST", cleared ? "State3" : "State1");
@@ -189,7 +188,7 @@ private:
     std::string FromStateCell(const std::string& column) const
     {
         const PreviewCell* cell = find_cell(m_cells, column);
-        const int state = cell != nullptr ? std::atoi(cell->value.c_str()) : 0;
+        const int state = cell != nullptr ? cell->number : 0;
         const std::string key = "State" + std::to_string(state >= 1 && state <= 3 ? state : 0);
         return from_cell(m_cells, column) + ": " + setting(m_ini, "POST", key);
     }
@@ -267,7 +266,7 @@ std::string column_source(const SimpleIni& ini, int type, const PreviewCell& cel
         return source + ", as stored";
     }
     source += ", kind " + std::to_string(kind) + line_of(ini, kFieldSection, key);
-    for (const std::string& text : text_keys(ini, type, cell.column, std::atoi(cell.value.c_str())))
+    for (const std::string& text : text_keys(ini, type, cell.column, cell.number))
     {
         const int line = ini.GetLine(kFieldSection, text);
         source += line > 0 ? ", " + setting(ini, kFieldSection, text) : ", no text " + text;

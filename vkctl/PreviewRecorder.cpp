@@ -1,7 +1,6 @@
 #include "vkctl/PreviewRecorder.h"
 
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 namespace vkctl
@@ -18,7 +17,7 @@ int number_of(const std::vector<PreviewCell>& cells, const char* column)
 {
     const auto found = std::find_if(cells.rbegin(), cells.rend(),
                                     [&](const PreviewCell& cell) { return cell.column == column; });
-    return found != cells.rend() ? std::atoi(found->value.c_str()) : 0;
+    return found != cells.rend() ? found->number : 0;
 }
 
 } // namespace

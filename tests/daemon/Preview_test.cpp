@@ -136,4 +136,4 @@ TEST_P(PreviewOfRandomHost, ShowsWhatIsPosted)
     ExpectAlarms(alarms);
 }
 
-INSTANTIATE_TEST_SUITE_P(Seeds, PreviewOfRandomHost, ::testing::Range(1U, 57U));
+INSTANTIATE_TEST_SUITE_P(Seeds, PreviewOfRandomHost, ::testing::Range(1U, 101U));
