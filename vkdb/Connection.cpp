@@ -1,6 +1,8 @@
 // Opening a database file, and telling whether it is still the same one.
 #include "vkdb/Connection.h"
 
+#include "vkdb/NoTouchVfs.h"
+
 #include <sys/stat.h>
 #include <unistd.h>
 
@@ -73,7 +75,8 @@ CHandle open_handle(const std::string& strPath, Access access, bool bImmutable)
     const std::string strName = bImmutable ? immutable_name(strPath) : plain_name(strPath);
 
     sqlite3* pRaw = nullptr;
-    const int rc = sqlite3_open_v2(strName.c_str(), &pRaw, nFlags, nullptr);
+    const char* szVfs = access == Access::kNoTouch ? no_touch_vfs() : nullptr; // null: SQLite's own
+    const int rc = sqlite3_open_v2(strName.c_str(), &pRaw, nFlags, szVfs);
     CHandle db(pRaw); // a failed open leaves a handle, too
     if (rc != SQLITE_OK)
     {

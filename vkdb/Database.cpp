@@ -61,11 +61,10 @@ bool CDatabase::Open(const char* path, int mode)
         }
         catch (const CSqliteFailure& failure)
         {
-            if (!IsRepairable(failure))
+            if (!ConnectAfter(failure))
             {
                 return false;
             }
-            ConnectForRepair();
             m_conn->CheckUsable();
         }
     }
@@ -132,11 +131,10 @@ int CDatabase::StartQuery(int iqry, const char* szSql)
         }
         catch (const CSqliteFailure& failure)
         {
-            if (!IsRepairable(failure))
+            if (!ConnectAfter(failure)) // a writer crashed since Open
             {
                 throw;
             }
-            ConnectForRepair(); // a writer crashed since Open
             query.Start(m_conn, szSql);
         }
     }
@@ -254,15 +252,19 @@ void CDatabase::Connect()
     m_conn = std::make_shared<CConnection>(m_strTarget, m_access, m_nBusyMs);
 }
 
-void CDatabase::ConnectForRepair()
+// Connects anew when that may help after a reader's failure; false when it will not. A reader that
+// must not repair just looks again: a writer that came or went takes its files with it.
+bool CDatabase::ConnectAfter(const CSqliteFailure& failure)
 {
+    const Access had = m_conn ? m_conn->GetAccess() : Access::kReadWrite;
+    if ((had != Access::kReadOnly && had != Access::kNoTouch) || !failure.NeedsRepair())
+    {
+        return false;
+    }
+    const Access wanted = had == Access::kReadOnly ? Access::kRepair : Access::kNoTouch;
     m_conn.reset();
-    m_conn = std::make_shared<CConnection>(m_strTarget, Access::kRepair, m_nBusyMs);
-}
-
-bool CDatabase::IsRepairable(const CSqliteFailure& failure) const
-{
-    return m_conn && m_conn->GetAccess() == Access::kReadOnly && failure.NeedsRepair();
+    m_conn = std::make_shared<CConnection>(m_strTarget, wanted, m_nBusyMs);
+    return true;
 }
 
 } // namespace vkdb

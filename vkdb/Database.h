@@ -60,8 +60,7 @@ public:
 private:
     Access AccessOf(int mode) const;
     void Connect();
-    void ConnectForRepair();
-    bool IsRepairable(const CSqliteFailure& failure) const;
+    bool ConnectAfter(const CSqliteFailure& failure);
     CQuery* OpenQuery(int iqry);
     int PickIndex(int iqry) const;
     int StartQuery(int iqry, const char* szSql);
