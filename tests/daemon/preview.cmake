@@ -1,12 +1,11 @@
-add_executable(vk_preview_tests
-    Preview_test.cpp
-    PreviewOutput_test.cpp
-    support/Command.cpp
-    support/PreviewOutput.cpp)
-target_compile_definitions(vk_preview_tests PRIVATE
+add_library(vk_preview_support STATIC support/Command.cpp support/PreviewOutput.cpp)
+target_compile_definitions(vk_preview_support PRIVATE
     VK_EMULATOR="${CMAKE_CROSSCOMPILING_EMULATOR}"
     VK_VKCTL_PROGRAM="$<TARGET_FILE:vkctl>")
-target_link_libraries(vk_preview_tests PRIVATE vk_daemon_support in_box)
+target_link_libraries(vk_preview_support PUBLIC vk_daemon_support)
+
+add_executable(vk_preview_tests Preview_test.cpp PreviewOutput_test.cpp)
+target_link_libraries(vk_preview_tests PRIVATE vk_preview_support in_box)
 add_dependencies(vk_preview_tests vkAppPost vkdb vkctl)
 gtest_discover_tests(vk_preview_tests DISCOVERY_MODE PRE_TEST
     PROPERTIES TIMEOUT ${VK_TIME_LIMIT} LABELS daemon)
@@ -15,3 +14,19 @@ gtest_discover_tests(vk_preview_tests DISCOVERY_MODE PRE_TEST
 vk_unit_test(vk_preview_truth_test
     SOURCES PreviewTruth_test.cpp
     LIBS vkctl_lib vk_host_support in_box)
+
+# By system calls, of which an emulator makes its own; and measuring coverage writes files.
+if(NOT CMAKE_CROSSCOMPILING AND NOT VK_COVERAGE)
+    add_executable(vk_harmless_tests
+        Harmless_test.cpp
+        SystemCalls_test.cpp
+        support/SystemCalls.cpp)
+    target_link_libraries(vk_harmless_tests PRIVATE vk_preview_support in_box)
+    add_dependencies(vk_harmless_tests vkAppPost vkdb vkctl)
+    gtest_discover_tests(vk_harmless_tests DISCOVERY_MODE PRE_TEST
+        PROPERTIES TIMEOUT ${VK_TIME_LIMIT} LABELS daemon)
+endif()
+
+add_test(NAME Checks.CompanionHasNoTransport
+    COMMAND checks/no-transport $<TARGET_FILE:vkctl> $<TARGET_FILE:vkAppPost>
+    WORKING_DIRECTORY ${CMAKE_CURRENT_SOURCE_DIR})

@@ -1,11 +1,14 @@
 #include "tests/daemon/support/Command.h"
 
+#include <csignal>
 #include <cstdlib>
 #include <fcntl.h>
 #include <filesystem>
 #include <stdexcept>
+#include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
+#include <utility>
 
 #include "tests/daemon/support/HostDir.h"
 #include "tests/support/Emulator.h"
@@ -23,8 +26,10 @@ void redirect(int fd, const std::string& path, int flags)
     close(file);
 }
 
-[[noreturn]] void become(const std::vector<std::string>& arguments, const std::string& dir)
+[[noreturn]] void become(const std::vector<std::string>& arguments, const std::string& out,
+                         const std::string& err)
 {
+    prctl(PR_SET_PDEATHSIG, SIGKILL); // no program outlives its test
     std::vector<char*> argv;
     for (const std::string& argument : arguments)
     {
@@ -32,10 +37,26 @@ void redirect(int fd, const std::string& path, int flags)
     }
     argv.push_back(nullptr);
     redirect(STDIN_FILENO, "/dev/null", O_RDONLY);
-    redirect(STDOUT_FILENO, dir + "/out", O_WRONLY | O_CREAT);
-    redirect(STDERR_FILENO, dir + "/err", O_WRONLY | O_CREAT);
+    redirect(STDOUT_FILENO, out, O_WRONLY | O_CREAT);
+    redirect(STDERR_FILENO, err, O_WRONLY | O_CREAT);
     exec_program(argv);
     _exit(kNoExec);
+}
+
+// The child becomes the program.
+pid_t start(const std::vector<std::string>& arguments, const std::string& out,
+            const std::string& err)
+{
+    const pid_t pid = fork();
+    if (pid < 0)
+    {
+        throw std::runtime_error("no process for " + arguments.at(0));
+    }
+    if (pid == 0)
+    {
+        become(arguments, out, err);
+    }
+    return pid;
 }
 
 } // namespace
@@ -47,20 +68,12 @@ CommandResult run_command(const std::vector<std::string>& arguments)
     {
         throw std::runtime_error("no directory for a command's output");
     }
-    const pid_t pid = fork();
-    if (pid < 0)
-    {
-        throw std::runtime_error("no process for " + arguments.at(0));
-    }
-    if (pid == 0)
-    {
-        become(arguments, dir);
-    }
+    const std::string out = std::string(dir) + "/out";
+    const std::string err = std::string(dir) + "/err";
     int status = 0;
-    waitpid(pid, &status, 0);
+    waitpid(start(arguments, out, err), &status, 0);
     const int code = WIFSIGNALED(status) ? kEndedBySignal + WTERMSIG(status) : WEXITSTATUS(status);
-    CommandResult result{code, read_file(std::string(dir) + "/out"),
-                         read_file(std::string(dir) + "/err")};
+    CommandResult result{code, read_file(out), read_file(err)};
     std::error_code ignored; // the box takes what is left
     std::filesystem::remove_all(dir, ignored);
     return result;
@@ -68,6 +81,22 @@ CommandResult run_command(const std::vector<std::string>& arguments)
 
 CommandResult run_vkctl(std::vector<std::string> arguments)
 {
+    return run_command(vkctl_command(std::move(arguments)));
+}
+
+std::vector<std::string> vkctl_command(std::vector<std::string> arguments)
+{
     arguments.insert(arguments.begin(), VK_VKCTL_PROGRAM);
-    return run_command(arguments);
+    return arguments;
+}
+
+CBackground::CBackground(const std::vector<std::string>& arguments)
+    : m_pid(start(arguments, "/dev/null", "/dev/null"))
+{
+}
+
+CBackground::~CBackground()
+{
+    kill(m_pid, SIGKILL);
+    waitpid(m_pid, nullptr, 0);
 }

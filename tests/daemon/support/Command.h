@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <sys/types.h>
 #include <vector>
 
 struct CommandResult
@@ -18,3 +19,17 @@ CommandResult run_command(const std::vector<std::string>& arguments);
 
 // The companion command with these arguments.
 CommandResult run_vkctl(std::vector<std::string> arguments);
+std::vector<std::string> vkctl_command(std::vector<std::string> arguments);
+
+// A program that runs beside the test, its output thrown away. Killed when the object goes.
+class CBackground
+{
+public:
+    explicit CBackground(const std::vector<std::string>& arguments);
+    ~CBackground();
+    CBackground(const CBackground&) = delete;
+    CBackground& operator=(const CBackground&) = delete;
+
+private:
+    pid_t m_pid;
+};
