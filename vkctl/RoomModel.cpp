@@ -101,7 +101,7 @@ DeviceKind ups()
              "Fld",
              {{"Val", ColumnKind::kReal, 73, 6, 1}},
              {},
-             {"V", "A", "kW", "kVA", "%", "℃"},
+             {"V", "A", "kW", "kVA", "Hz", "℃"},
              6}};
 }
 

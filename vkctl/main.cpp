@@ -5,6 +5,7 @@
 #include <CLI/CLI.hpp>
 
 #include "vkctl/AlarmCommand.h"
+#include "vkctl/CheckCommand.h"
 #include "vkctl/CliError.h"
 #include "vkctl/PostCommand.h"
 #include "vkctl/PreviewCommand.h"
@@ -28,6 +29,7 @@ int main(int argc, char** argv)
     vkctl::add_post_command(app, exitStatus);
     vkctl::add_preview_command(app, exitStatus);
     vkctl::add_tray_command(app, exitStatus);
+    vkctl::add_check_command(app, exitStatus);
     try
     {
         app.parse(argc, argv);

@@ -1,0 +1,189 @@
+// Findings about kinds and texts of columns.
+
+#include <gmock/gmock.h>
+
+#include "CheckTest.h"
+#include "vkctl/CheckLabels.h"
+
+using namespace vkctl;
+
+namespace
+{
+
+std::vector<CheckCase> column_cases()
+{
+    return {
+        {"type-unused",
+         {"POST.xFld/9.Run=1", "POST.xFld/9.Runx=?"},
+         "vkApp.ini:N: note: the keys of type 9 have no effect now: no device and no general table "
+         "has it",
+         {"POST.xFld/60001.Value=0"}},
+        {"column-missing",
+         {"POST.xFld/257.Rnu=1", "POST.xFld/257.Rnu10=10"},
+         "vkApp.ini:N: warning: nothing reads 257.Rnu: no table with values of type 257 has a "
+         "column Rnu; did you mean Run?",
+         {"POST.xFld/257.Uin=0"}},
+        {"column-missing",
+         {"POST.xFld/60002.baud=0"},
+         "vkApp.ini:N: warning: nothing reads 60002.baud: no table with values of type 60002 has a "
+         "column baud; did you mean Baud?",
+         {"POST.xFld/60002.Baud=0"}},
+        {"column-not-posted",
+         {"POST.xFld/257.State=0"},
+         "vkApp.ini:N: warning: column State of tbUps is not posted as a value, so 257.State has "
+         "no effect: it stands outside of the columns that are",
+         {"POST.xFld/257.Uin=0"}},
+        {"column-not-posted",
+         {"POST.xFld/2049.HumRaw=0"},
+         "vkApp.ini:N: warning: column HumRaw of tbTempHum is not posted as a value, so "
+         "2049.HumRaw "
+         "has no effect: it stands outside of the columns that are",
+         {"POST.xFld/2049.HumRaw=0", "POST.Master/tbTempHum.flds=4"}},
+        {"column-not-posted",
+         {"POST.xFld/1025.Group2=0"},
+         "vkApp.ini:N: warning: column Group2 of tbExtAir is not posted as a value, so 1025.Group2 "
+         "has no effect: it stands outside of the columns that are",
+         {"POST.xFld/1025.Group1=0"}},
+    };
+}
+
+std::vector<CheckCase> key_cases()
+{
+    return {
+        {"key-unread",
+         {"POST.xFld/257.Run"},
+         "vkApp.ini:N: warning: nothing reads 257.Run0: there is no 257.Run, which tells how "
+         "column "
+         "Run is rendered",
+         {"POST.xFld/257.Run0"}},
+        {"key-unread",
+         {"POST.xFld/Run=1"},
+         "vkApp.ini:N: warning: nothing reads Run in section [POST.xFld]: keys begin with a type "
+         "and a dot, such as 257.Run",
+         {"POST.xFld/257.Load=0"}},
+        {"integer-invalid",
+         {"POST.xFld/257.Run=text"},
+         "vkApp.ini:N: warning: 257.Run \"text\" is no number: it is taken as 0, and not as the "
+         "default; write digits only",
+         {"POST.xFld/257.Run0=text"}},
+        {"kind-unknown",
+         {"POST.xFld/257.Run=5"},
+         "vkApp.ini:N: warning: 257.Run=5 is no kind: the value is posted as stored; the kinds are "
+         "0 to 4",
+         {"POST.xFld/257.Run=4"}},
+        {"key-ambiguous",
+         {"data: alter table tbUps add column Run1 integer"},
+         "vkApp.ini:N: warning: 257.Run1 is the kind of column Run1, and a text of column Run as "
+         "well; one of the columns needs another name",
+         {"data: alter table tbUps add column Run9 integer"}},
+        {"value-unescaped",
+         {"POST.xFld/257.Run1=A&B"},
+         "vkApp.ini:N: warning: the text of 257.Run1 holds \"&\": nothing is escaped, so the "
+         "receiver may split the value there or read it differently; write other characters",
+         {"POST.xFld/257.Run1=A, B"}},
+    };
+}
+
+std::vector<CheckCase> text_label_cases()
+{
+    const std::string drop = "data: update tbUps set Run=7 where SID=1001";
+    const std::string hide = "data: update tbUps set State=-1 where SID=1001";
+    return {
+        {"fallback-missing",
+         {"POST.xFld/257.Runx", drop},
+         "vkApp.ini:N: warning: there is no 257.Runx for values without a text: the value is left "
+         "out, now for 7",
+         {drop}},
+        {"fallback-missing",
+         {"POST.xFld/257.Runx", drop, hide},
+         "vkApp.ini:N: note: there is no 257.Runx for values without a text: such a value is left "
+         "out; there is none now",
+         {drop, hide}},
+        {"value-not-integer",
+         {"data: update tbUps set Run='on' where SID=1001"},
+         "vkApp.ini:N: warning: tbUps.Run holds \"on\", and kind 1 reads numbers: it is taken as 0",
+         {"data: update tbUps set Run='2' where SID=1001"}},
+        {"value-not-integer",
+         {"data: update tbUps set Tem=31.5", "POST.xFld/257.Tem=1", "POST.xFld/257.Temx=?"},
+         "vkApp.ini:N: warning: tbUps.Tem holds \"31.5\", and kind 1 reads numbers: it is taken as "
+         "31",
+         {"data: update tbUps set Tem=31", "POST.xFld/257.Tem=1", "POST.xFld/257.Temx=?"}},
+    };
+}
+
+std::vector<CheckCase> bit_label_cases()
+{
+    const std::string bit3 = "data: update tbUps set Alm=8 where SID=1001";
+    return {
+        {"bit-label-unused",
+         {"POST.xFld/257.Alm8=x"},
+         "vkApp.ini:N: warning: 257.Alm8 is never asked for: 257.Alm is of kind 2, it has 8 bits, "
+         "0 "
+         "to 7, and the whole values 00, 0F, F0 and FF",
+         {"POST.xFld/1025.Alm8=x"}},
+        {"bit-label-unused",
+         {"POST.xFld/257.Alm0f=x"},
+         "vkApp.ini:N: warning: 257.Alm0f is never asked for: 257.Alm is of kind 2, it has 8 bits, "
+         "0 to 7, and the whole values 00, 0F, F0 and FF",
+         {"POST.xFld/257.Alm0F=x"}},
+        {"bit-label-unused",
+         {"POST.xFld/1025.Alm00=x"},
+         "vkApp.ini:N: warning: 1025.Alm00 is never asked for: 1025.Alm is of kind 3, it has 16 "
+         "bits, 0 to 15",
+         {"POST.xFld/1025.Alm0=x"}},
+        {"bit-label-unused",
+         {"POST.xFld/257.Run01=x"},
+         "vkApp.ini:N: warning: 257.Run01 is never asked for: 257.Run is of kind 1, texts are "
+         "asked "
+         "for by x and by the number without leading zeros",
+         {"POST.xFld/257.Run-1=x"}},
+        {"bit-label-unused",
+         {"POST.xFld/257.Load=0", "POST.xFld/257.Load1=x"},
+         "vkApp.ini:N: warning: 257.Load1 is never asked for: 257.Load is of kind 0, its values "
+         "are "
+         "posted as stored",
+         {"POST.xFld/257.Load=1", "POST.xFld/257.Load1=x"}},
+        {"bit-label-missing",
+         {"POST.xFld/257.Alm3", bit3},
+         "vkApp.ini:N: warning: there is no 257.Alm3, and a device has such a value now: it is "
+         "posted without a text for it",
+         {"POST.xFld/257.Alm3=", bit3}},
+        {"bit-label-missing",
+         {"POST.xFld/257.Alm0F", "data: update tbUps set Alm=15 where SID=1001"},
+         "vkApp.ini:N: warning: there is no 257.Alm0F, and a device has such a value now: it is "
+         "posted without a text for it",
+         {"POST.xFld/257.Alm00", "data: update tbUps set Alm=0"}},
+    };
+}
+
+} // namespace
+
+std::vector<CheckCase> field_cases()
+{
+    return joined({column_cases(), key_cases(), text_label_cases(), bit_label_cases()});
+}
+
+TEST(CheckLabelsTest, EachKindAsksForItsOwnTexts)
+{
+    const struct
+    {
+        int kind;
+        std::vector<std::string> asked;
+        std::vector<std::string> not_asked;
+    } kKinds[] = {{0, {}, {"0", "x", "00"}},
+                  {1, {"x", "0", "-1", "2147483647"}, {"00", "01", "X", "2147483648", "FF"}},
+                  {2, {"0", "7", "00", "0F", "F0", "FF"}, {"8", "-1", "x", "0f", "01"}},
+                  {3, {"0", "15"}, {"16", "00", "FF", "x"}},
+                  {4, {"0", "23"}, {"24", "0F"}}};
+    for (const auto& one : kKinds)
+    {
+        for (const std::string& suffix : one.asked)
+        {
+            EXPECT_TRUE(is_asked_for(one.kind, suffix)) << one.kind << " " << suffix;
+        }
+        for (const std::string& suffix : one.not_asked)
+        {
+            EXPECT_FALSE(is_asked_for(one.kind, suffix)) << one.kind << " " << suffix;
+        }
+    }
+}

@@ -1,0 +1,108 @@
+#include "vkctl/Check.h"
+
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+
+#include "app/AppInternal.h"
+#include "vkctl/CheckBodies.h"
+#include "vkctl/CheckCatalogue.h"
+#include "vkctl/CheckCertificate.h"
+#include "vkctl/CheckDetails.h"
+#include "vkctl/CheckDevices.h"
+#include "vkctl/CheckExtensions.h"
+#include "vkctl/CheckFields.h"
+#include "vkctl/CheckIni.h"
+#include "vkctl/CheckServers.h"
+#include "vkctl/CheckSettings.h"
+#include "vkctl/CheckTables.h"
+#include "vkctl/CheckUrls.h"
+#include "vkctl/CliError.h"
+
+namespace vkctl
+{
+
+namespace
+{
+
+void enter(const std::string& directory)
+{
+    if (chdir(directory.c_str()) != 0)
+    {
+        throw CCliError("cannot enter " + directory + ": " + std::strerror(errno) +
+                            "\nname the directory that vkApp.ini stands in",
+                        kExitFile);
+    }
+}
+
+void unreadable(const char* path, const std::string& problem, CFindings& findings)
+{
+    findings.Error({path, 0}, "database-unreadable", "cannot be read: " + problem);
+}
+
+// All that the data database is asked for itself; closed again afterwards. False: unreadable.
+bool check_data(const CIniFile& ini, CFindings& findings)
+try
+{
+    CCheckDatabase db(kDataDb);
+    const CCatalogue catalogue(db, ini);
+    check_tables(db, catalogue, ini, findings);
+    check_devices(db, catalogue, findings);
+    check_details(catalogue, ini, findings);
+    check_generals(catalogue, ini, findings);
+    check_masters(catalogue, ini, findings);
+    check_extensions(db, catalogue, ini, findings);
+    check_fields(db, catalogue, ini, findings);
+    return true;
+}
+catch (const CCheckProblem& problem)
+{
+    unreadable(kDataDb, problem.what(), findings);
+    return false;
+}
+
+// hasAlarms: the daemon could read its alarms.
+bool check_alarms(const CIniFile& ini, bool& hasAlarms, CFindings& findings)
+try
+{
+    CCheckDatabase db(kAlarmDb);
+    hasAlarms = check_alarm_table(db, ini, findings);
+    return true;
+}
+catch (const CCheckProblem& problem)
+{
+    unreadable(kAlarmDb, problem.what(), findings);
+    return false;
+}
+
+} // namespace
+
+bool check_host(const CheckOptions& options, CFindings& findings)
+{
+    enter(options.directory);
+    const CIniFile ini(kConfigFile);
+    check_ini_text(ini, findings);
+    if (!ini.IsReadable())
+    {
+        return false;
+    }
+    check_settings(ini, findings);
+    check_urls(ini, findings);
+    check_ca(ini, findings);
+
+    bool hasAlarms = false;
+    const bool data = check_data(ini, findings);
+    const bool alarms = check_alarms(ini, hasAlarms, findings);
+    if (data)
+    {
+        check_bodies(ini, hasAlarms, options.progress, findings);
+    }
+    if (!options.offline)
+    {
+        check_servers(ini, findings);
+    }
+    return data && alarms;
+}
+
+} // namespace vkctl

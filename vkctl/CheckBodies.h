@@ -1,0 +1,59 @@
+// The bodies that the daemon would post now: what does not fit, what a receiver will misread, what
+// the encoding cannot say.
+//
+// body-full, value-unescaped, character-lost, text-not-utf8, name-twice. One finding for a column,
+// not for a row. Owns what it has seen; bodies and log lines come in the daemon's order.
+#pragma once
+
+#include <map>
+#include <set>
+#include <string>
+#include <vector>
+
+#include "vkctl/CheckIni.h"
+#include "vkctl/Finding.h"
+#include "vkctl/Preview.h"
+
+namespace vkctl
+{
+
+class CBodyCheck
+{
+public:
+    void Log(const std::string& line); // of the body that comes next
+    void Body(const PreviewBody& body);
+    void Report(const CIniFile& ini, CFindings& findings) const;
+
+private:
+    // What was seen first, and how often.
+    struct Example
+    {
+        std::string file; // the database
+        int sid = 0;
+        std::string text;
+        std::string what;
+        std::size_t count = 0;
+    };
+    using Examples = std::map<std::string, Example>; // by "table.column", or by table
+
+    static void Count(Examples& examples, const std::string& key, const PreviewBody& body,
+                      const std::string& text, const std::string& what);
+    void CheckFull(const PreviewBody& body);
+    void CheckForm(const PreviewBody& body);
+    void CheckNames(const PreviewBody& body);
+    void CheckEncoding(const PreviewBody& body);
+
+    std::vector<std::string> m_vLeftOut; // log lines that wait for their body
+    Examples m_full;
+    Examples m_unescaped;
+    Examples m_names;
+    Examples m_lost;
+    Examples m_notUtf8;
+    Examples m_ownLost; // by character: from vkApp.ini, or the daemon's own words
+};
+
+// Makes all bodies and checks them. The preview opens the databases: nobody else may have them
+// open. progress: counted on standard error. Throws CCliError as the preview does.
+void check_bodies(const CIniFile& ini, bool alarms, bool progress, CFindings& findings);
+
+} // namespace vkctl

@@ -1,0 +1,151 @@
+#include "vkctl/CheckCatalogue.h"
+
+#include <strings.h>
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace vkctl
+{
+
+namespace
+{
+
+bool is_hidden(const std::string& name)
+{
+    return strncasecmp(name.c_str(), "tbSM", 4) == 0;
+}
+
+TableRole role_of(const CIniFile& ini, const std::string& name, bool view)
+{
+    if (view)
+    {
+        return TableRole::kView;
+    }
+    if (is_hidden(name))
+    {
+        return TableRole::kHidden;
+    }
+    if (ini.Int("POST.Detail", name) >= 1)
+    {
+        return TableRole::kDetail;
+    }
+    return ini.Int("POST.General", name) >= 1 ? TableRole::kGeneral : TableRole::kDevice;
+}
+
+// A view may be broken: it has no columns then.
+std::vector<std::string> columns_of(CCheckDatabase& db, const std::string& name)
+{
+    try
+    {
+        return db.Names("select * from " + quoted(name) + " limit 0");
+    }
+    catch (const CCheckProblem&)
+    {
+        return {};
+    }
+}
+
+} // namespace
+
+int HostTable::Find(const std::string& column) const
+{
+    const auto found = std::find_if(columns.begin(), columns.end(),
+                                    [&](const std::string& one)
+                                    { return strcasecmp(one.c_str(), column.c_str()) == 0; });
+    return found != columns.end() ? static_cast<int>(found - columns.begin()) : -1;
+}
+
+std::vector<std::string> HostTable::Lacks(const std::vector<std::string>& wanted) const
+{
+    std::vector<std::string> lacking;
+    std::copy_if(wanted.begin(), wanted.end(), std::back_inserter(lacking),
+                 [&](const std::string& column) { return !Has(column); });
+    return lacking;
+}
+
+CCatalogue::CCatalogue(CCheckDatabase& db, const CIniFile& ini)
+{
+    for (const auto& row : db.Rows("select name,type='view' from sqlite_master"
+                                   " where type in ('table','view')"))
+    {
+        m_vTables.push_back({row[0], role_of(ini, row[0], row[1] == "1"), columns_of(db, row[0])});
+    }
+    for (const HostTable& table : m_vTables)
+    {
+        if (table.role == TableRole::kDevice && table.Has("SID") && table.Has("Type"))
+        {
+            ReadTypes(db, table);
+        }
+    }
+}
+
+void CCatalogue::ReadTypes(CCheckDatabase& db, const HostTable& table)
+{
+    const std::string sql =
+        "select distinct coalesce(cast(Type as integer),0) from " + quoted(table.name);
+    for (const std::string& type : db.Column(sql))
+    {
+        m_types[std::atoi(type.c_str())].push_back(table.name);
+    }
+}
+
+const HostTable* CCatalogue::Find(const std::string& name) const
+{
+    const auto found = std::find_if(m_vTables.begin(), m_vTables.end(),
+                                    [&](const HostTable& table) { return table.name == name; });
+    return found != m_vTables.end() ? &*found : nullptr;
+}
+
+const HostTable* CCatalogue::FindAnyCase(const std::string& name) const
+{
+    const auto found = std::find_if(m_vTables.begin(), m_vTables.end(),
+                                    [&](const HostTable& table)
+                                    { return strcasecmp(table.name.c_str(), name.c_str()) == 0; });
+    return found != m_vTables.end() ? &*found : nullptr;
+}
+
+std::vector<const HostTable*> CCatalogue::Of(TableRole role) const
+{
+    std::vector<const HostTable*> tables;
+    for (const HostTable& table : m_vTables)
+    {
+        if (table.role == role)
+        {
+            tables.push_back(&table);
+        }
+    }
+    return tables;
+}
+
+std::vector<std::string> CCatalogue::Names() const
+{
+    std::vector<std::string> names;
+    std::transform(m_vTables.begin(), m_vTables.end(), std::back_inserter(names),
+                   [](const HostTable& table) { return table.name; });
+    return names;
+}
+
+std::vector<int> CCatalogue::Types() const
+{
+    std::vector<int> types;
+    std::transform(m_types.begin(), m_types.end(), std::back_inserter(types),
+                   [](const auto& entry) { return entry.first; });
+    return types;
+}
+
+std::vector<const HostTable*> CCatalogue::OfType(int type) const
+{
+    std::vector<const HostTable*> tables;
+    const auto found = m_types.find(type);
+    if (found != m_types.end())
+    {
+        for (const std::string& name : found->second)
+        {
+            tables.push_back(Find(name));
+        }
+    }
+    return tables;
+}
+
+} // namespace vkctl

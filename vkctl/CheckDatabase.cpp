@@ -1,0 +1,117 @@
+#include "vkctl/CheckDatabase.h"
+
+#include "vkdb/Manager.h"
+
+namespace vkctl
+{
+
+namespace
+{
+
+constexpr char kBusy[] = "locked by another process for too long; try again";
+
+} // namespace
+
+CCheckDatabase::CCheckDatabase(const std::string& path)
+try : m_strPath(path), m_db(path, vkdb::kBusyWaitMs, vkdb::CDatabase::Policy::kNoTouch)
+{
+    if (!m_db.Open(nullptr, 0))
+    {
+        m_db.QryFree(Start("select 1 from sqlite_master")); // throws the reason
+        throw CCheckProblem(kBusy);
+    }
+}
+catch (const vkdb::CSqliteFailure& failure)
+{
+    throw CCheckProblem(failure.Exception().errorMessage());
+}
+
+int CCheckDatabase::Start(const std::string& sql)
+try
+{
+    const int query = m_db.QryExec(sql.c_str(), -1);
+    if (query < 0)
+    {
+        throw CCheckProblem(kBusy);
+    }
+    return query;
+}
+catch (const CppSQLite3Exception& e)
+{
+    throw CCheckProblem(e.errorMessage());
+}
+
+std::vector<CCheckDatabase::Row> CCheckDatabase::Rows(const std::string& sql)
+try
+{
+    const int query = Start(sql);
+    std::vector<Row> rows;
+    for (; !m_db.QryEof(query); m_db.QryNext(query))
+    {
+        Row row;
+        for (int i = 0; i < m_db.QryFldCount(query); ++i)
+        {
+            row.emplace_back(m_db.QryGetStrAt(query, i));
+        }
+        rows.push_back(std::move(row));
+    }
+    m_db.QryFree(query);
+    return rows;
+}
+catch (const CppSQLite3Exception& e)
+{
+    throw CCheckProblem(e.errorMessage());
+}
+
+std::vector<std::string> CCheckDatabase::Column(const std::string& sql)
+{
+    std::vector<std::string> column;
+    for (Row& row : Rows(sql))
+    {
+        column.push_back(std::move(row.at(0)));
+    }
+    return column;
+}
+
+std::vector<std::string> CCheckDatabase::Names(const std::string& sql)
+{
+    const int query = Start(sql);
+    std::vector<std::string> names;
+    for (int i = 0; i < m_db.QryFldCount(query); ++i)
+    {
+        names.emplace_back(m_db.QryFldName(query, i));
+    }
+    m_db.QryFree(query);
+    return names;
+}
+
+std::string CCheckDatabase::Value(const std::string& sql)
+{
+    const std::vector<Row> rows = Rows(sql);
+    return rows.empty() ? "" : rows[0].at(0);
+}
+
+std::string CCheckDatabase::Problem(const std::string& sql)
+{
+    try
+    {
+        m_db.QryFree(Start(sql));
+        return "";
+    }
+    catch (const CCheckProblem& problem)
+    {
+        return problem.what();
+    }
+}
+
+std::string quoted(const std::string& name)
+{
+    std::string text = "\"";
+    for (const char c : name)
+    {
+        text += c == '"' ? "\"\"" : std::string(1, c);
+    }
+    return text + "\"";
+}
+
+} // namespace vkctl

@@ -1,0 +1,197 @@
+#include "vkctl/CheckDevices.h"
+
+#include <cstdlib>
+#include <map>
+#include <set>
+
+#include "app/AppInternal.h"
+#include "vkctl/CheckNames.h"
+
+namespace vkctl
+{
+
+namespace
+{
+
+constexpr int kFirstGeneralSid = 900;
+constexpr std::size_t kSidsShown = 3;
+
+// SIDs for a message: the first few, and how many there are.
+class CSidSample
+{
+public:
+    void Add(int sid)
+    {
+        ++m_nTotal;
+        if (m_vFirst.size() < kSidsShown)
+        {
+            m_vFirst.push_back(std::to_string(sid));
+        }
+    }
+    bool Empty() const { return m_nTotal == 0; }
+    std::string Text() const
+    {
+        return (m_nTotal == 1 ? "SID " : "SIDs ") + shortened_list(m_vFirst, m_nTotal);
+    }
+    // The verb that goes with it.
+    const char* Verb(const char* one, const char* many) const { return m_nTotal == 1 ? one : many; }
+
+private:
+    std::vector<std::string> m_vFirst;
+    std::size_t m_nTotal = 0;
+};
+
+struct KnownDevice
+{
+    int sid;
+    bool posted; // its State is not negative
+};
+
+std::vector<KnownDevice> devices_of(CCheckDatabase& db, const HostTable& table)
+{
+    const std::string state = table.Has("State") ? "coalesce(cast(State as integer),0)" : "0";
+    std::vector<KnownDevice> devices;
+    for (const auto& row : db.Rows("select coalesce(cast(SID as integer),0)," + state +
+                                   ">=0 from " + quoted(table.name)))
+    {
+        devices.push_back({std::atoi(row[0].c_str()), row[1] == "1"});
+    }
+    return devices;
+}
+
+std::map<int, std::string> names_of(CCheckDatabase& db)
+{
+    std::map<int, std::string> names;
+    for (const auto& row : db.Rows("select SID,Name from tbSM"))
+    {
+        names[std::atoi(row[0].c_str())] = row[1];
+    }
+    return names;
+}
+
+// Which table has each SID, for those that several have, and what is wrong with it.
+class CSidCheck
+{
+public:
+    CSidCheck(std::map<int, std::string> names, std::size_t generals, CFindings& findings)
+        : m_names(std::move(names)), m_nGenerals(static_cast<int>(generals)), m_findings(findings)
+    {
+    }
+
+    void Table(CCheckDatabase& db, const HostTable& table)
+    {
+        CSidSample unnamed;
+        CSidSample doubled;
+        CSidSample taken;
+        std::map<std::string, CSidSample> elsewhere;
+        for (const KnownDevice& device : devices_of(db, table))
+        {
+            const auto [found, added] = m_tables.insert({device.sid, table.name});
+            if (!added)
+            {
+                (found->second == table.name ? doubled : elsewhere[found->second]).Add(device.sid);
+                found->second = table.name;
+            }
+            const auto name = m_names.find(device.sid);
+            if (device.posted && (name == m_names.end() || name->second.empty()))
+            {
+                unnamed.Add(device.sid);
+            }
+            if (device.posted && IsTaken(device.sid))
+            {
+                taken.Add(device.sid);
+            }
+        }
+        Report(table.name, unnamed, doubled, taken);
+        for (const auto& [earlier, sample] : elsewhere)
+        {
+            Warn("sid-twice", sample.Text() + " of " + earlier + sample.Verb(" stands", " stand") +
+                                  " in " + table.name + " too, and is posted from there only");
+        }
+    }
+
+private:
+    bool IsTaken(int sid) const
+    {
+        return sid == 0 || (sid >= kFirstGeneralSid && sid < kFirstGeneralSid + m_nGenerals);
+    }
+
+    void Warn(const char* id, const std::string& message)
+    {
+        m_findings.Warning({kDataDb, 0}, id, message);
+    }
+
+    void Report(const std::string& table, const CSidSample& unnamed, const CSidSample& doubled,
+                const CSidSample& taken)
+    {
+        if (!unnamed.Empty())
+        {
+            Warn("device-unnamed", unnamed.Text() + " of " + table + unnamed.Verb(" has", " have") +
+                                       " no name in tbSM: sname is posted empty");
+        }
+        if (!doubled.Empty())
+        {
+            Warn("sid-twice", doubled.Text() + doubled.Verb(" stands", " stand") +
+                                  " in several rows of " + table + ": only the first is posted");
+        }
+        if (!taken.Empty())
+        {
+            Warn("sid-taken", taken.Text() + " of " + table + taken.Verb(" is", " are") +
+                                  " posted for something else as well: 0 is the host's own status, "
+                                  "from 900 up are the general tables; choose another SID");
+        }
+    }
+
+    const std::map<int, std::string> m_names;
+    std::map<int, std::string> m_tables;
+    const int m_nGenerals;
+    CFindings& m_findings;
+};
+
+// Rows that the daemon reads by a SID that should be theirs alone.
+void check_rows_twice(CCheckDatabase& db, const std::string& from, const std::string& effect,
+                      CFindings& findings)
+{
+    CSidSample sample;
+    for (const std::string& sid :
+         db.Column("select SID from " + from + " group by SID having count(*)>1 order by SID"))
+    {
+        sample.Add(std::atoi(sid.c_str()));
+    }
+    if (!sample.Empty())
+    {
+        findings.Warning({kDataDb, 0}, "sid-twice",
+                         sample.Text() + sample.Verb(" stands", " stand") + " in several rows of " +
+                             effect);
+    }
+}
+
+} // namespace
+
+void check_devices(CCheckDatabase& db, const CCatalogue& catalogue, CFindings& findings)
+{
+    const HostTable* names = catalogue.FindAnyCase("tbSM");
+    if (names == nullptr || !names->Lacks({"SID", "Name"}).empty())
+    {
+        return; // told already
+    }
+    CSidCheck check(names_of(db), catalogue.Of(TableRole::kGeneral).size(), findings);
+    for (const HostTable* table : catalogue.Of(TableRole::kDevice))
+    {
+        if (table->Has("SID"))
+        {
+            check.Table(db, *table);
+        }
+    }
+    check_rows_twice(db, "tbSM",
+                     "tbSM: the name is that of the last, place and tag are those of the first",
+                     findings);
+    const HostTable* inputs = catalogue.FindAnyCase("tbSubSysDetail");
+    if (inputs != nullptr && inputs->Lacks({"SID", "SIDD"}).empty())
+    {
+        check_rows_twice(db, "tbSubSysDetail where SID<>SIDD",
+                         "tbSubSysDetail: the first of them is posted each time", findings);
+    }
+}
+
+} // namespace vkctl
