@@ -198,6 +198,7 @@ void add_preview_command(CLI::App& app, int& exitStatus)
     command->add_option("--table", arguments->table, "Only bodies with rows of that table");
     CLI::Option* kind =
         command->add_option("--kind", arguments->kinds, "Only that kind; may be repeated")
+            ->allow_extra_args(false)
             ->check(CLI::IsMember(kKinds));
     command->add_flag("--alarms", arguments->alarms, "The alarms that wait, instead of a sweep")
         ->excludes(kind);

@@ -13,23 +13,46 @@
 #include "vkctl/RoomCommand.h"
 #include "vkctl/TrayCommand.h"
 
+namespace
+{
+
+constexpr char kFooter[] = R"(
+A first try, without any equipment:
+  vkctl room demo                    a host directory with a sample room
+  vkctl receive                      a server that shows what arrives
+  cd demo && vkAppPost               the daemon; with root's rights, see README
+
+On a host:
+  vkctl check /var/lib/vkapppost     what will surprise, with file and line
+  vkctl preview /var/lib/vkapppost --sid 1001 --explain
+                                     what device 1001 becomes, and why
+  vkctl post 1001                    have the daemon post it now
+
+'vkctl SUBCOMMAND --help' shows options and examples. Results go to standard
+output, notes and errors to standard error. NO_COLOR is respected.
+
+Exit status: 0 done, 1 could not be done, 64 command line not understood,
+74 a file or database cannot be read, 78 the host's configuration is wrong.
+)";
+
+} // namespace
+
 // NOLINTNEXTLINE(bugprone-exception-escape): only what writing a message could throw is left
 int main(int argc, char** argv)
 {
     int exitStatus = 0;
-    CLI::App app("Companion of vkAppPost: try it, see what it sends, without any equipment.",
-                 "vkctl");
+    CLI::App app(
+        "Companion of vkAppPost: try it without any equipment, see what it sends before it does.",
+        "vkctl");
     app.require_subcommand(1);
-    app.footer("\n'vkctl SUBCOMMAND --help' shows options and examples.\n"
-               "Exit status: 0 done, 1 could not be done, 64 command line not understood,\n"
-               "74 a file or database cannot be read, 78 the host's configuration is wrong.");
+    app.footer(kFooter);
     vkctl::add_room_command(app, exitStatus);
     vkctl::add_receive_command(app, exitStatus);
+    vkctl::add_check_command(app, exitStatus);
+    vkctl::add_preview_command(app, exitStatus);
     vkctl::add_alarm_command(app, exitStatus);
     vkctl::add_post_command(app, exitStatus);
-    vkctl::add_preview_command(app, exitStatus);
     vkctl::add_tray_command(app, exitStatus);
-    vkctl::add_check_command(app, exitStatus);
     try
     {
         app.parse(argc, argv);
