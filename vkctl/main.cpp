@@ -20,7 +20,8 @@ constexpr char kFooter[] = R"(
 A first try, without any equipment:
   vkctl room demo                    a host directory with a sample room
   vkctl receive                      a server that shows what arrives
-  cd demo && vkAppPost               the daemon; with root's rights, see README
+  cd demo; ln -s /usr/lib/*/vkdb/libvkdb.so; vkAppPost
+                                     the daemon, as root, in the room's folder
 
 On a host:
   vkctl check /var/lib/vkapppost     what will surprise, with file and line
