@@ -92,16 +92,31 @@ std::string heading(const PreviewBody& body)
     return text + (body.urls.empty() ? " -> nowhere" : "");
 }
 
+// A text on one line, with nothing in it that moves a terminal's cursor: control characters as
+// "\x0a".
+std::string printable(const std::string& text)
+{
+    std::string shown;
+    for (const char c : text)
+    {
+        const auto byte = static_cast<unsigned char>(c);
+        const bool isControl = byte < 0x20 || byte == 0x7F;
+        shown +=
+            isControl ? format_text("\\x%02x", static_cast<unsigned>(byte)) : std::string(1, c);
+    }
+    return shown;
+}
+
 void show_explanation(const PreviewBody& body, const CAppPost& poster)
 {
     for (const Explanation& line : explain(body, poster))
     {
-        const std::string pairs = line.pairs.empty() ? "(left out)" : line.pairs;
+        const std::string pairs = line.pairs.empty() ? "(left out)" : printable(line.pairs);
         const std::size_t width = display_width(pairs);
         std::cout << "  " << pairs
                   << (width < kPairColumns ? std::string(kPairColumns - width, ' ')
                                            : "\n" + std::string(kPairColumns + 2, ' '))
-                  << line.source << "\n";
+                  << printable(line.source) << "\n";
     }
 }
 
@@ -112,7 +127,8 @@ void show_encoding(const PreviewBody& body)
               << hex_dump(encoded.bytes);
     if (!encoded.lost.empty())
     {
-        std::cout << "  cut before: " << encoded.lost.substr(0, encoded.lost.find('&')) << "\n";
+        std::cout << "  cut before: " << printable(encoded.lost.substr(0, encoded.lost.find('&')))
+                  << "\n";
     }
 }
 

@@ -71,6 +71,12 @@ int CPreviewDatabase::QryExec(const char* sql, int iqry)
     return query;
 }
 
+void CPreviewDatabase::QryNext(int iqry)
+{
+    m_db.QryNext(iqry);
+    CPreviewRecorder::Get().NextRow();
+}
+
 void CPreviewDatabase::Note(int iqry, int column)
 {
     if (!CPreviewRecorder::Get().IsRecording() || column < 0 || column >= m_db.QryFldCount(iqry))

@@ -26,7 +26,7 @@ public:
     int Exec(const char* sql) override { return m_db.Exec(sql); }
     int QryExec(const char* sql, int iqry) override;
     bool QryEof(int iqry) override { return m_db.QryEof(iqry); }
-    void QryNext(int iqry) override { m_db.QryNext(iqry); }
+    void QryNext(int iqry) override;
     void QryFree(int iqry) override { m_db.QryFree(iqry); }
     int QryFldCount(int iqry) override { return m_db.QryFldCount(iqry); }
     const char* QryFldName(int iqry, int iFld) override { return m_db.QryFldName(iqry, iFld); }

@@ -1,6 +1,10 @@
 #include "vkctl/PreviewExplain.h"
 
 #include <algorithm>
+#include <set>
+
+#include "vkctl/PreviewHead.h"
+#include "vkctl/PreviewSource.h"
 
 namespace vkctl
 {
@@ -9,242 +13,6 @@ namespace
 {
 
 constexpr char kFieldSection[] = "POST.xFld";
-
-std::string line_of(const SimpleIni& ini, const std::string& section, const std::string& key)
-{
-    const int line = ini.GetLine(section, key);
-    return line > 0 ? std::string(" (") + kConfigFile + ":" + std::to_string(line) + ")"
-                    : " (default)";
-}
-
-std::string setting(const SimpleIni& ini, const std::string& section, const std::string& key)
-{
-    return key + line_of(ini, section, key);
-}
-
-std::string cell_text(const PreviewCell& cell)
-{
-    return cell.table + "." + cell.column + " = " + (cell.value.empty() ? "(empty)" : cell.value);
-}
-
-// All cells that a body's head was made of.
-std::vector<PreviewCell> head_cells(const PreviewBody& body)
-{
-    std::vector<PreviewCell> cells;
-    for (const PreviewPart& part : body.parts)
-    {
-        if (part.part == BodyPart::kHead)
-        {
-            cells.insert(cells.end(), part.cells.begin(), part.cells.end());
-        }
-    }
-    return cells;
-}
-
-const PreviewCell* find_cell(const std::vector<PreviewCell>& cells, const std::string& column)
-{
-    const auto found = std::find_if(cells.rbegin(), cells.rend(),
-                                    [&](const PreviewCell& cell) { return cell.column == column; });
-    return found != cells.rend() ? &*found : nullptr;
-}
-
-std::string from_cell(const std::vector<PreviewCell>& cells, const std::string& column)
-{
-    const PreviewCell* cell = find_cell(cells, column);
-    return cell != nullptr ? cell_text(*cell) : "no column " + column;
-}
-
-std::string without_separator(const std::string& text)
-{
-    return !text.empty() && text[0] == '&' ? text.substr(1) : text;
-}
-
-// --- Heads ---------------------------------------------------------------------------------------
-
-// Where the eight values of Fmt0 come from.
-class CHeadSources
-{
-public:
-    CHeadSources(const PreviewBody& body, const SimpleIni& ini)
-        : m_body(body), m_ini(ini), m_cells(head_cells(body))
-    {
-    }
-
-    std::string Of(size_t value) const
-    {
-        switch (value)
-        {
-        case 0:
-            return setting(m_ini, "POST", "Dept");
-        case 1:
-            return Sid();
-        case 2:
-            return Type();
-        case 3:
-            return Tag();
-        case 4:
-            return Name();
-        case 5:
-            return SubSystem();
-        case 6:
-            return Time();
-        default:
-            return State();
-        }
-    }
-
-private:
-    bool IsMadeUp() const { return m_body.kind == BodyKind::kGeneral || IsHost(); }
-    bool IsHost() const { return m_body.kind == BodyKind::kHost; }
-
-    std::string Sid() const
-    {
-        if (IsMadeUp())
-        {
-            return IsHost() ? "the host" : "900 and the table's place among the general ones";
-        }
-        return from_cell(m_cells, "SID");
-    }
-
-    std::string Type() const
-    {
-        if (IsMadeUp())
-        {
-            return IsHost() ? "the host" : setting(m_ini, "POST.General", m_body.table);
-        }
-        return from_cell(m_cells, "Type");
-    }
-
-    std::string Tag() const
-    {
-        if (m_body.kind == BodyKind::kOutput)
-        {
-            return "number of the output";
-        }
-        return IsMadeUp() || m_body.kind == BodyKind::kAlarm ? "always 0"
-                                                             : from_cell(m_cells, "Tag1");
-    }
-
-    std::string Name() const
-    {
-        switch (m_body.kind)
-        {
-        case BodyKind::kGeneral:
-            return setting(m_ini, "POST.General", m_body.table + ".Name");
-        case BodyKind::kHost:
-            return setting(m_ini, "POST", "DeptName");
-        case BodyKind::kOutput:
-            return "DO and the number of the output";
-        case BodyKind::kAlarm:
-            return "tbSM.Name of SID " + std::to_string(m_body.sid);
-        default:
-            return from_cell(m_cells, "Name");
-        }
-    }
-
-    std::string SubSystem() const
-    {
-        if (m_body.kind == BodyKind::kAlarm)
-        {
-            return "class of the alarm, bits 8 to 15 of " + from_cell(m_cells, "Type") +
-                   "; class 9 by " + from_cell(m_cells, "AlmBrief");
-        }
-        return IsMadeUp() || m_body.kind == BodyKind::kOutput ? "always 0"
-                                                              : from_cell(m_cells, "ASubSys");
-    }
-
-    std::string Time() const
-    {
-        switch (m_body.kind)
-        {
-        case BodyKind::kDevice:
-        case BodyKind::kOutput:
-            return from_cell(m_cells, "DateUpd");
-        case BodyKind::kInput:
-        case BodyKind::kAlarm:
-            return from_cell(m_cells, "LastUpd");
-        default:
-            return "time of reading";
-        }
-    }
-
-    std::string State() const
-    {
-        if (IsMadeUp())
-        {
-            return setting(m_ini, "POST", "State0");
-        }
-        if (m_body.kind == BodyKind::kAlarm)
-        {
-            const PreviewCell* cell = find_cell(m_cells, "Alm");
-            const bool cleared = cell != nullptr && (cell->number & 4) != 0;
-            return from_cell(m_cells, "Alm") +
-                   (cleared ? ", bit 4: cleared: " : ", without bit 4: active: ") +
-                   setting(m_ini, "POST", cleared ? "State3" : "State1");
-        }
-        return FromStateCell(m_body.kind == BodyKind::kOutput ? OutputColumn() : "State");
-    }
-
-    std::string FromStateCell(const std::string& column) const
-    {
-        const PreviewCell* cell = find_cell(m_cells, column);
-        const int state = cell != nullptr ? cell->number : 0;
-        const std::string key = "State" + std::to_string(state >= 1 && state <= 3 ? state : 0);
-        return from_cell(m_cells, column) + ": " + setting(m_ini, "POST", key);
-    }
-
-    // The column that was read first of all is the output's own.
-    std::string OutputColumn() const { return m_cells.empty() ? "" : m_cells.front().column; }
-
-    const PreviewBody& m_body;
-    const SimpleIni& m_ini;
-    std::vector<PreviewCell> m_cells;
-};
-
-// How many values of Fmt0 each of its groups takes.
-std::vector<size_t> values_by_group(const std::string& format)
-{
-    std::vector<size_t> counts;
-    for (size_t at = 0; at < format.size(); ++at)
-    {
-        if (counts.empty() || (format[at] == '&' && at > 0))
-        {
-            counts.push_back(0);
-        }
-        if (format[at] == '%')
-        {
-            ++at;
-            counts.back() += format[at] == '%' ? 0U : 1U;
-        }
-    }
-    return counts;
-}
-
-std::vector<Explanation> explain_head(const PreviewBody& body, const CAppPost& poster)
-{
-    const CHeadSources sources(body, poster.m_ini);
-    const std::vector<size_t> counts = values_by_group(poster.m_strFmt0);
-    std::vector<Explanation> result;
-    size_t value = 0;
-    for (const PreviewPart& part : body.parts)
-    {
-        if (part.part != BodyPart::kHead)
-        {
-            continue;
-        }
-        Explanation group{without_separator(part.text), ""};
-        const size_t count = result.size() < counts.size() ? counts[result.size()] : 0;
-        for (size_t end = value + count; value < end; ++value)
-        {
-            group.source += (group.source.empty() ? "" : "; ") + sources.Of(value);
-        }
-        group.source += group.source.empty() ? setting(poster.m_ini, "POST", "Fmt0") : "";
-        result.push_back(std::move(group));
-    }
-    return result;
-}
-
-// --- Columns -------------------------------------------------------------------------------------
 
 bool is_whole_byte(int value)
 {
@@ -265,13 +33,71 @@ std::string column_source(const SimpleIni& ini, int type, const PreviewCell& cel
     {
         return source + ", as stored";
     }
+    const std::string number = std::to_string(cell.number);
+    source += cell.value == number ? "" : ", read as " + number;
     source += ", kind " + std::to_string(kind) + line_of(ini, kFieldSection, key);
-    for (const std::string& text : text_keys(ini, type, cell.column, cell.number))
+    const std::vector<std::string> texts = text_keys(ini, type, cell.column, cell.number);
+    source += texts.empty() ? ", no bit is set" : "";
+    for (const std::string& text : texts)
     {
         const int line = ini.GetLine(kFieldSection, text);
         source += line > 0 ? ", " + setting(ini, kFieldSection, text) : ", no text " + text;
     }
     return source;
+}
+
+// What a column would be posted as; empty when it is not.
+std::string rendered(const SimpleIni& ini, int type, const PreviewCell& cell)
+{
+    const int kind = ini.GetValue<int>(kFieldSection, field_key(type, cell.column), 0);
+    if (kind < 1 || kind > 4)
+    {
+        return cell.value;
+    }
+    std::string value;
+    for (const std::string& key : text_keys(ini, type, cell.column, cell.number))
+    {
+        value += (value.empty() ? "" : " ") + ini.GetValue(kFieldSection, key, "");
+    }
+    return value;
+}
+
+// --- Detail rows ---------------------------------------------------------------------------------
+
+struct DetailMode
+{
+    int mode;
+    std::vector<const char*> columns; // that it reads; the one that decides comes first
+};
+
+const DetailMode* find_mode(int mode)
+{
+    static const std::vector<DetailMode> kModes = {
+        {100, {"Addr", "State", "Vol", "Reg", "Tem"}},
+        {101, {"Fld", "State", "V", "T"}},
+        {102, {"Fld", "Vol", "Tem", "bSt"}},
+        {103, {"Fld", "dat0"}},
+        {200, {"ValStr", "Fld", "Val"}},
+        {201, {"Val", "Fld"}},
+        {202, {"Val", "Fld"}},
+    };
+    const auto found = std::find_if(kModes.begin(), kModes.end(),
+                                    [&](const DetailMode& known) { return known.mode == mode; });
+    return found != kModes.end() ? &*found : nullptr;
+}
+
+// Why a row that was read has become nothing.
+std::string left_out_row(const DetailMode& mode, const std::vector<PreviewCell>& cells)
+{
+    const PreviewCell* decisive = find_cell(cells, mode.columns.front());
+    if (mode.mode >= 200 && decisive != nullptr && decisive->value.empty())
+    {
+        return std::string(", no ") + mode.columns.front();
+    }
+    const bool isComplete =
+        std::all_of(mode.columns.begin(), mode.columns.end(),
+                    [&](const char* column) { return find_cell(cells, column) != nullptr; });
+    return isComplete ? kNoRoom : ", a column of that mode is missing";
 }
 
 // A row of a detail table: every cell once, in the order of their names, since they are read in
@@ -282,22 +108,24 @@ std::string detail_source(const SimpleIni& ini, const PreviewPart& part)
     std::set<std::string> cells;
     for (const PreviewCell& cell : part.cells)
     {
-        cells.insert(cell.column + "=" + cell.value);
+        cells.insert(cell.column + "=" + (cell.value.empty() ? "" : shown_value(cell.value)));
     }
     std::string source = table + ":";
     for (const std::string& cell : cells)
     {
         source += " " + cell;
     }
-    return source + ", mode " + std::to_string(ini.GetValue<int>("POST.Detail", table, 0)) +
-           line_of(ini, "POST.Detail", table);
+    const int mode = ini.GetValue<int>("POST.Detail", table, 0);
+    source += ", mode " + std::to_string(mode) + line_of(ini, "POST.Detail", table);
+    const DetailMode* known = find_mode(mode);
+    return part.text.empty() && known != nullptr ? source + left_out_row(*known, part.cells)
+                                                 : source;
 }
 
 bool is_detail(const SimpleIni& ini, const PreviewBody& body, const PreviewPart& part)
 {
     return body.kind == BodyKind::kDevice && !part.cells.empty() &&
-           part.cells.back().table != body.table &&
-           ini.GetValue<int>("POST.Detail", part.cells.back().table, 0) >= 100;
+           part.cells.back().table == ini.GetValue("POST.Master", body.table, "");
 }
 
 std::string pair_name(const std::string& pair)
@@ -324,6 +152,25 @@ std::string alarm_source(const std::string& name, const std::vector<PreviewCell>
     return from_cell(cells, name == "title"        ? "AlmBrief"
                             : name == "suggestion" ? "AlmMask"
                                                    : "AlmImg");
+}
+
+// The pairs of an alarm's body that did not fit.
+std::vector<Explanation> left_out_of_alarm(const PreviewBody& body)
+{
+    std::vector<Explanation> result;
+    for (const char* const name :
+         {"level", "title", "suggestion", "location", "datainfo", "recovertime", "AlmImg"})
+    {
+        const std::string begin = std::string("&") + name + "=";
+        const bool isPosted =
+            std::any_of(body.parts.begin(), body.parts.end(),
+                        [&](const PreviewPart& part) { return part.text.rfind(begin, 0) == 0; });
+        if (!isPosted)
+        {
+            result.push_back({"", alarm_source(name, head_cells(body)) + kNoRoom});
+        }
+    }
+    return result;
 }
 
 std::string host_source(const std::string& pairs)
@@ -399,9 +246,17 @@ std::vector<Explanation> explain(const PreviewBody& body, const CAppPost& poster
         }
         for (size_t i = 0; i < part.cells.size(); ++i)
         {
+            const PreviewCell& cell = part.cells[i];
             const bool posted = !part.text.empty() && i + 1 == part.cells.size();
-            result.push_back({posted ? pairs : "", column_source(ini, body.type, part.cells[i])});
+            const bool hasNoRoom = !posted && !rendered(ini, body.type, cell).empty();
+            result.push_back({posted ? pairs : "",
+                              column_source(ini, body.type, cell) + (hasNoRoom ? kNoRoom : "")});
         }
+    }
+    if (body.kind == BodyKind::kAlarm)
+    {
+        const std::vector<Explanation> more = left_out_of_alarm(body);
+        result.insert(result.end(), more.begin(), more.end());
     }
     return result;
 }

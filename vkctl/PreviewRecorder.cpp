@@ -67,6 +67,11 @@ void CPreviewRecorder::Query(const std::string& table)
     m_inHead = false;
 }
 
+void CPreviewRecorder::NextRow()
+{
+    KeepUnusedCells();
+}
+
 void CPreviewRecorder::Read(PreviewCell cell)
 {
     if (IsRecording())

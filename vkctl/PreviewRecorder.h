@@ -27,6 +27,7 @@ public:
 
     // Called by the databases and the poster's replaced functions.
     void Query(const std::string& table); // a query on that table begins
+    void NextRow();                       // what was read of the last one belongs together
     void Read(PreviewCell cell);
     void Part(BodyPart part, std::string text);
     void Post(const char* text, std::vector<std::string> urls);
