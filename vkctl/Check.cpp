@@ -76,6 +76,24 @@ catch (const CCheckProblem& problem)
     return false;
 }
 
+// False: a database that could be read before cannot be any more.
+bool check_all_bodies(const CIniFile& ini, bool alarms, bool progress, CFindings& findings)
+try
+{
+    check_bodies(ini, alarms, progress, findings);
+    return true;
+}
+catch (const CCliError& error)
+{
+    unreadable(kDataDb, error.what(), findings);
+    return false;
+}
+catch (const CppSQLite3Exception& error)
+{
+    unreadable(kDataDb, error.errorMessage(), findings);
+    return false;
+}
+
 } // namespace
 
 bool check_host(const CheckOptions& options, CFindings& findings)
@@ -92,12 +110,9 @@ bool check_host(const CheckOptions& options, CFindings& findings)
     check_ca(ini, findings);
 
     bool hasAlarms = false;
-    const bool data = check_data(ini, findings);
+    bool data = check_data(ini, findings);
     const bool alarms = check_alarms(ini, hasAlarms, findings);
-    if (data)
-    {
-        check_bodies(ini, hasAlarms, options.progress, findings);
-    }
+    data = data && check_all_bodies(ini, hasAlarms, options.progress, findings);
     if (!options.offline)
     {
         check_servers(ini, findings);

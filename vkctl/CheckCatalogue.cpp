@@ -3,7 +3,6 @@
 #include <strings.h>
 
 #include <algorithm>
-#include <cstdlib>
 
 namespace vkctl
 {
@@ -86,7 +85,7 @@ void CCatalogue::ReadTypes(CCheckDatabase& db, const HostTable& table)
         "select distinct coalesce(cast(Type as integer),0) from " + quoted(table.name);
     for (const std::string& type : db.Column(sql))
     {
-        m_types[std::atoi(type.c_str())].push_back(table.name);
+        m_types[cell_number(type)].push_back(table.name);
     }
 }
 

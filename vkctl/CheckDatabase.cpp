@@ -1,5 +1,7 @@
 #include "vkctl/CheckDatabase.h"
 
+#include <cstdlib>
+
 #include "vkdb/Manager.h"
 
 namespace vkctl
@@ -77,6 +79,7 @@ std::vector<std::string> CCheckDatabase::Names(const std::string& sql)
 {
     const int query = Start(sql);
     std::vector<std::string> names;
+    names.reserve(static_cast<std::size_t>(m_db.QryFldCount(query)));
     for (int i = 0; i < m_db.QryFldCount(query); ++i)
     {
         names.emplace_back(m_db.QryFldName(query, i));
@@ -102,6 +105,11 @@ std::string CCheckDatabase::Problem(const std::string& sql)
     {
         return problem.what();
     }
+}
+
+int cell_number(const std::string& cell)
+{
+    return static_cast<int>(std::strtoll(cell.c_str(), nullptr, 10));
 }
 
 std::string quoted(const std::string& name)

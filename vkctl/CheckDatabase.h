@@ -42,6 +42,9 @@ private:
     vkdb::CDatabase m_db;
 };
 
+// A number in a cell, as the library reads it; 0 for what is none.
+int cell_number(const std::string& cell);
+
 // A name as SQL takes it whatever it holds.
 std::string quoted(const std::string& name);
 

@@ -1,6 +1,5 @@
 #include "vkctl/CheckDevices.h"
 
-#include <cstdlib>
 #include <map>
 #include <set>
 
@@ -54,7 +53,7 @@ std::vector<KnownDevice> devices_of(CCheckDatabase& db, const HostTable& table)
     for (const auto& row : db.Rows("select coalesce(cast(SID as integer),0)," + state +
                                    ">=0 from " + quoted(table.name)))
     {
-        devices.push_back({std::atoi(row[0].c_str()), row[1] == "1"});
+        devices.push_back({cell_number(row[0]), row[1] == "1"});
     }
     return devices;
 }
@@ -64,7 +63,7 @@ std::map<int, std::string> names_of(CCheckDatabase& db)
     std::map<int, std::string> names;
     for (const auto& row : db.Rows("select SID,Name from tbSM"))
     {
-        names[std::atoi(row[0].c_str())] = row[1];
+        names[cell_number(row[0])] = row[1];
     }
     return names;
 }
@@ -156,7 +155,7 @@ void check_rows_twice(CCheckDatabase& db, const std::string& from, const std::st
     for (const std::string& sid :
          db.Column("select SID from " + from + " group by SID having count(*)>1 order by SID"))
     {
-        sample.Add(std::atoi(sid.c_str()));
+        sample.Add(cell_number(sid));
     }
     if (!sample.Empty())
     {

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdlib>
 
 #include "app/AppInternal.h"
 #include "vkctl/CheckNames.h"
@@ -82,9 +81,8 @@ private:
     void CheckRows(const HostTable& table)
     {
         const std::string type = text_of(m_extended.type);
-        const int rows = std::atoi(
-            m_db.Value("select count(*) from " + quoted(table.name) + " where Type=" + type)
-                .c_str());
+        const int rows = cell_number(
+            m_db.Value("select count(*) from " + quoted(table.name) + " where Type=" + type));
         if (rows == 0)
         {
             m_findings.Warning(m_place, "extension-empty",

@@ -147,7 +147,7 @@ private:
                                 column.where + " limit " + std::to_string(kValuesRead);
         for (const std::string& value : m_db.Column(sql))
         {
-            numbers.insert(static_cast<int>(std::strtoll(value.c_str(), nullptr, 10)));
+            numbers.insert(cell_number(value));
         }
     }
 

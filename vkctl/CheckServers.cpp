@@ -31,7 +31,7 @@ std::string part_of(CURLU* url, CURLUPart part)
 {
     char* text = nullptr;
     curl_url_get(url, part, &text, CURLU_DEFAULT_PORT);
-    const std::string copy = text != nullptr ? text : "";
+    std::string copy = text != nullptr ? text : "";
     curl_free(text);
     return copy;
 }

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <map>
+
 #include "CheckTest.h"
 #include "vkctl/CheckLabels.h"
 
@@ -165,25 +167,33 @@ std::vector<CheckCase> field_cases()
 
 TEST(CheckLabelsTest, EachKindAsksForItsOwnTexts)
 {
-    const struct
+    const std::map<int, std::vector<std::string>> asked = {{0, {}},
+                                                           {1, {"x", "0", "-1", "2147483647"}},
+                                                           {2, {"0", "7", "00", "0F", "F0", "FF"}},
+                                                           {3, {"0", "15"}},
+                                                           {4, {"0", "23"}}};
+    for (const auto& [kind, suffixes] : asked)
     {
-        int kind;
-        std::vector<std::string> asked;
-        std::vector<std::string> not_asked;
-    } kKinds[] = {{0, {}, {"0", "x", "00"}},
-                  {1, {"x", "0", "-1", "2147483647"}, {"00", "01", "X", "2147483648", "FF"}},
-                  {2, {"0", "7", "00", "0F", "F0", "FF"}, {"8", "-1", "x", "0f", "01"}},
-                  {3, {"0", "15"}, {"16", "00", "FF", "x"}},
-                  {4, {"0", "23"}, {"24", "0F"}}};
-    for (const auto& one : kKinds)
-    {
-        for (const std::string& suffix : one.asked)
+        for (const std::string& suffix : suffixes)
         {
-            EXPECT_TRUE(is_asked_for(one.kind, suffix)) << one.kind << " " << suffix;
+            EXPECT_TRUE(is_asked_for(kind, suffix)) << kind << " " << suffix;
         }
-        for (const std::string& suffix : one.not_asked)
+    }
+}
+
+TEST(CheckLabelsTest, OtherTextsAreNeverAskedFor)
+{
+    const std::map<int, std::vector<std::string>> others = {
+        {0, {"0", "x", "00"}},
+        {1, {"00", "01", "X", "2147483648", "FF"}},
+        {2, {"8", "-1", "x", "0f", "01"}},
+        {3, {"16", "00", "FF", "x"}},
+        {4, {"24", "0F"}}};
+    for (const auto& [kind, suffixes] : others)
+    {
+        for (const std::string& suffix : suffixes)
         {
-            EXPECT_FALSE(is_asked_for(one.kind, suffix)) << one.kind << " " << suffix;
+            EXPECT_FALSE(is_asked_for(kind, suffix)) << kind << " " << suffix;
         }
     }
 }

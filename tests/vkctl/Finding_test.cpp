@@ -12,6 +12,31 @@ using namespace vkctl;
 namespace
 {
 
+constexpr char kJson[] = R"({
+  "findings": [
+    {
+      "file": "vkApp.ini",
+      "line": 41,
+      "severity": "error",
+      "id": "no-url",
+      "message": "b \"quoted\""
+    },
+    {
+      "file": "tmp/dbDat0.db3",
+      "line": null,
+      "severity": "warning",
+      "id": "sid-twice",
+      "message": ")"
+                         "\xEF\xBF\xBD"
+                         R"("
+    }
+  ],
+  "errors": 1,
+  "warnings": 1,
+  "notes": 0
+}
+)";
+
 std::string printed(const CFindings& findings, bool color)
 {
     std::ostringstream out;
@@ -56,30 +81,7 @@ TEST(FindingTextTest, ToolsGetTheSameAsJson)
     findings.Warning({"tmp/dbDat0.db3", 0}, "sid-twice", "\xBB");
     std::ostringstream out;
     print_findings_json(out, findings);
-    EXPECT_EQ(out.str(), R"({
-  "findings": [
-    {
-      "file": "vkApp.ini",
-      "line": 41,
-      "severity": "error",
-      "id": "no-url",
-      "message": "b \"quoted\""
-    },
-    {
-      "file": "tmp/dbDat0.db3",
-      "line": null,
-      "severity": "warning",
-      "id": "sid-twice",
-      "message": ")"
-                         "\xEF\xBF\xBD"
-                         R"("
-    }
-  ],
-  "errors": 1,
-  "warnings": 1,
-  "notes": 0
-}
-)");
+    EXPECT_EQ(out.str(), kJson);
 }
 
 TEST(FindingTextTest, TheSummaryCounts)
