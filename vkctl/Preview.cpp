@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <fstream>
+#include <utility>
 
 #include "vkctl/CliError.h"
 #include "vkctl/PreviewDatabase.h"
@@ -81,6 +82,19 @@ private:
     int m_saved;
 };
 
+// What the poster does is recorded, as long as this object lives.
+class CRecording
+{
+public:
+    CRecording(CPreview::OnBody onBody, CPreview::OnLog onLog)
+    {
+        CPreviewRecorder::Get().Begin(std::move(onBody), std::move(onLog));
+    }
+    ~CRecording() { CPreviewRecorder::Get().End(); }
+    CRecording(const CRecording&) = delete;
+    CRecording& operator=(const CRecording&) = delete;
+};
+
 void post_host(CAppPost& poster)
 {
     const CQuietErrors quiet;
@@ -111,8 +125,7 @@ CPreview::~CPreview() = default;
 
 void CPreview::Run(const PreviewSelection& selection, const OnBody& onBody, const OnLog& onLog)
 {
-    CPreviewRecorder& recorder = CPreviewRecorder::Get();
-    recorder.Begin(
+    const CRecording recording(
         [&](const PreviewBody& made)
         {
             PreviewBody body = made;
@@ -128,10 +141,9 @@ void CPreview::Run(const PreviewSelection& selection, const OnBody& onBody, cons
     Sweep(selection);
     if (wants(selection, BodyKind::kAlarm))
     {
-        recorder.SetStep(BodyKind::kAlarm);
+        CPreviewRecorder::Get().SetStep(BodyKind::kAlarm);
         Alarms();
     }
-    recorder.End();
 }
 
 // Leaves out of the catalogue what would only be made to be thrown away.
@@ -183,12 +195,23 @@ void CPreview::Sweep(const PreviewSelection& selection)
 }
 
 // The daemon's routine marks what it has posted and asks for the next. It finds the alarms that
-// wait in a temporary table, which hides the real one and lives in this process's memory.
+// wait in a temporary table, which hides the real one and lives in this process's memory. Index
+// and trigger keep many alarms from being gone through again for each of them.
 void CPreview::Alarms()
 {
     m_pAlarms = std::make_unique<CPreviewDatabase>(kAlarmDb);
-    m_pAlarms->Exec("create temp table tbSMAlarm as"
-                    " select * from main.tbSMAlarm where AFld is null or AFld<1");
+    try
+    {
+        m_pAlarms->Exec("create temp table tbSMAlarm as"
+                        " select * from main.tbSMAlarm where AFld is null or AFld<1;"
+                        "create index temp.ixAlarm on tbSMAlarm(DID);"
+                        "create temp trigger tgMarked after update on tbSMAlarm begin"
+                        " delete from tbSMAlarm where rowid=new.rowid; end");
+    }
+    catch (const CppSQLite3Exception& e)
+    {
+        throw CCliError(std::string(kAlarmDb) + ": " + e.errorMessage(), kExitFile);
+    }
     m_pPoster->pDbAlm = m_pAlarms.get();
     m_pPoster->OnAlmIns();
     m_pPoster->pDbAlm = nullptr;

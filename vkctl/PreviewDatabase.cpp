@@ -4,7 +4,6 @@
 
 #include "vkctl/CliError.h"
 #include "vkctl/PreviewRecorder.h"
-#include "vkdb/Manager.h"
 #include "vkdb/Sqlite.h"
 
 namespace vkctl
@@ -40,8 +39,8 @@ std::string table_of(const std::string& sql)
 
 } // namespace
 
-CPreviewDatabase::CPreviewDatabase(const std::string& path)
-try : m_db(path, vkdb::kBusyWaitMs, vkdb::CDatabase::Policy::kNoTouch)
+CPreviewDatabase::CPreviewDatabase(const std::string& path, int busyMs)
+try : m_db(path, busyMs, vkdb::CDatabase::Policy::kNoTouch)
 {
     if (!m_db.Open(nullptr, 0))
     {

@@ -10,6 +10,7 @@
 
 #include "db/DbInterface.h"
 #include "vkdb/Database.h"
+#include "vkdb/Manager.h"
 
 namespace vkctl
 {
@@ -18,8 +19,8 @@ class CPreviewDatabase final : public DbDatabase
 {
 public:
     // For the file at the path, which must be a database that can be read as it is: CCliError with
-    // kExitFile when not.
-    explicit CPreviewDatabase(const std::string& path);
+    // kExitFile when not. busyMs: how long a lock of another process is waited for.
+    explicit CPreviewDatabase(const std::string& path, int busyMs = vkdb::kBusyWaitMs);
 
     bool Open(const char* path, int mode) override { return m_db.Open(path, mode); }
     int Close() override { return m_db.Close(); }
