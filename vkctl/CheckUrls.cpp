@@ -165,7 +165,7 @@ std::string scheme_of(const std::string& url, std::string& problem)
     }
     char* scheme = nullptr;
     curl_url_get(parsed.get(), CURLUPART_SCHEME, &scheme, 0);
-    const std::string text = scheme != nullptr ? scheme : "";
+    std::string text = scheme != nullptr ? scheme : "";
     curl_free(scheme);
     return text;
 }
