@@ -1,5 +1,7 @@
 #include "vkctl/PreviewCommand.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <iostream>
 #include <memory>
@@ -10,6 +12,7 @@
 #include "vkctl/Preview.h"
 #include "vkctl/PreviewEncoding.h"
 #include "vkctl/PreviewExplain.h"
+#include "vkctl/Progress.h"
 #include "vkctl/ReceivePrint.h"
 
 namespace vkctl
@@ -178,13 +181,16 @@ int show(const PreviewArguments& arguments, const PreviewSelection& selection)
 {
     CPreview preview(arguments.directory);
     note_missing_urls(preview.Poster(), selection);
+    // Beside bodies on the same terminal, or lines of the log, a count would only be in the way.
+    const bool isCounted = is_progress_wanted() && isatty(STDOUT_FILENO) == 0 && !arguments.log;
+    CProgress progress(std::cerr, isCounted, "bodies");
     size_t count = 0;
     preview.Run(
         selection,
         [&](const PreviewBody& body)
         {
-            ++count;
             show_body(body, preview.Poster(), arguments);
+            progress.Show(++count, 0);
         },
         [&](const std::string& line)
         {

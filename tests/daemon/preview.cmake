@@ -19,6 +19,7 @@ vk_unit_test(vk_preview_truth_test
 if(NOT CMAKE_CROSSCOMPILING AND NOT VK_COVERAGE)
     add_executable(vk_harmless_tests
         Harmless_test.cpp
+        PreviewTerminal_test.cpp
         SystemCalls_test.cpp
         support/SystemCalls.cpp)
     target_link_libraries(vk_harmless_tests PRIVATE vk_preview_support in_box)
