@@ -12,6 +12,26 @@ namespace
 
 constexpr size_t kHeadGroups = 8;
 
+struct DetailCase
+{
+    const char* mode;
+    const char* columns;
+    const char* values;
+    const char* line;
+};
+
+constexpr DetailCase kDetailCases[] = {
+    {"101", "Fld,State,V,T", "1,0,5,6",
+     "State1=0&Vol1=5&Tem1=6 <- tbCell: Fld=1 State=0 T=6 V=5, mode 101 (vkApp.ini:6)"},
+    {"102", "Fld,Vol,Tem,bSt", "1,5,6,2",
+     "Vol1=5&Tem1=6&bSt1=2 <- tbCell: Fld=1 Tem=6 Vol=5 bSt=2, mode 102 (vkApp.ini:6)"},
+    {"103", "Fld,dat0", "1,6", "Tem1=6 <- tbCell: Fld=1 dat0=6, mode 103 (vkApp.ini:6)"},
+    {"200", "Fld,Val,ValStr", "1,6,'kW'",
+     "Fld1=6kW <- tbCell: Fld=1 Val=6 ValStr=kW, mode 200 (vkApp.ini:6)"},
+    {"201", "Fld,Val", "1,6", "Fld1=6 <- tbCell: Fld=1 Val=6, mode 201 (vkApp.ini:6)"},
+    {"202", "Fld,Val", "'Ua',6", "Ua=6 <- tbCell: Fld=Ua Val=6, mode 202 (vkApp.ini:6)"},
+};
+
 class PreviewExplain : public PreviewTest
 {
 protected:
@@ -189,24 +209,7 @@ TEST_F(PreviewExplain, DetailRowsTellTheirCells)
 
 TEST_F(PreviewExplain, DetailsOfTheOtherModes)
 {
-    const struct
-    {
-        const char* mode;
-        const char* columns;
-        const char* values;
-        std::string line;
-    } cases[] = {
-        {"101", "Fld,State,V,T", "1,0,5,6",
-         "State1=0&Vol1=5&Tem1=6 <- tbCell: Fld=1 State=0 T=6 V=5, mode 101 (vkApp.ini:6)"},
-        {"102", "Fld,Vol,Tem,bSt", "1,5,6,2",
-         "Vol1=5&Tem1=6&bSt1=2 <- tbCell: Fld=1 Tem=6 Vol=5 bSt=2, mode 102 (vkApp.ini:6)"},
-        {"103", "Fld,dat0", "1,6", "Tem1=6 <- tbCell: Fld=1 dat0=6, mode 103 (vkApp.ini:6)"},
-        {"200", "Fld,Val,ValStr", "1,6,'kW'",
-         "Fld1=6kW <- tbCell: Fld=1 Val=6 ValStr=kW, mode 200 (vkApp.ini:6)"},
-        {"201", "Fld,Val", "1,6", "Fld1=6 <- tbCell: Fld=1 Val=6, mode 201 (vkApp.ini:6)"},
-        {"202", "Fld,Val", "'Ua',6", "Ua=6 <- tbCell: Fld=Ua Val=6, mode 202 (vkApp.ini:6)"},
-    };
-    for (const auto& detail : cases)
+    for (const DetailCase& detail : kDetailCases)
     {
         EXPECT_THAT(Detail(detail.mode, detail.columns, detail.values), ElementsAre(detail.line));
         host.Data("drop table tbCell");
