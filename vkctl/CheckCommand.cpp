@@ -25,7 +25,7 @@ to look at their certificates; --offline leaves them alone. Findings go to stand
 Examples:
   vkctl check                              the host in the current directory
   vkctl check /NandFlash/app               another one
-  vkctl check --strict && systemctl restart vkAppPost
+  vkctl check --strict && systemctl restart vkapppost
   vkctl check --offline --json | jq -r '.findings[].id'
 
 Exit status: 0 nothing wrong (there may be warnings), 1 warnings and --strict, 64 command line
