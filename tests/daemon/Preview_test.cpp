@@ -111,10 +111,11 @@ class PreviewOfRandomHost : public Preview, public ::testing::WithParamInterface
 
 TEST_F(Preview, ShowsWhatTheSampleRoomPosts)
 {
-    ASSERT_EQ(run_vkctl({"room", host.Path(), "--devices", "60", "--delay", "100000000", "--url",
-                         receiver.Url(), "--alarm-url", receiver.Url("/alarm")})
-                  .exitStatus,
-              0);
+    ASSERT_EQ(
+        run_vkctl({"room", host.Path(), "--devices", "60", "--delay", "100000000", "--timeout",
+                   "100", "--url", receiver.Url(), "--alarm-url", receiver.Url("/alarm")})
+            .exitStatus,
+        0);
     const std::vector<ShownBody> sweep = Show();
     const std::vector<ShownBody> alarms = Show({"--alarms"});
     ASSERT_GT(sweep.size(), 70U);

@@ -83,6 +83,7 @@ void CRandomHost::Urls(const RandomHostUrls& urls)
 void CRandomHost::Settings(const RandomHostUrls& urls)
 {
     Urls(urls);
+    m_host.Post("Timeout", "100"); // s: a busy machine is no reason to lose a body
     if (OneIn(2))
     {
         m_host.Post("Fmt0", One(kHeadFormats));
