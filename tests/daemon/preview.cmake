@@ -15,8 +15,9 @@ vk_unit_test(vk_preview_truth_test
     SOURCES PreviewTruth_test.cpp
     LIBS vkctl_lib vk_host_support in_box)
 
-# By system calls, of which an emulator makes its own; and measuring coverage writes files.
-if(NOT CMAKE_CROSSCOMPILING AND NOT VK_COVERAGE)
+# By system calls, of which an emulator makes its own; and measuring coverage writes files, as
+# ThreadSanitizer does.
+if(NOT CMAKE_CROSSCOMPILING AND NOT VK_COVERAGE AND NOT VK_SANITIZE MATCHES "thread")
     add_executable(vk_harmless_tests
         Harmless_test.cpp
         PreviewTerminal_test.cpp
