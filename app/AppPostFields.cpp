@@ -101,7 +101,12 @@ std::string head_format_problem(const std::string& format)
             return "\"" + found.text + "\" is one conversion too many, there are eight values";
         }
         const char type = kArgTypes[taken];
-        if (!found.sane || found.letter == '\0' || !letter_takes(found.letter, type))
+        if (!found.sane)
+        {
+            return format_text("conversion %zu is \"%s\", its width or precision is too large",
+                               taken + 1, found.text.c_str());
+        }
+        if (found.letter == '\0' || !letter_takes(found.letter, type))
         {
             return format_text("conversion %zu is \"%s\", a %s is expected", taken + 1,
                                found.text.c_str(), type == 's' ? "text (%s)" : "number (%d)");

@@ -1,10 +1,11 @@
 #include "vkctl/CheckIni.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <fstream>
 #include <map>
 #include <sstream>
+
+#include "vkctl/HostFiles.h"
 
 namespace vkctl
 {
@@ -118,13 +119,6 @@ std::string file_text(const std::string& path)
     std::ostringstream text;
     text << in.rdbuf();
     return text.str();
-}
-
-// A FIFO or a device would be read for ever.
-bool is_readable_file(const std::string& path)
-{
-    std::error_code ignored;
-    return std::filesystem::is_regular_file(path, ignored) && std::ifstream(path).good();
 }
 
 } // namespace

@@ -5,10 +5,10 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <utility>
 
 #include "vkctl/CliError.h"
+#include "vkctl/HostFiles.h"
 #include "vkctl/PreviewDatabase.h"
 #include "vkctl/PreviewRecorder.h"
 
@@ -28,7 +28,7 @@ void enter(const std::string& directory)
     {
         throw CCliError(directory + ": " + error.message(), kExitFile);
     }
-    if (!std::ifstream(kConfigFile))
+    if (!is_readable_file(kConfigFile))
     {
         throw CCliError(directory + "/" + kConfigFile +
                             ": cannot be read; give the daemon's working directory",

@@ -139,7 +139,8 @@ void show_body(const PreviewBody& body, const CAppPost& poster, const PreviewArg
 {
     if (!arguments.explain && !arguments.encoding)
     {
-        std::cout << body.text << (arguments.null ? '\0' : '\n');
+        const bool asIs = arguments.null || isatty(STDOUT_FILENO) == 0;
+        std::cout << (asIs ? body.text : printable(body.text)) << (arguments.null ? '\0' : '\n');
         return;
     }
     std::cout << heading(body) << "\n";
@@ -177,6 +178,36 @@ void note_missing_urls(const CAppPost& poster, const PreviewSelection& selection
     }
 }
 
+// What the daemon would log about reads that fail. With it in the log a body may be missing.
+class CFailures
+{
+public:
+    void Look(const std::string& line)
+    {
+        const bool isFailure =
+            line.find("exception") != std::string::npos || line.find("Error!") != std::string::npos;
+        m_first = isFailure && m_count == 0 ? line : m_first;
+        m_count += isFailure ? 1 : 0;
+    }
+
+    bool Any() const { return m_count > 0; }
+
+    void Tell() const
+    {
+        if (Any())
+        {
+            std::cerr << "vkctl: not everything can be read. The daemon would log: " << m_first
+                      << (m_count > 1 ? " (and " + std::to_string(m_count - 1) + " such lines more)"
+                                      : "")
+                      << "\n";
+        }
+    }
+
+private:
+    std::string m_first;
+    size_t m_count = 0;
+};
+
 int show(const PreviewArguments& arguments, const PreviewSelection& selection)
 {
     CPreview preview(arguments.directory);
@@ -184,6 +215,7 @@ int show(const PreviewArguments& arguments, const PreviewSelection& selection)
     // Beside bodies on the same terminal, or lines of the log, a count would only be in the way.
     const bool isCounted = is_progress_wanted() && isatty(STDOUT_FILENO) == 0 && !arguments.log;
     CProgress progress(std::cerr, isCounted, "bodies");
+    CFailures failures;
     size_t count = 0;
     preview.Run(
         selection,
@@ -194,15 +226,25 @@ int show(const PreviewArguments& arguments, const PreviewSelection& selection)
         },
         [&](const std::string& line)
         {
+            failures.Look(line);
             if (arguments.log)
             {
                 std::cerr << line << "\n";
             }
         });
+    progress.Clear();
+    if (!arguments.log)
+    {
+        failures.Tell();
+    }
+    if (count == 0 && failures.Any())
+    {
+        return kExitFile;
+    }
     if (count == 0 && (selection.sid || !selection.table.empty()))
     {
-        std::cerr << "vkctl: nothing is posted for that: no such row, or its State is below 0. "
-                     "See what the daemon finds with --log\n";
+        std::cerr << "vkctl: nothing is posted for that: no such table or row, or its State is "
+                     "below 0. See what the daemon finds with --log\n";
         return kExitFailure;
     }
     return 0;
@@ -216,7 +258,8 @@ void add_preview_command(CLI::App& app, int& exitStatus)
     const auto arguments = std::make_shared<PreviewArguments>();
     command->add_option("DIR", arguments->directory, "The daemon's working directory")
         ->capture_default_str();
-    CLI::Option* sid = command->add_option("--sid", arguments->sid, "Only bodies of that SID");
+    CLI::Option* sid =
+        command->add_option("--sid", arguments->sid, "Only bodies of that SID")->check(CLI::Number);
     command->add_option("--table", arguments->table, "Only bodies with rows of that table");
     CLI::Option* kind =
         command->add_option("--kind", arguments->kinds, "Only that kind; may be repeated")

@@ -37,7 +37,10 @@ std::string column_source(const SimpleIni& ini, int type, const PreviewCell& cel
     source += cell.value == number ? "" : ", read as " + number;
     source += ", kind " + std::to_string(kind) + line_of(ini, kFieldSection, key);
     const std::vector<std::string> texts = text_keys(ini, type, cell.column, cell.number);
-    source += texts.empty() ? ", no bit is set" : "";
+    if (texts.empty())
+    {
+        source += cell.number == 0 ? ", no bit is set" : ", no bit is set that the kind looks at";
+    }
     for (const std::string& text : texts)
     {
         const int line = ini.GetLine(kFieldSection, text);
@@ -147,7 +150,8 @@ std::string alarm_source(const std::string& name, const std::vector<PreviewCell>
     }
     if (name == "recovertime")
     {
-        return "of a cleared alarm: " + from_cell(cells, "LastUpd");
+        const PreviewCell* alarm = find_cell(cells, "Alm");
+        return alarm != nullptr && is_cleared(*alarm) ? from_cell(cells, "LastUpd") : "not cleared";
     }
     return from_cell(cells, name == "title"        ? "AlmBrief"
                             : name == "suggestion" ? "AlmMask"

@@ -93,11 +93,19 @@ private:
     {
         if (m_body.kind == BodyKind::kAlarm)
         {
-            return "class of the alarm, bits 8 to 15 of " + from_cell(m_cells, "Type") +
-                   "; class 9 by " + from_cell(m_cells, "AlmBrief");
+            return "class of the alarm, bits 8 to 15 of " + from_cell(m_cells, "Type") + ByTitle();
         }
         return IsMadeUp() || m_body.kind == BodyKind::kOutput ? "always 0"
                                                               : from_cell(m_cells, "ASubSys");
+    }
+
+    // A class that the words of the title refine.
+    std::string ByTitle() const
+    {
+        constexpr int kTitledClass = 9;
+        const PreviewCell* type = find_cell(m_cells, "Type");
+        const bool isTitled = type != nullptr && (type->number >> 8 & 0xFF) == kTitledClass;
+        return isTitled ? "; class 9 by " + from_cell(m_cells, "AlmBrief") : "";
     }
 
     std::string Time() const
@@ -124,7 +132,7 @@ private:
         if (m_body.kind == BodyKind::kAlarm)
         {
             const PreviewCell* cell = find_cell(m_cells, "Alm");
-            const bool cleared = cell != nullptr && (cell->number & 4) != 0;
+            const bool cleared = cell != nullptr && is_cleared(*cell);
             return from_cell(m_cells, "Alm") +
                    (cleared ? ", bit 4: cleared: " : ", without bit 4: active: ") +
                    setting(m_ini, "POST", cleared ? "State3" : "State1");

@@ -69,6 +69,12 @@ std::string from_cell(const std::vector<PreviewCell>& cells, const std::string& 
     return cell != nullptr ? cell_text(*cell) : "no column " + column;
 }
 
+bool is_cleared(const PreviewCell& alarm)
+{
+    constexpr int kClearedBit = 4;
+    return (alarm.number & kClearedBit) != 0;
+}
+
 std::string without_separator(const std::string& text)
 {
     return !text.empty() && text[0] == '&' ? text.substr(1) : text;

@@ -31,6 +31,9 @@ const PreviewCell* find_cell(const std::vector<PreviewCell>& cells, const std::s
 // cell_text of it, or "no column ...".
 std::string from_cell(const std::vector<PreviewCell>& cells, const std::string& column);
 
+// Whether the cell Alm of an alarm says that it has gone.
+bool is_cleared(const PreviewCell& alarm);
+
 // A part of a body as it reads without what joins it to the one before.
 std::string without_separator(const std::string& text);
 

@@ -7,6 +7,7 @@
 #include "vkctl/AlarmCommand.h"
 #include "vkctl/CheckCommand.h"
 #include "vkctl/CliError.h"
+#include "vkctl/Output.h"
 #include "vkctl/PostCommand.h"
 #include "vkctl/PreviewCommand.h"
 #include "vkctl/ReceiveCommand.h"
@@ -57,6 +58,7 @@ int main(int argc, char** argv)
     try
     {
         app.parse(argc, argv);
+        vkctl::flush_output();
         return exitStatus;
     }
     catch (const CLI::ParseError& error)

@@ -82,7 +82,8 @@ TEST_F(Hostile, HeadFormatThatTakesNumbersForTextsIsRefused)
 TEST_F(Hostile, HeadFormatWithAnEndlessWidthIsRefused)
 {
     // Nor is a width taken from a value.
-    ExpectRefused("%999999999s", "conversion 1 is \"%999999999s\", a text (%s) is expected");
+    ExpectRefused("%999999999s",
+                  "conversion 1 is \"%999999999s\", its width or precision is too large");
 }
 
 TEST_F(Hostile, HeadFormatWiderThanTheBufferLeavesTheFieldOut)

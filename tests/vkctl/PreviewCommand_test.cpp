@@ -1,6 +1,8 @@
 // vkctl preview as a user runs it: options, output, notes, exit statuses.
 #include "PreviewTest.h"
 
+#include <sys/stat.h>
+
 #include <filesystem>
 
 #include "tests/daemon/support/Command.h"
@@ -130,6 +132,25 @@ TEST_F(PreviewCommand, LogGoesToStandardError)
     const CommandResult shown = Run({"--kind", "device", "--log"});
     EXPECT_THAT(shown.err, HasSubstr("PostNormal...\n   tbDev...\n"));
     EXPECT_EQ(shown.out, std::string(kDevice7Body) + "\n");
+}
+
+TEST_F(PreviewCommand, ReadsThatFailAreTold)
+{
+    host.SimpleRoom();
+    host.Alarm(1, 7, "hot");
+    host.Alarms("alter table tbSMAlarm drop column AlmImg");
+    const CommandResult shown = Run({"--alarms"});
+    EXPECT_EQ(shown.exitStatus, 74);
+    EXPECT_EQ(shown.err, "vkctl: not everything can be read. The daemon would log: "
+                         "[CAppPost::OnAlmIns] db exception: 1 no such column: AlmImg\n");
+}
+
+TEST_F(PreviewCommand, ConfigurationThatIsNoFileIsNotOpened)
+{
+    host.WriteIni();
+    std::filesystem::remove(host.Path() + "/vkApp.ini");
+    ASSERT_EQ(mkfifo((host.Path() + "/vkApp.ini").c_str(), 0600), 0);
+    EXPECT_EQ(run_vkctl({"preview", host.Path()}).exitStatus, 74);
 }
 
 TEST_F(PreviewCommand, NothingToShowIsAFailure)

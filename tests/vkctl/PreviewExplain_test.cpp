@@ -298,9 +298,24 @@ TEST_F(PreviewExplain, AlarmTellsItsRules)
             "title=门开 <- tbSMAlarm.AlmBrief = 门开",
             "suggestion= 声光 POST <- tbSMAlarm.AlmMask = 65", "location= <- always empty",
             "datainfo= <- always empty",
-            "recovertime=2024-05-01 12:30:00 <- of a cleared alarm: tbSMAlarm.LastUpd = "
-            "2024-05-01 12:30:00",
+            "recovertime=2024-05-01 12:30:00 <- tbSMAlarm.LastUpd = 2024-05-01 12:30:00",
             "AlmImg=a.jpg <- tbSMAlarm.AlmImg = a.jpg"));
+}
+
+TEST_F(PreviewExplain, ActiveAlarmOfAPlainClassTellsNoOtherRules)
+{
+    host.Alarms("insert into tbSMAlarm values(1,7,1025,0,'2024-05-01 12:30:00','门开',0,'',null)");
+    const Texts lines = Explained(5, Only(BodyKind::kAlarm));
+    EXPECT_THAT(lines, Contains("subsys=4 <- class of the alarm, bits 8 to 15 of tbSMAlarm.Type = "
+                                "1025"));
+    EXPECT_THAT(lines, Contains("recovertime= <- not cleared"));
+}
+
+TEST_F(PreviewExplain, BitBeyondTheKindIsNotCalledUnset)
+{
+    EXPECT_THAT(Run("256", {"5.Run=2"}).front(),
+                HasSubstr(" <- tbDev.Run = 256, kind 2 (vkApp.ini:9), no bit is set that the kind "
+                          "looks at"));
 }
 
 TEST_F(PreviewExplain, PairOfAnAlarmThatDidNotFitIsTold)
