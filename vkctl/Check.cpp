@@ -62,12 +62,16 @@ catch (const CCheckProblem& problem)
     return false;
 }
 
-// hasAlarms: the daemon could read its alarms.
+// hasAlarms: the daemon could read its alarms. Without AlmUrl it never looks at them.
 bool check_alarms(const CIniFile& ini, bool& hasAlarms, CFindings& findings)
 try
 {
+    if (ini.Text("POST", "AlmUrl").empty())
+    {
+        return true;
+    }
     CCheckDatabase db(kAlarmDb);
-    hasAlarms = check_alarm_table(db, ini, findings);
+    hasAlarms = check_alarm_table(db, findings);
     return true;
 }
 catch (const CCheckProblem& problem)

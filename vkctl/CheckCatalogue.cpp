@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cstring>
 
 namespace vkctl
 {
@@ -102,6 +103,14 @@ const HostTable* CCatalogue::FindAnyCase(const std::string& name) const
                                     [&](const HostTable& table)
                                     { return strcasecmp(table.name.c_str(), name.c_str()) == 0; });
     return found != m_vTables.end() ? &*found : nullptr;
+}
+
+const HostTable* CCatalogue::FindSql(const std::string& name) const
+{
+    const std::size_t size = name.size();
+    const bool isQuoted =
+        size > 2 && std::strchr("\"'`", name[0]) != nullptr && name[size - 1] == name[0];
+    return FindAnyCase(isQuoted ? name.substr(1, size - 2) : name);
 }
 
 std::vector<const HostTable*> CCatalogue::Of(TableRole role) const

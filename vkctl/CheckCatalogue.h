@@ -47,6 +47,9 @@ public:
     const HostTable* Find(const std::string& name) const;
     const HostTable* FindAnyCase(const std::string& name) const;
 
+    // As it stands in SQL: in whatever case, quoted or not.
+    const HostTable* FindSql(const std::string& name) const;
+
     // The tables of a role, in the schema's order.
     std::vector<const HostTable*> Of(TableRole role) const;
     std::vector<std::string> Names() const;

@@ -49,7 +49,7 @@ bool uses_https(const CIniFile& ini)
     const UrlLists lists = url_lists(ini);
     const auto secure = [](const ConfiguredUrl& one)
     {
-        return is_https(one.url);
+        return is_https_server(one.url);
     };
     return std::any_of(lists.data.begin(), lists.data.end(), secure) ||
            std::any_of(lists.alarms.begin(), lists.alarms.end(), secure);

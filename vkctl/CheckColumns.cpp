@@ -77,7 +77,7 @@ void CTypeColumns::AddExtensions(const CCatalogue& catalogue, const CIniFile& in
     {
         for (const std::string& key : extended.tables)
         {
-            const HostTable* table = catalogue.FindAnyCase(key);
+            const HostTable* table = catalogue.FindSql(key);
             if (table == nullptr || !catalogue.HasType(extended.type))
             {
                 continue;

@@ -103,10 +103,12 @@ void check_mode(const CIniFile& ini, const std::string& table, CFindings& findin
     }
 }
 
-void check_columns(const HostTable& table, const CIniFile& ini, CFindings& findings)
+// key: the table's name as the daemon puts it into its SQL, where capitals do not matter.
+void check_columns(const HostTable& table, const CIniFile& ini, const std::string& key,
+                   CFindings& findings)
 {
-    const int mode = ini.Int(kDetail, table.name);
-    const std::vector<std::string> masters = masters_of(ini, table.name);
+    const int mode = ini.Int(kDetail, key);
+    const std::vector<std::string> masters = masters_of(ini, key);
     if (!prints(mode) || masters.empty())
     {
         return;
@@ -114,7 +116,7 @@ void check_columns(const HostTable& table, const CIniFile& ini, CFindings& findi
     const std::vector<std::string> lacking = table.Lacks(mode_columns().at(mode));
     if (!lacking.empty())
     {
-        findings.Error(ini.At(kDetail, table.name), "detail-columns",
+        findings.Error(ini.At(kDetail, key), "detail-columns",
                        table.name + " has no column " + shortened_list(lacking, lacking.size()) +
                            ", which mode " + std::to_string(mode) +
                            " reads: nothing of it is appended, and each device of " + masters[0] +
@@ -235,6 +237,26 @@ void check_count(const HostTable& table, const CIniFile& ini, const std::string&
     }
 }
 
+// A mode is no remedy where there is no table: it would stall each device.
+void check_not_detail(const CCatalogue& catalogue, const CIniFile& ini, const std::string& table,
+                      const std::string& detail, CFindings& findings)
+{
+    const std::string effect = ": nothing of it is appended to the devices of " + table;
+    const std::string meant = did_you_mean(likely_name(detail, ini.Keys(kDetail)));
+    std::string message = detail + " is no detail table" + effect +
+                          "; give it a mode in section [POST.Detail]" + meant;
+    if (ini.Has(kDetail, detail))
+    {
+        message = detail + " has the mode 0 in section [POST.Detail]" + effect +
+                  "; the modes that append are 100 to 103 and 200 to 202";
+    }
+    else if (catalogue.FindSql(detail) == nullptr)
+    {
+        message = "there is no table " + detail + effect + meant;
+    }
+    findings.Error(ini.At(kMaster, table), "master-not-detail", message);
+}
+
 void check_master(const CCatalogue& catalogue, const CIniFile& ini, const std::string& table,
                   CFindings& findings)
 {
@@ -246,14 +268,9 @@ void check_master(const CCatalogue& catalogue, const CIniFile& ini, const std::s
     }
     if (ini.Int(kDetail, detail) == 0)
     {
-        std::vector<std::string> details = ini.Keys(kDetail);
-        findings.Error(place, "master-not-detail",
-                       detail +
-                           " is no detail table: nothing of it is appended to the devices of " +
-                           table + "; give it a mode in section [POST.Detail]" +
-                           did_you_mean(likely_name(detail, details)));
+        check_not_detail(catalogue, ini, table, detail, findings);
     }
-    else if (catalogue.FindAnyCase(detail) == nullptr)
+    else if (catalogue.FindSql(detail) == nullptr)
     {
         findings.Error(place, "master-missing",
                        "there is no table " + detail + ": each device of " + table +
@@ -273,14 +290,15 @@ void check_details(const CCatalogue& catalogue, const CIniFile& ini, CFindings& 
             continue;
         }
         check_integer(ini, kDetail, key, findings);
-        const HostTable* table = catalogue.Find(key);
+        const bool isMastered = !masters_of(ini, key).empty();
+        const HostTable* table = isMastered ? catalogue.FindSql(key) : catalogue.Find(key);
         if (table == nullptr)
         {
             unknown_table(catalogue, ini, kDetail, key, key, findings);
             continue;
         }
         check_mode(ini, key, findings);
-        check_columns(*table, ini, findings);
+        check_columns(*table, ini, key, findings);
     }
 }
 

@@ -42,7 +42,7 @@ public:
     {
         check_integer(m_ini, m_extended.section, m_strKey, m_findings);
         check_integer(m_ini, m_extended.section, m_strKey + kCount, m_findings);
-        const HostTable* table = m_catalogue.FindAnyCase(m_strKey);
+        const HostTable* table = m_catalogue.FindSql(m_strKey);
         if (table == nullptr || !table->Has("Type"))
         {
             ReportMissing(table);

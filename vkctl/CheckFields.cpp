@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <map>
 #include <set>
 
 #include "app/AppInternal.h"
@@ -118,14 +119,17 @@ public:
     }
 
 private:
+    using Numbers = std::map<long, std::string>; // with a row that holds it, for a message
+
     void CheckValues(const std::vector<TypeColumn>& columns)
     {
-        std::set<long> numbers;
+        Numbers numbers;
         for (const TypeColumn& column : columns)
         {
             if (column.posted && m_iKind >= 1 && m_iKind <= 4)
             {
                 CheckTexts(column);
+                CheckWidth(column);
                 ReadNumbers(column, numbers);
             }
         }
@@ -139,16 +143,65 @@ private:
         }
     }
 
-    // The numbers that the daemon would read now.
-    void ReadNumbers(const TypeColumn& column, std::set<long>& numbers)
+    bool HasSid(const TypeColumn& column)
     {
-        const std::string sql = "select distinct coalesce(cast(" + quoted(column.name) +
-                                " as integer),0) from " + quoted(column.table) + " where " +
-                                column.where + " limit " + std::to_string(kValuesRead);
-        for (const std::string& value : m_db.Column(sql))
+        return m_db.Problem("select SID from " + quoted(column.table)).empty();
+    }
+
+    // The numbers that the daemon would read now.
+    void ReadNumbers(const TypeColumn& column, Numbers& numbers)
+    {
+        const bool hasSid = HasSid(column);
+        const std::string sql = "select coalesce(cast(" + quoted(column.name) + " as integer),0)," +
+                                (hasSid ? "min(SID)" : "''") + " from " + quoted(column.table) +
+                                " where " + column.where + " group by 1 limit " +
+                                std::to_string(kValuesRead);
+        for (const auto& row : m_db.Rows(sql))
         {
-            numbers.insert(cell_number(value));
+            numbers.insert({cell_number(row[0]),
+                            (hasSid ? "SID " + row[1] : "a row") + " of " + column.table});
         }
+    }
+
+    // Bits beyond those of the kind, in the 32 that the daemon reads.
+    void CheckWidth(const TypeColumn& column)
+    {
+        const int bits = 8 * (m_iKind - 1);
+        if (m_iKind < 2)
+        {
+            return;
+        }
+        const std::string read = "(cast(" + quoted(column.name) + " as integer)&4294967295)";
+        const bool hasSid = HasSid(column);
+        const std::vector<CCheckDatabase::Row> rows = m_db.Rows(
+            "select " + read + "," + (hasSid ? "SID" : "''") + " from " + quoted(column.table) +
+            " where " + column.where + " and " + read + ">>" + std::to_string(bits) + "<>0");
+        if (rows.empty())
+        {
+            return;
+        }
+        const int value = static_cast<int>(std::strtoul(rows[0][0].c_str(), nullptr, 10));
+        const std::string more =
+            rows.size() > 1 ? "and " + std::to_string(rows.size() - 1) + " more" : "";
+        const std::string sid = hasSid ? "SID " + rows[0][1] : "";
+        const std::string rest = sid + (sid.empty() || more.empty() ? "" : ", ") + more;
+        Warn("kind-narrow", column.table + "." + column.name + " holds " + std::to_string(value) +
+                                (rest.empty() ? "" : " (" + rest + ")") +
+                                ", which has bits beyond the " + std::to_string(bits) +
+                                " of kind " + std::to_string(m_iKind) + ": they are not posted; " +
+                                kind_for(value));
+    }
+
+    static std::string kind_for(int value)
+    {
+        for (int kind = 3; kind <= 4; ++kind)
+        {
+            if (static_cast<unsigned>(value) >> (8 * (kind - 1)) == 0)
+            {
+                return "kind " + std::to_string(kind) + " has " + std::to_string(8 * (kind - 1));
+            }
+        }
+        return "no kind has as many";
     }
 
     void CheckTexts(const TypeColumn& column)
@@ -168,16 +221,17 @@ private:
         }
     }
 
-    void CheckFallback(const std::set<long>& numbers)
+    // An empty text that is there is meant: the value is to be left out.
+    void CheckFallback(const Numbers& numbers)
     {
-        if (!m_ini.Text(kFieldSection, m_one.key + "x").empty())
+        if (HasText("x"))
         {
             return;
         }
         std::vector<std::string> dropped;
-        for (const long number : numbers)
+        for (const auto& [number, row] : numbers)
         {
-            if (m_ini.Text(kFieldSection, m_one.key + std::to_string(number)).empty())
+            if (!HasText(std::to_string(number)))
             {
                 dropped.push_back(std::to_string(number));
             }
@@ -192,58 +246,74 @@ private:
         Warn("fallback-missing", missing + "the value is left out, now for " + shown(dropped));
     }
 
-    void CheckBits(const std::set<long>& numbers)
+    bool HasText(const std::string& suffix) const
     {
-        std::set<int> bits;
-        std::set<std::string> wholes;
-        for (const long number : numbers)
+        return m_ini.Has(kFieldSection, m_one.key + suffix);
+    }
+
+    // Texts that are not there, and the first number that asks for one.
+    struct Missing
+    {
+        std::set<std::string> texts;
+        std::string example;
+    };
+
+    void CheckBits(const Numbers& numbers)
+    {
+        Missing leftOut; // nothing else of the number has a text: no pair at all
+        Missing partial;
+        for (const auto& [number, row] : numbers)
         {
-            const std::string whole =
-                format_text("%02X", static_cast<unsigned>(static_cast<int>(number)));
-            if (m_iKind == 2 && is_asked_for(2, whole) && whole.size() == 2 && number >= 0)
+            bool hasOther = false;
+            const std::vector<std::string> texts = MissingTexts(number, hasOther);
+            Missing& missing = hasOther ? partial : leftOut;
+            missing.texts.insert(texts.begin(), texts.end());
+            if (!texts.empty() && missing.example.empty())
             {
-                AddWhole(number, whole, wholes);
-                continue;
+                missing.example = row + ", which holds " + std::to_string(number) + " now";
             }
+        }
+        ReportMissing(leftOut, "left out for ");
+        ReportMissing(partial, "posted without a text for it for ");
+    }
+
+    // hasOther: a text that is not empty is posted for another bit.
+    // A whole 00 without a text is what most hosts want: nothing is posted while nothing is wrong.
+    std::vector<std::string> MissingTexts(long number, bool& hasOther) const
+    {
+        const std::string whole =
+            format_text("%02X", static_cast<unsigned>(static_cast<int>(number)));
+        std::vector<std::string> suffixes = {whole};
+        if (m_iKind != 2 || !is_asked_for(2, whole) || whole.size() != 2)
+        {
+            suffixes.clear();
             for (int bit = 0; bit < 8 * (m_iKind - 1); ++bit)
             {
                 if (((static_cast<unsigned long>(number) >> bit) & 1U) != 0)
                 {
-                    bits.insert(bit);
+                    suffixes.push_back(std::to_string(bit));
                 }
             }
         }
-        ReportBits(bits, wholes);
-    }
-
-    // A whole 00 without a text is what most hosts want: nothing is posted while nothing is wrong.
-    void AddWhole(long number, const std::string& whole, std::set<std::string>& wholes) const
-    {
-        if (number != 0 && m_ini.Text(kFieldSection, m_one.key + whole).empty())
-        {
-            wholes.insert(whole);
-        }
-    }
-
-    void ReportBits(const std::set<int>& bits, const std::set<std::string>& wholes)
-    {
         std::vector<std::string> missing;
-        for (const int bit : bits)
+        for (const std::string& suffix : suffixes)
         {
-            if (!m_ini.Has(kFieldSection, m_one.key + std::to_string(bit)))
+            hasOther = hasOther || !m_ini.Text(kFieldSection, m_one.key + suffix).empty();
+            if (number != 0 && !HasText(suffix))
             {
-                missing.push_back(m_one.key + std::to_string(bit));
+                missing.push_back(m_one.key + suffix);
             }
         }
-        for (const std::string& whole : wholes)
+        return missing;
+    }
+
+    void ReportMissing(const Missing& missing, const std::string& effect)
+    {
+        if (!missing.texts.empty())
         {
-            missing.push_back(m_one.key + whole);
-        }
-        if (!missing.empty())
-        {
-            Warn("bit-label-missing", "there is no " + shown(missing) +
-                                          ", and a device has such a value now: it is posted "
-                                          "without a text for it");
+            Warn("bit-label-missing", "there is no " +
+                                          shown({missing.texts.begin(), missing.texts.end()}) +
+                                          ": " + m_one.column + " is " + effect + missing.example);
         }
     }
 

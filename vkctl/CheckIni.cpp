@@ -47,8 +47,10 @@ void check_key_line(const CIniFile& ini, const IniItem& item, CFindings& finding
         findings.Error(place, "section-indented",
                        item.key +
                            " does not begin in the first column, so it is a key and no "
-                           "section header: the keys below it stay in section [" +
-                           item.section + "]; remove the blanks in front of it");
+                           "section header: the keys below it " +
+                           (item.section.empty() ? "stand in no section"
+                                                 : "stay in section [" + item.section + "]") +
+                           "; remove the blanks in front of it");
     }
     else if (!item.hasEquals && !item.key.empty() && !begins_with(line, kBom))
     {

@@ -142,7 +142,7 @@ void check_servers(const CIniFile& ini, CFindings& findings)
     for (const ConfiguredUrl& one : urls)
     {
         const std::string server = server_of(one.url);
-        if (is_https(one.url) && !server.empty() && asked.insert(server).second)
+        if (is_https_server(one.url) && !server.empty() && asked.insert(server).second)
         {
             report(one, server, shake_hands(one.url, ini.Text("POST", "CA")), findings);
         }

@@ -101,13 +101,20 @@ void check_sections(const CIniFile& ini, CFindings& findings)
     }
 }
 
+// A section header that is none, as blanks or a byte order mark stand in front of it.
+bool is_lost_header(const std::string& key)
+{
+    return key.compare(0, 1, "[") == 0 || key.compare(0, 4, "\xEF\xBB\xBF[") == 0;
+}
+
 // Keys in front of the first section. The first one tells of all; a lost first header has been
 // told already.
 void check_homeless_keys(const CIniFile& ini, CFindings& findings)
 {
     for (const IniItem& item : ini.Items())
     {
-        if (item.kind == IniItemKind::kSection || (item.line == 1 && !item.hasEquals))
+        if (item.kind == IniItemKind::kSection ||
+            (item.kind == IniItemKind::kKey && is_lost_header(item.key)))
         {
             return;
         }

@@ -10,6 +10,7 @@ namespace
 {
 
 constexpr char kPhaseStall[] = "stalls the start of the daemon, and each new search, for 100 s";
+constexpr int kPhaseStallS = 100;
 
 Place data_place()
 {
@@ -52,12 +53,34 @@ void check_needs(const CCatalogue& catalogue, const std::string& name,
     }
 }
 
+// Without a table the search fails itself; without SID or Name it fails at the first camera.
+bool fails_for_cameras(CCheckDatabase& db, const HostTable* names)
+{
+    const std::vector<std::string> searched = {"Kind", "State", "DataMode"};
+    return names == nullptr ||
+           (names->Lacks(searched).empty() &&
+            db.Value("select count(*) from tbSM where Kind=3072 and State=0 and DataMode=1") !=
+                "0");
+}
+
+// What it costs when the searches for names and for inputs both fail.
+std::string names_stall(bool cameras)
+{
+    return std::string("no device, input, output or camera can be posted, and the searches for ") +
+           (cameras ? "names, inputs and cameras" : "names and inputs") +
+           " stall the start of the daemon, and each new search, for " +
+           std::to_string((cameras ? 3 : 2) * kPhaseStallS) + " s";
+}
+
 void check_names_table(CCheckDatabase& db, const CCatalogue& catalogue, CFindings& findings)
 {
+    const bool cameras = fails_for_cameras(db, catalogue.FindAnyCase("tbSM"));
     check_needs(
         catalogue, "tbSM",
-        {{{"SID", "Name", "Note", "Tag1", "ASubSys"},
-          std::string("no device, input or output can be posted, and the search for names ") +
+        {{{"SID", "Name"}, names_stall(cameras)},
+         {{"Note", "Tag1", "ASubSys"},
+          std::string("no device, input, output or camera can be posted, and the search for "
+                      "inputs ") +
               kPhaseStall},
          {{"Kind", "State", "DataMode"},
           std::string("no camera is found, and the search for them ") + kPhaseStall},
@@ -279,12 +302,8 @@ void check_tables(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFil
     check_two_lists(catalogue, ini, findings);
 }
 
-bool check_alarm_table(CCheckDatabase& db, const CIniFile& ini, CFindings& findings)
+bool check_alarm_table(CCheckDatabase& db, CFindings& findings)
 {
-    if (ini.Text("POST", "AlmUrl").empty())
-    {
-        return false;
-    }
     const Place place{kAlarmDb, 0};
     HostTable table;
     try

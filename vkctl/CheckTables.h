@@ -15,6 +15,6 @@ void check_tables(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFil
                   CFindings& findings);
 
 // tbSMAlarm of the alarm database. False when no alarm could be read from it.
-bool check_alarm_table(CCheckDatabase& db, const CIniFile& ini, CFindings& findings);
+bool check_alarm_table(CCheckDatabase& db, CFindings& findings);
 
 } // namespace vkctl

@@ -208,8 +208,9 @@ void check_url(const ConfiguredUrl& one, CFindings& findings)
 
 void check_tls(const CIniFile& ini, const std::vector<ConfiguredUrl>& urls, CFindings& findings)
 {
-    const auto secure = std::find_if(urls.begin(), urls.end(),
-                                     [](const ConfiguredUrl& one) { return is_https(one.url); });
+    const auto secure =
+        std::find_if(urls.begin(), urls.end(),
+                     [](const ConfiguredUrl& one) { return is_https_server(one.url); });
     const bool hasCa = !ini.Text(kPost, "CA").empty();
     if (secure != urls.end() && !hasCa)
     {
@@ -229,6 +230,12 @@ void check_tls(const CIniFile& ini, const std::vector<ConfiguredUrl>& urls, CFin
 bool is_https(const std::string& url)
 {
     return url.find("https://") != std::string::npos;
+}
+
+bool is_https_server(const std::string& url)
+{
+    std::string ignored;
+    return is_https(url) && scheme_of(url, ignored) == "https";
 }
 
 UrlLists url_lists(const CIniFile& ini)

@@ -29,8 +29,12 @@ struct UrlLists
 
 UrlLists url_lists(const CIniFile& ini);
 
-// The daemon's own test: the text anywhere in the URL.
+// The daemon's own test, by which it gives a transfer its rules of verification: the text anywhere
+// in the URL.
 bool is_https(const std::string& url);
+
+// Whether a connection to the URL follows these rules: they change nothing about plain http.
+bool is_https_server(const std::string& url);
 
 void check_urls(const CIniFile& ini, CFindings& findings);
 

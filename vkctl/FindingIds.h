@@ -77,6 +77,7 @@ constexpr std::array kFindingIds = {
     "column-missing",
     "column-not-posted",
     "kind-unknown",
+    "kind-narrow",
     "key-ambiguous",
     "fallback-missing",
     "bit-label-unused",

@@ -56,7 +56,7 @@ std::vector<CheckCase> certificate_cases()
         {"ca-missing",
          {url, ca},
          "vkApp.ini:N: error: CA ca.pem cannot be read: nothing is posted to any https server",
-         {ca}},
+         {ca, "POST/Url=http://a/?from=https://b/"}},
         {"ca-missing",
          {url, ca, "write ca.pem not a certificate"},
          "vkApp.ini:N: error: CA ca.pem holds no certificate in PEM form: nothing is posted to any "

@@ -90,6 +90,12 @@ TEST(CheckCommandTest, AFileThatCannotBeReadWins)
     }
 }
 
+TEST(CheckCommandTest, AnAlarmDatabaseThatNobodyReadsNeedNotBeThere)
+{
+    const CCheckedHost host({"POST/AlmUrl=", "remove tmp/dbData.db3"});
+    EXPECT_EQ(check_run(host, {"--strict"}).exitStatus, 0);
+}
+
 TEST(CheckCommandTest, WhatTheOtherFilesTellIsToldAllTheSame)
 {
     const CCheckedHost host({"POST/Fmt0=%d", "remove tmp/dbDat0.db3"});

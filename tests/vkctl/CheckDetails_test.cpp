@@ -18,6 +18,11 @@ std::vector<CheckCase> unread_cases()
           "tbUpsitem",
           "POST.Detail/tbUpsItem"}},
         {"key-unread",
+         {"POST.Detail/TBUPSITEM=200"},
+         "vkApp.ini:N: warning: there is no table TBUPSITEM, so TBUPSITEM in section [POST.Detail] "
+         "has no effect; did you mean tbUpsItem?",
+         {"POST.Detail/TBUPSITEM=200", "POST.Detail/tbUpsItem=1", "POST.Master/tbUps=TBUPSITEM"}},
+        {"key-unread",
          {"POST.General/tbUps.0=1"},
          "vkApp.ini:N: warning: nothing reads tbUps.0: tbUps is no general table",
          {"POST.General/tbGenEnergy.0=2"}},
@@ -67,6 +72,11 @@ std::vector<CheckCase> mode_cases()
          "is "
          "appended, and each device of tbTempChain that has rows in it stalls every sweep for 15 s",
          {"POST.Detail/tbTempPoint=201", "data: alter table tbTempPoint add column val"}},
+        {"detail-columns",
+         {"POST.Detail/TBUPSITEM=103", "POST.Detail/tbUpsItem=1", "POST.Master/tbUps=TBUPSITEM"},
+         "vkApp.ini:N: error: tbUpsItem has no column dat0, which mode 103 reads: nothing of it is "
+         "appended, and each device of tbUps that has rows in it stalls every sweep for 15 s",
+         {"POST.Detail/TBUPSITEM=202", "POST.Detail/tbUpsItem=1", "POST.Master/tbUps=TBUPSITEM"}},
         {"detail-unused",
          {"POST.Master/tbUps"},
          "vkApp.ini:N: warning: tbUpsItem=200, but no device table names it: nothing of it is "
@@ -89,6 +99,16 @@ std::vector<CheckCase> master_cases()
          "vkApp.ini:N: error: tbupsitem is no detail table: nothing of it is appended to the "
          "devices of tbUps; give it a mode in section [POST.Detail]; did you mean tbUpsItem?",
          {"POST.Master/tbUps="}},
+        {"master-not-detail",
+         {"POST.Master/tbUps=tbNo"},
+         "vkApp.ini:N: error: there is no table tbNo: nothing of it is appended to the devices of "
+         "tbUps",
+         {"POST.Master/tbUps=tbUpsItem"}},
+        {"master-not-detail",
+         {"POST.Detail/tbUpsItem=yes"},
+         "vkApp.ini:N: error: tbUpsItem has the mode 0 in section [POST.Detail]: nothing of it is "
+         "appended to the devices of tbUps; the modes that append are 100 to 103 and 200 to 202",
+         {"POST.Detail/tbUpsItem=201"}},
         {"master-columns",
          {"POST.Master/tbTempHum.flds=5"},
          "vkApp.ini:N: warning: tbTempHum.flds=5, but tbTempHum has 4 columns behind the first "
@@ -157,6 +177,12 @@ std::vector<CheckCase> row_cases()
          {"data: alter table tbExtUps rename to tbextups2; alter table tbextups2 rename to "
           "tbextups",
           "POST.Detail/tbextups=1"}},
+        {"extension-missing",
+         {"POST.Ext.257/\"tb ext\"=3"},
+         "vkApp.ini:N: error: there is no table \"tb ext\": nothing of it is appended to the "
+         "devices of type 257",
+         {"POST.Ext.257/\"tb ext\"=3", "POST.Ext.257/\"tb ext\".flds=1", "POST.Detail/tb ext=1",
+          "data: create table \"tb ext\" as select * from tbExtUps"}},
         {"extension-missing",
          {"data: alter table tbExtUps rename column Type to Kind"},
          "vkApp.ini:N: error: tbExtUps has no column Type: nothing of it is appended to the "

@@ -101,6 +101,11 @@ std::vector<CheckCase> text_label_cases()
          "vkApp.ini:N: note: there is no 257.Runx for values without a text: such a value is left "
          "out; there is none now",
          {drop, hide}},
+        {"fallback-missing",
+         {"POST.xFld/257.Runx", "POST.xFld/257.Run7=", drop},
+         "vkApp.ini:N: note: there is no 257.Runx for values without a text: such a value is left "
+         "out; there is none now",
+         {"POST.xFld/257.Runx=", drop}},
         {"value-not-integer",
          {"data: update tbUps set Run='on' where SID=1001"},
          "vkApp.ini:N: warning: tbUps.Run holds \"on\", and kind 1 reads numbers: it is taken as 0",
@@ -113,8 +118,30 @@ std::vector<CheckCase> text_label_cases()
     };
 }
 
+std::vector<CheckCase> width_cases()
+{
+    return {
+        {"kind-narrow",
+         {"data: update tbUps set Alm=256 where SID=1001"},
+         "vkApp.ini:N: warning: tbUps.Alm holds 256 (SID 1001), which has bits beyond the 8 of "
+         "kind 2: they are not posted; kind 3 has 16",
+         {"data: update tbUps set Alm=255 where SID=1001"}},
+        {"kind-narrow",
+         {"data: update tbUps set Alm=-1"},
+         "vkApp.ini:N: warning: tbUps.Alm holds -1 (SID 1001, and 1 more), which has bits beyond "
+         "the 8 of kind 2: they are not posted; no kind has as many",
+         {"data: update tbUps set Alm=-1", "POST.xFld/257.Alm=1", "POST.xFld/771.Alm=1"}},
+        {"kind-narrow",
+         {"data: update tbExtUps set SysLoad=65536", "POST.xFld/257.SysLoad=3"},
+         "vkApp.ini:N: warning: tbExtUps.SysLoad holds 65536, which has bits beyond the 16 of kind "
+         "3: they are not posted; kind 4 has 24",
+         {"data: update tbExtUps set SysLoad=65535", "POST.xFld/257.SysLoad=3"}},
+    };
+}
+
 std::vector<CheckCase> bit_label_cases()
 {
+    const std::string whole = "data: update tbUps set Alm=15 where SID=1001";
     const std::string bit3 = "data: update tbUps set Alm=8 where SID=1001";
     return {
         {"bit-label-unused",
@@ -147,14 +174,27 @@ std::vector<CheckCase> bit_label_cases()
          {"POST.xFld/257.Load=1", "POST.xFld/257.Load1=x"}},
         {"bit-label-missing",
          {"POST.xFld/257.Alm3", bit3},
-         "vkApp.ini:N: warning: there is no 257.Alm3, and a device has such a value now: it is "
-         "posted without a text for it",
+         "vkApp.ini:N: warning: there is no 257.Alm3: Alm is left out for SID 1001 of tbUps, which "
+         "holds 8 now",
          {"POST.xFld/257.Alm3=", bit3}},
         {"bit-label-missing",
-         {"POST.xFld/257.Alm0F", "data: update tbUps set Alm=15 where SID=1001"},
-         "vkApp.ini:N: warning: there is no 257.Alm0F, and a device has such a value now: it is "
-         "posted without a text for it",
+         {"POST.xFld/257.Alm3", "data: update tbUps set Alm=9 where SID=1001"},
+         "vkApp.ini:N: warning: there is no 257.Alm3: Alm is posted without a text for it for SID "
+         "1001 of tbUps, which holds 9 now",
+         {"POST.xFld/257.Alm3=", "data: update tbUps set Alm=9 where SID=1001"}},
+        {"bit-label-missing",
+         {"POST.xFld/257.Alm0F", whole},
+         "vkApp.ini:N: warning: there is no 257.Alm0F: Alm is left out for SID 1001 of tbUps, "
+         "which holds 15 now",
          {"POST.xFld/257.Alm00", "data: update tbUps set Alm=0"}},
+        {"bit-label-missing",
+         {"POST.xFld/257.Alm0F", "POST.xFld/257.Alm3", "data: update tbUps set Alm=15",
+          "data: update tbUps set Alm=9 where SID=1001"},
+         "vkApp.ini:N: warning: there is no 257.Alm0F: Alm is left out for SID 1011 of tbUps, "
+         "which holds 15 now\n"
+         "vkApp.ini:N: warning: there is no 257.Alm3: Alm is posted without a text for it for SID "
+         "1001 of tbUps, which holds 9 now",
+         {"POST.xFld/257.Alm0F=", whole}},
     };
 }
 
@@ -162,7 +202,8 @@ std::vector<CheckCase> bit_label_cases()
 
 std::vector<CheckCase> field_cases()
 {
-    return joined({column_cases(), key_cases(), text_label_cases(), bit_label_cases()});
+    return joined(
+        {column_cases(), key_cases(), text_label_cases(), width_cases(), bit_label_cases()});
 }
 
 TEST(CheckLabelsTest, EachKindAsksForItsOwnTexts)

@@ -26,6 +26,11 @@ std::vector<CheckCase> text_cases()
          "section header: the keys below it stay in section [POST.xFld]; remove the blanks in "
          "front of it",
          {"+[ POST.DO ]\n Count = 3\n"}},
+        {"section-indented",
+         {"write vkApp.ini  [POST]\nUrl=http://a/\n"},
+         "vkApp.ini:N: error: [POST] does not begin in the first column, so it is a key and no "
+         "section header: the keys below it stand in no section; remove the blanks in front of it",
+         {"write vkApp.ini ; [POST]\nUrl=http://a/\n"}},
         {"line-without-value",
          {"POST/Timeout", "POST/Delay=5000\nTimeout 15"},
          "vkApp.ini:N: warning: \"Timeout 15\" has no \"=\": it is a key with an empty value; "

@@ -32,6 +32,11 @@ std::vector<CheckCase> unread_cases()
          "it below [POST]",
          {"^; Dept=ROOM-02\n"}},
         {"key-unread",
+         {"write vkApp.ini ; of the host\nUrl=http://a/\nDelay=9\n"},
+         "vkApp.ini:N: warning: nothing reads Url: it stands in front of the first section; move "
+         "it below [POST]",
+         {"write vkApp.ini ; of the host\n [POST]\nUrl=http://a/\n"}},
+        {"key-unread",
          {"POST.DO/count=3"},
          "vkApp.ini:N: warning: nothing reads count in section [POST.DO]; did you mean Count?",
          {"POST.DO/Count=2"}},

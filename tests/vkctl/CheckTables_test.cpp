@@ -19,6 +19,10 @@ std::vector<CheckCase> file_cases()
          "tmp/dbDat0.db3: error: cannot be read: unable to open database file",
          {"data: pragma journal_mode=wal"}},
         {"database-unreadable",
+         {"remove tmp/dbData.db3"},
+         "tmp/dbData.db3: error: cannot be read: unable to open database file",
+         {"remove tmp/dbData.db3", "POST/AlmUrl="}},
+        {"database-unreadable",
          {"write tmp/dbData.db3 This text is long enough, but it is no database at all."},
          "tmp/dbData.db3: error: cannot be read: file is not a database",
          {"alarms: delete from tbSMAlarm"}},
@@ -38,10 +42,28 @@ std::vector<CheckCase> required_cases()
     return {
         {"table-required",
          {"data: drop table tbSM"},
-         "tmp/dbDat0.db3: error: there is no table tbSM: no device, input or output can be posted, "
-         "and the search for names " +
-             kStall,
+         "tmp/dbDat0.db3: error: there is no table tbSM: no device, input, output or camera can "
+         "be posted, and the searches for names, inputs and cameras stall the start of the daemon, "
+         "and each new search, for 300 s",
          {"data: alter table tbSM rename to x; create view tbSM as select * from x"}},
+        {"table-required",
+         {"data: alter table tbSM rename column Tag1 to X"},
+         "tmp/dbDat0.db3: error: tbSM has no column Tag1: no device, input, output or camera can "
+         "be posted, and the search for inputs " +
+             kStall,
+         {"data: alter table tbSM rename column LastUpd to X"}},
+        {"table-required",
+         {"data: alter table tbSM rename column Name to X"},
+         "tmp/dbDat0.db3: error: tbSM has no column Name: no device, input, output or camera can "
+         "be posted, and the searches for names, inputs and cameras stall the start of the daemon, "
+         "and each new search, for 300 s",
+         {"data: alter table tbSM rename column Name to NAME"}},
+        {"table-required",
+         {"data: update tbSM set DataMode=0; alter table tbSM rename column Name to X"},
+         "tmp/dbDat0.db3: error: tbSM has no column Name: no device, input, output or camera can "
+         "be posted, and the searches for names and inputs stall the start of the daemon, and each "
+         "new search, for 200 s",
+         {"data: update tbSM set DataMode=0"}},
         {"table-required",
          {"data: delete from tbSM"},
          "tmp/dbDat0.db3: error: tbSM has no row: the search for names " + kStall +

@@ -78,6 +78,15 @@ std::vector<CheckCase> form_cases()
          "vkApp.ini:N: warning: Url is https, but without CA nobody checks whose server it is; set "
          "CA to the authority's PEM file",
          {"POST/Url2=https://a/"}},
+        {"tls-unverified",
+         {"POST/Url=https://a/?from=http://b/"},
+         "vkApp.ini:N: warning: Url is https, but without CA nobody checks whose server it is; set "
+         "CA to the authority's PEM file",
+         {"POST/Url=http://a/?from=https://b/"}},
+        {"ca-unused",
+         {"POST/CA=ca.pem", "POST/Url=http://a/?from=https://b/"},
+         "vkApp.ini:N: warning: CA has no effect: no URL in use begins with https://",
+         {"POST/CA=ca.pem", "POST/Url=https://a/"}},
         {"ca-unused",
          {"POST/CA=ca.pem"},
          "vkApp.ini:N: warning: CA has no effect: no URL in use begins with https://",
