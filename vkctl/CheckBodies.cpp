@@ -5,6 +5,7 @@
 #include <iostream>
 
 #include "vkctl/CheckNames.h"
+#include "vkctl/CheckSettings.h"
 #include "vkctl/PreviewEncoding.h"
 #include "vkctl/Progress.h"
 
@@ -185,7 +186,7 @@ void CBodyCheck::CheckEncoding(const PreviewBody& body)
         }
         return;
     }
-    const std::string lost = encode_body(body.text).lost;
+    const std::string lost = m_fitsForm ? encode_body(body.text).lost : "";
     if (lost.empty())
     {
         return;
@@ -243,15 +244,18 @@ void CBodyCheck::Report(const CIniFile& ini, CFindings& findings) const
         findings.Warning(ini.At("POST", "Encoding"), "character-lost",
                          CAppPost::m_sEncoding + " cannot express " + shown_character(character) +
                              ", which this file or the daemon itself puts into " +
-                             std::to_string(one.count) + " bodies (the first is of the kind " +
-                             one.what + "): they are cut there");
+                             (one.count == 1 ? "a body (of the kind " + one.what + "): it is"
+                                             : std::to_string(one.count) +
+                                                   " bodies (the first is of the kind " + one.what +
+                                                   "): they are") +
+                             " cut there");
     }
 }
 
 void check_bodies(const CIniFile& ini, bool alarms, bool progress, CFindings& findings)
 {
     CPreview preview(".");
-    CBodyCheck check;
+    CBodyCheck check(fits_form(CAppPost::m_sEncoding));
     CProgress shown(std::cerr, progress, "devices");
     PreviewSelection selection;
     if (alarms)

@@ -20,6 +20,9 @@ namespace vkctl
 class CBodyCheck
 {
 public:
+    // fitsForm: false for an encoding that no body survives, which is told elsewhere.
+    explicit CBodyCheck(bool fitsForm) : m_fitsForm(fitsForm) {}
+
     void Log(const std::string& line); // of the body that comes next
     void Body(const PreviewBody& body);
     void Report(const CIniFile& ini, CFindings& findings) const;
@@ -43,6 +46,7 @@ private:
     void CheckNames(const PreviewBody& body);
     void CheckEncoding(const PreviewBody& body);
 
+    const bool m_fitsForm;
     std::vector<std::string> m_vLeftOut; // log lines that wait for their body
     Examples m_full;
     Examples m_unescaped;

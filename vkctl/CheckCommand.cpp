@@ -3,13 +3,16 @@
 #include <unistd.h>
 
 #include <cstdlib>
+#include <cstring>
 #include <iostream>
 #include <memory>
 
 #include <CLI/CLI.hpp>
 
+#include "app/AppInternal.h"
 #include "vkctl/Check.h"
 #include "vkctl/CliError.h"
+#include "vkctl/Output.h"
 #include "vkctl/Progress.h"
 
 namespace vkctl
@@ -43,7 +46,9 @@ struct CheckArguments
 bool is_color_wanted()
 {
     const char* noColor = std::getenv("NO_COLOR");
-    return isatty(STDOUT_FILENO) != 0 && (noColor == nullptr || *noColor == '\0');
+    const char* terminal = std::getenv("TERM");
+    const bool isDumb = terminal != nullptr && std::strcmp(terminal, "dumb") == 0;
+    return isatty(STDOUT_FILENO) != 0 && !isDumb && (noColor == nullptr || *noColor == '\0');
 }
 
 int exit_status(bool readable, bool strict, const CFindings& findings)
@@ -59,19 +64,36 @@ int exit_status(bool readable, bool strict, const CFindings& findings)
     return strict && findings.Count(Severity::kWarning) > 0 ? kExitFailure : 0;
 }
 
+// A directory that cannot be entered is a finding too where a tool expects an object.
+bool check(const CheckArguments& arguments, CFindings& findings)
+try
+{
+    return check_host(arguments.options, findings);
+}
+catch (const CCliError& error)
+{
+    if (!arguments.json)
+    {
+        throw;
+    }
+    findings.Error({kConfigFile, 0}, "file-unreadable", error.what());
+    return false;
+}
+
 int run(CheckArguments& arguments)
 {
     CFindings findings;
     arguments.options.progress = is_progress_wanted();
-    const bool readable = check_host(arguments.options, findings);
+    const bool readable = check(arguments, findings);
     if (arguments.json)
     {
         print_findings_json(std::cout, findings);
+        flush_output();
     }
     else
     {
         print_findings(std::cout, findings, is_color_wanted());
-        std::cout << std::flush;
+        flush_output();
         const std::string summary = findings_summary(findings);
         std::cerr << (summary.empty() ? "nothing found" : summary) << "\n";
     }

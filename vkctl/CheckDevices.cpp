@@ -15,29 +15,31 @@ namespace
 constexpr int kFirstGeneralSid = 900;
 constexpr std::size_t kSidsShown = 3;
 
-// SIDs for a message: the first few, and how many there are.
+// SIDs for a message, each once: the first few, and how many there are.
 class CSidSample
 {
 public:
     void Add(int sid)
     {
-        ++m_nTotal;
-        if (m_vFirst.size() < kSidsShown)
+        if (m_all.insert(sid).second && m_vFirst.size() < kSidsShown)
         {
             m_vFirst.push_back(std::to_string(sid));
         }
     }
-    bool Empty() const { return m_nTotal == 0; }
+    bool Empty() const { return m_all.empty(); }
     std::string Text() const
     {
-        return (m_nTotal == 1 ? "SID " : "SIDs ") + shortened_list(m_vFirst, m_nTotal);
+        return Verb("SID ", "SIDs ") + shortened_list(m_vFirst, m_all.size());
     }
     // The verb that goes with it.
-    const char* Verb(const char* one, const char* many) const { return m_nTotal == 1 ? one : many; }
+    const char* Verb(const char* one, const char* many) const
+    {
+        return m_all.size() == 1 ? one : many;
+    }
 
 private:
     std::vector<std::string> m_vFirst;
-    std::size_t m_nTotal = 0;
+    std::set<int> m_all;
 };
 
 struct KnownDevice
@@ -105,7 +107,9 @@ public:
         for (const auto& [earlier, sample] : elsewhere)
         {
             Warn("sid-twice", sample.Text() + " of " + earlier + sample.Verb(" stands", " stand") +
-                                  " in " + table.name + " too, and is posted from there only");
+                                  " in " + table.name +
+                                  sample.Verb(" too, and is", " too, and are") +
+                                  " posted from there only");
         }
     }
 
@@ -165,6 +169,23 @@ void check_rows_twice(CCheckDatabase& db, const std::string& from, const std::st
     }
 }
 
+void check_unnamed_inputs(CCheckDatabase& db, CFindings& findings)
+{
+    CSidSample sample;
+    for (const std::string& sid :
+         db.Column("select distinct x.SID from tbSubSysDetail x left join tbSM s on s.SID=x.SID"
+                   " where x.SID<>x.SIDD and x.State>=0 and coalesce(s.Name,'')='' order by 1"))
+    {
+        sample.Add(cell_number(sid));
+    }
+    if (!sample.Empty())
+    {
+        findings.Warning({kDataDb, 0}, "device-unnamed",
+                         sample.Text() + " of tbSubSysDetail" + sample.Verb(" has", " have") +
+                             " no name in tbSM: sname is posted empty");
+    }
+}
+
 } // namespace
 
 void check_devices(CCheckDatabase& db, const CCatalogue& catalogue, CFindings& findings)
@@ -190,6 +211,10 @@ void check_devices(CCheckDatabase& db, const CCatalogue& catalogue, CFindings& f
     {
         check_rows_twice(db, "tbSubSysDetail where SID<>SIDD",
                          "tbSubSysDetail: the first of them is posted each time", findings);
+        if (inputs->Has("State"))
+        {
+            check_unnamed_inputs(db, findings);
+        }
     }
 }
 

@@ -104,12 +104,25 @@ void check_double(const CIniFile& ini, const IniItem& item, CFindings& findings)
     }
 }
 
-void check_encoding(const CIniFile& ini, const IniItem& item, CFindings& findings)
+// A file that was saved in another encoding is told once.
+void check_encoding(const CIniFile& ini, CFindings& findings)
 {
-    if (!is_utf8(item.key + item.value))
+    std::vector<const IniItem*> others;
+    for (const IniItem& item : ini.Items())
     {
-        findings.Warning(ini.At(item.line), "text-not-utf8",
-                         "the text of " + item.key +
+        if (item.kind == IniItemKind::kKey && !is_utf8(item.key + item.value))
+        {
+            others.push_back(&item);
+        }
+    }
+    if (!others.empty())
+    {
+        const std::size_t more = others.size() - 1;
+        const std::string rest = more == 1  ? " (and 1 more line)"
+                                 : more > 1 ? " (and " + std::to_string(more) + " more lines)"
+                                            : "";
+        findings.Warning(ini.At(others[0]->line), "text-not-utf8",
+                         "the text of " + others[0]->key + rest +
                              " is not UTF-8: it would be posted as it is, or cut there where "
                              "Encoding asks for another one; save the file as UTF-8");
     }
@@ -201,8 +214,8 @@ void check_ini_text(const CIniFile& ini, CFindings& findings)
         check_empty_key(ini, item, findings);
         check_cut(ini, item, findings);
         check_double(ini, item, findings);
-        check_encoding(ini, item, findings);
     }
+    check_encoding(ini, findings);
 }
 
 bool is_utf8(const std::string& text)

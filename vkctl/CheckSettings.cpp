@@ -323,6 +323,11 @@ void check_texts(const CIniFile& ini, CFindings& findings)
 
 } // namespace
 
+bool fits_form(const std::string& encoding)
+{
+    return !encoding.empty() && (!is_known_encoding(encoding) || keeps_form(encoding));
+}
+
 void check_settings(const CIniFile& ini, CFindings& findings)
 {
     check_sections(ini, findings);

@@ -11,6 +11,9 @@
 namespace vkctl
 {
 
+// False for an encoding that encoding-unfit is told of.
+bool fits_form(const std::string& encoding);
+
 void check_settings(const CIniFile& ini, CFindings& findings);
 
 } // namespace vkctl

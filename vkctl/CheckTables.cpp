@@ -151,8 +151,14 @@ void check_outputs(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFi
 // --- Device tables
 // --------------------------------------------------------------------------------------------
 
+// No key of vkApp.ini can spell every name: some characters begin a remark, a section or a value.
 std::string hide_advice(const std::string& table)
 {
+    if (table.find_first_of(";#=\r\n") != std::string::npos || table[0] == '[' || table[0] == ' ' ||
+        table.back() == ' ')
+    {
+        return "; rename it: no key of vkApp.ini can hold that name";
+    }
     return "; if it is no device table, list it in section [POST.Detail]: " + table + "=1";
 }
 

@@ -172,13 +172,21 @@ std::string scheme_of(const std::string& url, std::string& problem)
 
 void check_scheme(const ConfiguredUrl& one, const std::string& scheme, CFindings& findings)
 {
-    if (scheme != "http" && scheme != "https")
+    const bool isGuessed = one.url.find("://") == std::string::npos;
+    if (scheme != "http" && scheme != "https" && isGuessed)
+    {
+        findings.Error(one.place, "url-scheme",
+                       one.key + " names no protocol: " + scheme +
+                           " is guessed, where nothing can be posted to; write http:// or https:// "
+                           "in front");
+    }
+    else if (scheme != "http" && scheme != "https")
     {
         findings.Error(one.place, "url-scheme",
                        one.key + " begins with " + scheme +
                            "://, where nothing can be posted to; write http:// or https://");
     }
-    else if (one.url.find("://") == std::string::npos)
+    else if (isGuessed)
     {
         findings.Warning(one.place, "url-scheme",
                          one.key + " names no protocol: " + scheme +

@@ -1,5 +1,7 @@
 // Findings about the bodies that would be posted now.
 
+#include <gmock/gmock.h>
+
 #include "CheckTest.h"
 
 namespace
@@ -76,7 +78,7 @@ std::vector<CheckCase> encoding_cases()
         {"character-lost",
          {"POST/Encoding=GBK", "POST/DeptName=😀"},
          "vkApp.ini:N: warning: GBK cannot express \"😀\", which this file or the daemon itself "
-         "puts into 1 bodies (the first is of the kind host): they are cut there",
+         "puts into a body (of the kind host): it is cut there",
          {"POST/DeptName=😀"}},
         {"text-not-utf8",
          {"data: update tbSM set Name=cast(x'BBFAB7BF' as text) where SID=1001"},
@@ -97,4 +99,13 @@ std::vector<CheckCase> encoding_cases()
 std::vector<CheckCase> body_cases()
 {
     return joined({form_cases(), size_cases(), encoding_cases()});
+}
+
+TEST(CheckBodiesTest, AnEncodingThatFitsNoBodyIsToldOnce)
+{
+    for (const char* encoding : {"POST/Encoding=", "POST/Encoding=UTF-16", "POST/Encoding=IBM037"})
+    {
+        EXPECT_EQ(CCheckedHost({encoding}).Check("character-lost"), "") << encoding;
+        EXPECT_NE(CCheckedHost({encoding}).Check("encoding-unfit"), "") << encoding;
+    }
 }

@@ -112,6 +112,28 @@ TEST(CheckCommandTest, ADirectoryThatIsNotThereIsNamed)
                            "name the directory that vkApp.ini stands in\n");
 }
 
+TEST(CheckCommandTest, AsJsonItIsAFinding)
+{
+    const Outcome outcome = run_program({VKCTL_PROGRAM, "check", "--json", "/no/such/host"});
+    EXPECT_EQ(outcome.exitStatus, 74);
+    const nlohmann::json document = nlohmann::json::parse(outcome.out);
+    EXPECT_EQ(document.at("errors"), 1);
+    EXPECT_EQ(document.at("findings").at(0).at("id"), "file-unreadable");
+}
+
+TEST(CheckCommandTest, FindingsThatCannotBeWrittenAreAFailure)
+{
+    const CCheckedHost host({"POST/Dealy=100"});
+    const std::string run = std::string(VKCTL_PROGRAM) + " check --offline ";
+    for (const char* option : {"", "--json "})
+    {
+        const Outcome outcome =
+            run_program({"/bin/sh", "-c", run + option + host.Dir() + " >/dev/full"});
+        EXPECT_EQ(outcome.exitStatus, 74) << option;
+        EXPECT_THAT(outcome.err, HasSubstr("standard output cannot be written"));
+    }
+}
+
 TEST(CheckCommandTest, AnUnknownOptionIsAUsageError)
 {
     EXPECT_EQ(check_run(CCheckedHost(), {"--stric"}).exitStatus, 64);
@@ -133,6 +155,7 @@ TEST(CheckCommandTest, ColoursAreForTerminalsAndForThoseWhoWantThem)
     const std::vector<std::string> arguments = {VKCTL_PROGRAM, "check", host.Dir(), "--offline"};
     EXPECT_THAT(terminal_output(arguments, "NO_COLOR="), HasSubstr("\033[1;35mwarning:\033[0m "));
     EXPECT_THAT(terminal_output(arguments, "NO_COLOR=1"), Not(HasSubstr("\033[")));
+    EXPECT_THAT(terminal_output(arguments, "TERM=dumb"), Not(HasSubstr("\033[")));
     EXPECT_THAT(check_run(host).out, Not(HasSubstr("\033[")));
 }
 

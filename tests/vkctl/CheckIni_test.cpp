@@ -67,6 +67,12 @@ std::vector<CheckCase> text_cases()
          "vkApp.ini:N: warning: the text of DeptName is not UTF-8: it would be posted as it is, or "
          "cut there where Encoding asks for another one; save the file as UTF-8",
          {"POST/DeptName=机房"}},
+        {"text-not-utf8",
+         {"POST/Dept=\xBB\xFA", "POST/DeptName=\xBB\xFA", "POST/State0=\xB7\xBF"},
+         "vkApp.ini:N: warning: the text of Dept (and 2 more lines) is not UTF-8: it would be "
+         "posted as it is, or cut there where Encoding asks for another one; save the file as "
+         "UTF-8",
+         {"POST/Dept=A"}},
     };
 }
 

@@ -119,6 +119,12 @@ std::vector<CheckCase> search_cases()
          "syntax error), which " +
              kStall + "; if it is no device table, list it in section [POST.Detail]: tb-Ups=1",
          {"data: create table \"tb_Ups$\"(SID, Type, State, DateUpd)"}},
+        {"table-name",
+         {"data: create table \"tb;x\"(SID, Type, State, DateUpd)"},
+         "tmp/dbDat0.db3: error: the name tb;x does not stand in SQL without quotes (no such "
+         "table: tb), which " +
+             kStall + "; rename it: no key of vkApp.ini can hold that name",
+         {"data: create table tbx(SID, Type, State, DateUpd)"}},
         {"table-hidden",
          {"data: create table tbSmoke(SID, Type, State, DateUpd)"},
          "tmp/dbDat0.db3: warning: tbSmoke is never posted as a device or general table: its name "
@@ -200,6 +206,15 @@ std::vector<CheckCase> device_cases()
          "there only",
          {add + "(7001,2049,0,'')"}},
         {"sid-twice",
+         {add + "(1001,2049,0,''),(1011,2049,0,'')"},
+         "tmp/dbDat0.db3: warning: SIDs 1001 and 1011 of tbUps stand in tbTempHum too, and are "
+         "posted from there only",
+         {add + "(7001,2049,0,''),(7002,2049,0,'')"}},
+        {"sid-twice",
+         {make + "(7,0),(7,0),(7,0)"},
+         "tmp/dbDat0.db3: warning: SID 7 stands in several rows of tbX: only the first is posted",
+         {make + "(7,0)"}},
+        {"sid-twice",
          {make + "(7,0),(7,0)"},
          "tmp/dbDat0.db3: warning: SID 7 stands in several rows of tbX: only the first is posted",
          {make + "(7,0),(8,0)"}},
@@ -220,6 +235,12 @@ std::vector<CheckCase> device_cases()
          {"data: delete from tbSM where SID=1001"},
          "tmp/dbDat0.db3: warning: SID 1001 of tbUps has no name in tbSM: sname is posted empty",
          {"data: delete from tbSM where SID=1001; update tbUps set State=-1 where SID=1001"}},
+        {"device-unnamed",
+         {"data: update tbSM set Name='' where SID=101"},
+         "tmp/dbDat0.db3: warning: SID 101 of tbSubSysDetail has no name in tbSM: sname is posted "
+         "empty",
+         {"data: update tbSM set Name='' where SID=101;"
+          "update tbSubSysDetail set State=-1"}},
         {"device-unnamed",
          {"data: update tbSM set Name='' where SID in (select SID from tbUps)"},
          "tmp/dbDat0.db3: warning: SIDs 1001 and 1011 of tbUps have no name in tbSM: "

@@ -64,6 +64,11 @@ std::vector<CheckCase> form_cases()
          "http:// or https://",
          {"POST/Url=http://ftp/"}},
         {"url-scheme",
+         {"POST/Url=ftp.example/data"},
+         "vkApp.ini:N: error: Url names no protocol: ftp is guessed, where nothing can be posted "
+         "to; write http:// or https:// in front",
+         {"POST/Url=http://ftp.example/data"}},
+        {"url-scheme",
          {"POST/Url=a.example/data"},
          "vkApp.ini:N: warning: Url names no protocol: http is guessed; write it in front, such as "
          "http://a.example/data",
