@@ -129,6 +129,7 @@ private:
             if (column.posted && m_iKind >= 1 && m_iKind <= 4)
             {
                 CheckTexts(column);
+                CheckEmpty(column);
                 CheckWidth(column);
                 ReadNumbers(column, numbers);
             }
@@ -141,6 +142,25 @@ private:
         {
             CheckBits(numbers);
         }
+    }
+
+    // No value at all, where a text would be posted for 0.
+    void CheckEmpty(const TypeColumn& column)
+    {
+        const std::string fallback = m_ini.Text(kFieldSection, m_one.key + "x");
+        const std::string text = m_iKind == 1 ? m_ini.Text(kFieldSection, m_one.key + "0", fallback)
+                                              : m_ini.Text(kFieldSection, m_one.key + "00");
+        const std::string name = quoted(column.name);
+        if (m_iKind > 2 || text.empty() ||
+            m_db.Rows("select 1 from " + quoted(column.table) + " where " + column.where +
+                      " and (" + name + " is null or " + name + "='') limit 1")
+                .empty())
+        {
+            return;
+        }
+        Warn("value-not-integer",
+             column.table + "." + column.name +
+                 " holds no value in a row: it is taken as 0 and posted as \"" + text + "\"");
     }
 
     bool HasSid(const TypeColumn& column)

@@ -111,6 +111,11 @@ std::vector<CheckCase> text_label_cases()
          "vkApp.ini:N: warning: tbUps.Run holds \"on\", and kind 1 reads numbers: it is taken as 0",
          {"data: update tbUps set Run='2' where SID=1001"}},
         {"value-not-integer",
+         {"data: update tbUps set Run=''", "POST.xFld/257.Run0=off"},
+         "vkApp.ini:N: warning: tbUps.Run holds no value in a row: it is taken as 0 and posted as "
+         "\"off\"",
+         {"data: update tbUps set Run=null", "POST.xFld/257.Run0="}},
+        {"value-not-integer",
          {"data: update tbUps set Tem=31.5", "POST.xFld/257.Tem=1", "POST.xFld/257.Temx=?"},
          "vkApp.ini:N: warning: tbUps.Tem holds \"31.5\", and kind 1 reads numbers: it is taken as "
          "31",
