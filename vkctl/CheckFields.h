@@ -1,8 +1,9 @@
 // Section POST.xFld: kinds and texts of columns.
 //
 // key-unread, key-ambiguous, integer-invalid, kind-unknown, column-missing, column-not-posted,
-// type-unused, fallback-missing, bit-label-missing, bit-label-unused, value-not-integer,
-// value-unescaped. One query for each column that has a kind, none for each device.
+// type-unused, kind-narrow, fallback-missing, bit-label-missing, bit-label-unused,
+// value-not-integer, value-unescaped. One query for each column that has a kind, none for each
+// device.
 #pragma once
 
 #include "vkctl/CheckCatalogue.h"
