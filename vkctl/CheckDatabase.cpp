@@ -17,11 +17,8 @@ constexpr char kBusy[] = "locked by another process for too long; try again";
 CCheckDatabase::CCheckDatabase(const std::string& path)
 try : m_strPath(path), m_db(path, vkdb::kBusyWaitMs, vkdb::CDatabase::Policy::kNoTouch)
 {
-    if (!m_db.Open(nullptr, 0))
-    {
-        m_db.QryFree(Start("select 1 from sqlite_master")); // throws the reason
-        throw CCheckProblem(kBusy);
-    }
+    // A query and not Open, which would wait for a lock just as long and not tell the reason.
+    m_db.QryFree(Start("select 1 from sqlite_master"));
 }
 catch (const vkdb::CSqliteFailure& failure)
 {

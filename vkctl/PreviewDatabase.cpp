@@ -42,12 +42,13 @@ std::string table_of(const std::string& sql)
 CPreviewDatabase::CPreviewDatabase(const std::string& path, int busyMs)
 try : m_db(path, busyMs, vkdb::CDatabase::Policy::kNoTouch)
 {
-    if (!m_db.Open(nullptr, 0))
+    // A query and not Open, which would wait for a lock just as long and not tell the reason.
+    const int query = m_db.QryExec("select 1 from sqlite_master", -1);
+    if (query < 0)
     {
-        const int query = m_db.QryExec("select 1 from sqlite_master", -1); // throws the reason
-        m_db.QryFree(query);
         refuse(path, SQLITE_BUSY, "locked by another process for too long; try again");
     }
+    m_db.QryFree(query);
 }
 catch (const vkdb::CSqliteFailure& failure)
 {
