@@ -49,7 +49,7 @@ try
     const CCatalogue catalogue(db, ini);
     check_tables(db, catalogue, ini, findings);
     check_devices(db, catalogue, findings);
-    check_details(catalogue, ini, findings);
+    check_details(db, catalogue, ini, findings);
     check_generals(catalogue, ini, findings);
     check_masters(catalogue, ini, findings);
     check_extensions(db, catalogue, ini, findings);

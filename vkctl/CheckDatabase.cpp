@@ -119,4 +119,10 @@ std::string quoted(const std::string& name)
     return text + "\"";
 }
 
+std::string is_no_integer(const std::string& column)
+{
+    return "(typeof(" + column + ")='text' and trim(" + column + ") glob '*[^0-9+-]*' or typeof(" +
+           column + ")='real' and " + column + "<>cast(" + column + " as integer))";
+}
+
 } // namespace vkctl

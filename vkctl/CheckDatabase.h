@@ -48,4 +48,8 @@ int cell_number(const std::string& cell);
 // A name as SQL takes it whatever it holds.
 std::string quoted(const std::string& name);
 
+// The SQL condition that the daemon, reading the column as an integer, would take it for another
+// value than it holds: a text that is no number, or a fraction. For a quoted name.
+std::string is_no_integer(const std::string& column);
+
 } // namespace vkctl

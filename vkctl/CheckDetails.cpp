@@ -1,6 +1,7 @@
 #include "vkctl/CheckDetails.h"
 
 #include <algorithm>
+#include <cstdlib>
 #include <map>
 
 #include "vkctl/CheckNames.h"
@@ -121,6 +122,31 @@ void check_columns(const HostTable& table, const CIniFile& ini, const std::strin
                            ", which mode " + std::to_string(mode) +
                            " reads: nothing of it is appended, and each device of " + masters[0] +
                            " that has rows in it stalls every sweep for 15 s");
+    }
+}
+
+// The modes below 200 read and print integers only.
+void check_numbers(CCheckDatabase& db, const HostTable& table, const CIniFile& ini,
+                   const std::string& key, CFindings& findings)
+{
+    const int mode = ini.Int(kDetail, key);
+    if (!prints(mode) || mode >= 200 || masters_of(ini, key).empty() ||
+        !table.Lacks(mode_columns().at(mode)).empty())
+    {
+        return;
+    }
+    for (const std::string& column : mode_columns().at(mode))
+    {
+        const std::string value =
+            db.Value("select " + quoted(column) + " from " + quoted(table.name) + " where " +
+                     is_no_integer(quoted(column)) + " limit 1");
+        if (!value.empty())
+        {
+            findings.Warning(ini.At(kDetail, key), "value-not-integer",
+                             table.name + "." + column + " holds \"" + value + "\", and mode " +
+                                 std::to_string(mode) + " prints integers: it is posted as " +
+                                 std::to_string(std::strtol(value.c_str(), nullptr, 10)));
+        }
     }
 }
 
@@ -281,7 +307,8 @@ void check_master(const CCatalogue& catalogue, const CIniFile& ini, const std::s
 
 } // namespace
 
-void check_details(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings)
+void check_details(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                   CFindings& findings)
 {
     for (const std::string& key : ini.Keys(kDetail))
     {
@@ -299,6 +326,7 @@ void check_details(const CCatalogue& catalogue, const CIniFile& ini, CFindings& 
         }
         check_mode(ini, key, findings);
         check_columns(*table, ini, key, findings);
+        check_numbers(db, *table, ini, key, findings);
     }
 }
 

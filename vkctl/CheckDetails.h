@@ -11,7 +11,8 @@
 namespace vkctl
 {
 
-void check_details(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings);
+void check_details(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                   CFindings& findings);
 void check_generals(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings);
 void check_masters(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings);
 

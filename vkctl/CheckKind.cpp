@@ -176,9 +176,7 @@ private:
         const std::string name = quoted(column.name);
         const std::string text =
             m_db.Value("select " + name + " from " + quoted(column.table) + " where " +
-                       column.where + " and (typeof(" + name + ")='text' and trim(" + name +
-                       ") glob '*[^0-9+-]*' or typeof(" + name + ")='real' and " + name +
-                       "<>cast(" + name + " as integer)) limit 1");
+                       column.where + " and " + is_no_integer(name) + " limit 1");
         if (!text.empty())
         {
             Warn("value-not-integer", column.table + "." + column.name + " holds \"" + text +

@@ -77,6 +77,11 @@ std::vector<CheckCase> mode_cases()
          "vkApp.ini:N: error: tbUpsItem has no column dat0, which mode 103 reads: nothing of it is "
          "appended, and each device of tbUps that has rows in it stalls every sweep for 15 s",
          {"POST.Detail/TBUPSITEM=202", "POST.Detail/tbUpsItem=1", "POST.Master/tbUps=TBUPSITEM"}},
+        {"value-not-integer",
+         {"data: update tbBatCell set Vol=2.25 where Addr=1"},
+         "vkApp.ini:N: warning: tbBatCell.Vol holds \"2.25\", and mode 100 prints integers: it is "
+         "posted as 2",
+         {"data: update tbBatCell set Vol=2.0 where Addr=1"}},
         {"detail-unused",
          {"POST.Master/tbUps"},
          "vkApp.ini:N: warning: tbUpsItem=200, but no device table names it: nothing of it is "
