@@ -103,8 +103,7 @@ Try try_tables(CAppPost& app, int tryNumber)
     return Try::kFailed;
 }
 
-// --- Rows of one SID list
-// --------------------------------------------------------------------------
+// --- Rows of one SID list ------------------------------------------------------------------------
 
 // What differs between the phases that read a list of SIDs row by row.
 struct SidReader
@@ -184,8 +183,7 @@ void add_camera(CAppPost& app, int iqry, const std::string&)
     app.m_vCamTry.push_back(0);
 }
 
-// --- Phases
-// ------------------------------------------------------------------------------------------
+// --- Phases --------------------------------------------------------------------------------------
 
 // Up to kTries tries with their pauses. attempt(n) makes try n, counted from 1.
 template <typename Attempt> void with_tries(CAppPost& app, Attempt attempt)

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cstring>
 
+#include "vkctl/CheckNames.h"
+
 namespace vkctl
 {
 
@@ -154,6 +156,14 @@ std::vector<const HostTable*> CCatalogue::OfType(int type) const
         }
     }
     return tables;
+}
+
+void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const std::string& section,
+                      const std::string& key, const std::string& table, CFindings& findings)
+{
+    findings.Warning(ini.At(section, key), "key-unread",
+                     "there is no table " + table + ", so " + key + " in section [" + section +
+                         "] has no effect" + did_you_mean(likely_name(table, catalogue.Names())));
 }
 
 } // namespace vkctl

@@ -10,6 +10,7 @@
 
 #include "vkctl/CheckDatabase.h"
 #include "vkctl/CheckIni.h"
+#include "vkctl/Finding.h"
 
 namespace vkctl
 {
@@ -65,6 +66,10 @@ private:
     std::vector<HostTable> m_vTables;
     std::map<int, std::vector<std::string>> m_types; // type -> device tables
 };
+
+// key-unread: the key in the section names a table that does not exist.
+void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const std::string& section,
+                      const std::string& key, const std::string& table, CFindings& findings);
 
 // The columns in front of a device table's values: they make the head and are not posted.
 constexpr int kLeadingColumns = 8;

@@ -13,7 +13,6 @@ namespace
 {
 
 constexpr char kSectionStart[] = "POST.Ext.";
-constexpr char kCount[] = ".flds";
 
 std::string text_of(int number)
 {
@@ -23,7 +22,7 @@ std::string text_of(int number)
 // One more than the number of the last column that may be posted, counted from 1.
 int64_t field_end(const CIniFile& ini, const std::string& section, const std::string& key)
 {
-    const int64_t count = ini.Int(section, key + kCount);
+    const int64_t count = ini.Int(section, key + kCountKey);
     return count > 0 ? count + ini.Int(section, key) : count;
 }
 
@@ -41,7 +40,7 @@ public:
     void Run()
     {
         check_integer(m_ini, m_extended.section, m_strKey, m_findings);
-        check_integer(m_ini, m_extended.section, m_strKey + kCount, m_findings);
+        check_integer(m_ini, m_extended.section, m_strKey + kCountKey, m_findings);
         const HostTable* table = m_catalogue.FindSql(m_strKey);
         if (table == nullptr || !table->Has("Type"))
         {
@@ -99,10 +98,10 @@ private:
 
     void CheckCount(const HostTable& table)
     {
-        const int count = m_ini.Int(m_extended.section, m_strKey + kCount);
+        const int count = m_ini.Int(m_extended.section, m_strKey + kCountKey);
         if (count < 1)
         {
-            const std::string key = m_strKey + kCount;
+            const std::string key = m_strKey + kCountKey;
             const bool there = m_ini.Has(m_extended.section, key);
             Index(there ? m_ini.At(m_extended.section, key) : m_place,
                   (there ? key + "=" + text_of(count) : "there is no " + key) +
@@ -129,10 +128,10 @@ private:
         }
         else if (int64_t{first} + count - 1 > columns)
         {
-            Index(m_ini.At(m_extended.section, m_strKey + kCount),
-                  m_strKey + kCount + "=" + text_of(count) + ", but from column " + text_of(first) +
-                      " on " + table.name + " has " + std::to_string(columns - first + 1) +
-                      ": these are appended");
+            Index(m_ini.At(m_extended.section, m_strKey + kCountKey),
+                  m_strKey + kCountKey + "=" + text_of(count) + ", but from column " +
+                      text_of(first) + " on " + table.name + " has " +
+                      std::to_string(columns - first + 1) + ": these are appended");
         }
     }
 
@@ -155,7 +154,7 @@ private:
             {
                 Index(m_ini.At(section, key),
                       key + "=" + text_of(column) + " is left out, with a log line each time: " +
-                          table.name + " and " + m_strKey + kCount + " allow the columns 1 to " +
+                          table.name + " and " + m_strKey + kCountKey + " allow the columns 1 to " +
                           std::to_string(std::max<int64_t>(last, 0)));
             }
         }
@@ -179,9 +178,9 @@ void check_count_keys(const CIniFile& ini, const ExtendedType& extended, CFindin
 {
     for (const std::string& key : ini.Keys(extended.section))
     {
-        const std::string table = key.substr(0, key.find(kCount));
+        const std::string table = key.substr(0, key.find(kCountKey));
         const bool isCount = table.size() < key.size();
-        if (isCount && (table + kCount != key || !ini.Has(extended.section, table)))
+        if (isCount && (table + kCountKey != key || !ini.Has(extended.section, table)))
         {
             findings.Warning(ini.At(extended.section, key), "key-unread",
                              "nothing reads " + key + ": section [" + extended.section +
@@ -209,7 +208,7 @@ std::vector<ExtendedType> extended_types(const CIniFile& ini)
         found.push_back({type, *section, {}});
         for (const std::string& key : ini.Keys(*section))
         {
-            if (key.find(kCount) == std::string::npos && !key.empty() && key[0] != '[')
+            if (key.find(kCountKey) == std::string::npos)
             {
                 found.back().tables.push_back(key);
             }

@@ -62,8 +62,7 @@ void check_label(const CIniFile& ini, const FieldKey& one, CFindings& findings)
                          std::to_string(kind) + ", " + reason);
 }
 
-// --- Keys that are neither kind nor text
-// ---------------------------------------------------------------------------------
+// --- Keys that are neither kind nor text ---------------------------------------------------------
 
 void check_no_kind(const CIniFile& ini, const FieldKey& one, std::set<std::string>& told,
                    CFindings& findings)

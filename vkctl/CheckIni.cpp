@@ -190,7 +190,11 @@ std::vector<std::string> CIniFile::Keys(const std::string& section) const
     const auto end = m_ini.endKey(section);
     for (auto key = m_ini.beginKey(section); key != end; ++key)
     {
-        keys.push_back(*key);
+        const std::string& name = *key;
+        if (!name.empty() && name[0] != '[')
+        {
+            keys.push_back(name);
+        }
     }
     return keys;
 }

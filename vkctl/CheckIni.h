@@ -34,7 +34,8 @@ public:
                      const std::string& missing = "") const;
     int Int(const std::string& section, const std::string& key, int missing = 0) const;
 
-    // The names of a section's keys, in name order.
+    // The names of a section's keys, in name order; without those that check_ini_text tells of:
+    // lines without a name and headings that are indented.
     std::vector<std::string> Keys(const std::string& section) const;
 
 private:

@@ -152,10 +152,6 @@ std::vector<FieldKey> field_keys(const CIniFile& ini, const CTypeColumns& column
     std::vector<FieldKey> keys;
     for (const std::string& key : ini.Keys(kFieldSection))
     {
-        if (key.empty() || key[0] == '[')
-        {
-            continue;
-        }
         FieldKey one;
         one.key = key;
         const std::size_t dot = key.find('.');

@@ -124,6 +124,14 @@ void check_integer(const CIniFile& ini, const std::string& section, const std::s
     }
 }
 
+bool strip_end(std::string& text, const std::string& end)
+{
+    const bool has =
+        text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+    text.resize(has ? text.size() - end.size() : text.size());
+    return has;
+}
+
 bool read_plain_number(const std::string& text, int& number)
 {
     const long value = std::strtol(text.c_str(), nullptr, 10);

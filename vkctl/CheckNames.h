@@ -27,6 +27,12 @@ std::string integer_problem(const std::string& text);
 void check_integer(const CIniFile& ini, const std::string& section, const std::string& key,
                    CFindings& findings);
 
+// What follows a table's name in the key that says how many of its columns are posted.
+constexpr char kCountKey[] = ".flds";
+
+// Takes `end` off the text where it ends so and has more in front of it; whether it did.
+bool strip_end(std::string& text, const std::string& end);
+
 // The number that a text spells exactly as the daemon would ("7", "-1"; not "07"); false otherwise.
 bool read_plain_number(const std::string& text, int& number);
 

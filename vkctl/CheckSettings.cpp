@@ -41,8 +41,7 @@ bool contains(const std::vector<std::string>& names, const std::string& name)
     return std::find(names.begin(), names.end(), name) != names.end();
 }
 
-// --- Sections and keys that nothing reads
-// ------------------------------------------------------------------------
+// --- Sections and keys that nothing reads --------------------------------------------------------
 
 bool is_url_key(const std::string& key)
 {
@@ -134,7 +133,7 @@ void check_keys(const CIniFile& ini, const std::string& section,
     for (const std::string& key : ini.Keys(section))
     {
         const bool read = contains(known, key) || (section == kPost && is_url_key(key));
-        if (!read && !key.empty() && key[0] != '[')
+        if (!read)
         {
             findings.Warning(ini.At(section, key), "key-unread",
                              "nothing reads " + key + " in section [" + section + "]" +
@@ -143,8 +142,7 @@ void check_keys(const CIniFile& ini, const std::string& section,
     }
 }
 
-// --- Numbers
-// ------------------------------------------------------------------------------------------
+// --- Numbers -------------------------------------------------------------------------------------
 
 void check_numbers(const CIniFile& ini, CFindings& findings)
 {
@@ -217,8 +215,7 @@ void check_ranges(const CIniFile& ini, CFindings& findings)
     }
 }
 
-// --- Head, encoding and texts
-// --------------------------------------------------------------------------------
+// --- Head, encoding and texts --------------------------------------------------------------------
 
 // How many of the eight values a format takes that has passed.
 std::size_t conversions(const std::string& format)

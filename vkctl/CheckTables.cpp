@@ -22,8 +22,7 @@ std::string all_of(const std::vector<std::string>& names)
     return shortened_list(names, names.size());
 }
 
-// --- The tables that must be there
-// -----------------------------------------------------------------------------------------
+// --- The tables that must be there ---------------------------------------------------------------
 
 // What it costs when one of the columns is not there.
 struct Need
@@ -112,8 +111,7 @@ void check_point_tables(const CCatalogue& catalogue, CFindings& findings)
         findings);
 }
 
-// --- Outputs
-// ---------------------------------------------------------------------------------------
+// --- Outputs -------------------------------------------------------------------------------------
 
 void check_outputs(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                    CFindings& findings)
@@ -148,8 +146,7 @@ void check_outputs(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFi
     }
 }
 
-// --- Device tables
-// --------------------------------------------------------------------------------------------
+// --- Device tables -------------------------------------------------------------------------------
 
 // No key of vkApp.ini can spell every name: some characters begin a remark, a section or a value.
 std::string hide_advice(const std::string& table)
@@ -236,8 +233,7 @@ void check_device_tables(CCheckDatabase& db, const CCatalogue& catalogue, const 
     }
 }
 
-// --- Tables in two places
-// -------------------------------------------------------------------------------------
+// --- Tables in two places ------------------------------------------------------------------------
 
 void check_points_posted_twice(const CCatalogue& catalogue, CFindings& findings)
 {

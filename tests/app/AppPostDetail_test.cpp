@@ -159,8 +159,7 @@ TEST_F(DetailTest, NoBufferIsLoggedAndAddsNothing)
     EXPECT_THAT(rec.Events(), ElementsAre("log Err!!!: NULL==PostBuf\n"));
 }
 
-// --- Detail: failures
-// -----------------------------------------------------------------------------
+// --- Detail: failures ----------------------------------------------------------------------------
 
 TEST_F(DetailTest, QueryThatNeverStartsTakesOneHundredAndSixtySeconds)
 {
@@ -233,8 +232,7 @@ TEST_F(DetailTest, ColumnThatTheTableLacksIsAnException)
     EXPECT_EQ(rec.CountStarting("log    PostDetail...tbBatt  exception"), 5);
 }
 
-// --- Detail: hostile rows
-// -------------------------------------------------------------------------
+// --- Detail: hostile rows ------------------------------------------------------------------------
 
 TEST_F(DetailTest, FiftyThousandRowsFillTheBufferAndNothingBehindIt)
 {
@@ -271,8 +269,7 @@ TEST_F(DetailTest, LongTableNamesAreAskedForWhole)
     EXPECT_THAT(rec.Sql(), ElementsAre("select * from " + table + " where SID=7"));
 }
 
-// --- Extension: which columns
-// -----------------------------------------------------------------------
+// --- Extension: which columns --------------------------------------------------------------------
 
 TEST_F(ExtTest, CountAndFirstGiveTheColumns)
 {
@@ -360,8 +357,7 @@ TEST_F(ExtTest, ColumnsAreRenderedByTheMappingAndEmptyOnesLeftOut)
     EXPECT_EQ(Ext(1, "a,b,c", {{"", "7", "x"}}), "&b=seven&c=x");
 }
 
-// --- Extension: the way of a call
-// -------------------------------------------------------------------
+// --- Extension: the way of a call ----------------------------------------------------------------
 
 TEST_F(ExtTest, AsksOnceForItsTypeAndUsesTheFirstRow)
 {

@@ -238,8 +238,7 @@ TEST_F(DeviceTest, DeviceWithoutARowIsNotPosted)
     EXPECT_EQ(app.m_mapSidTry[7], 0);
 }
 
-// --- Queries that cannot start
-// --------------------------------------------------------------------
+// --- Queries that cannot start -------------------------------------------------------------------
 
 TEST_F(DeviceTest, QueryIsTriedTenMoreTimesThenTheDeviceIsSkipped)
 {

@@ -207,8 +207,7 @@ TEST(HostFigures, MemoryBeyondTheRangeIsTheNearestLimit)
     EXPECT_EQ(parse_memory("a: -4294967296"), INT_MIN);
 }
 
-// --- Clock and flash
-// ------------------------------------------------------------------------------
+// --- Clock and flash -----------------------------------------------------------------------------
 
 TEST_F(HostTest, ClockCommandHasTwoBlanks)
 {
@@ -250,8 +249,7 @@ TEST_F(HostTest, HugeFlashSizesWrapAndDoNotTrap)
     EXPECT_EQ(getflashsize(), -2);
 }
 
-// --- Hostile configuration
-// ------------------------------------------------------------------------
+// --- Hostile configuration -----------------------------------------------------------------------
 
 TEST_F(HostTest, DepartmentNameLargerThanTheBufferIsLeftOutAndLogged)
 {

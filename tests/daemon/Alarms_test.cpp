@@ -267,8 +267,7 @@ TEST_F(Alarms, TheyLeaveInTheConfiguredEncoding)
                 HasSubstr("&level=\xD6\xD8\xD2\xAA&title=\xCE\xC2\xB6\xC8&"));
 }
 
-// --- At an odd moment
-// ------------------------------------------------------------------------------
+// --- At an odd moment ----------------------------------------------------------------------------
 
 TEST_F(Alarms, SweepUnderWayDoesNotHoldThemUp)
 {
@@ -323,8 +322,7 @@ TEST_F(Alarms, ManySignalsLoseAndDoubleNothing)
     EXPECT_EQ(receiver.WaitBodies(20, kAlarms), expected);
 }
 
-// --- Trouble
-// ---------------------------------------------------------------------------------------
+// --- Trouble -------------------------------------------------------------------------------------
 
 TEST_F(Alarms, MissingDatabaseIsBorne)
 {

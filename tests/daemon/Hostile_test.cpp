@@ -159,8 +159,7 @@ TEST_P(RandomConfiguration, BeforeTheSettingsDoesNotHideThem)
 
 INSTANTIATE_TEST_SUITE_P(Seed, RandomConfiguration, ::testing::Range(1U, 6U));
 
-// --- Values and names
-// ------------------------------------------------------------------------------
+// --- Values and names ----------------------------------------------------------------------------
 
 TEST_F(Hostile, HugeValueIsLeftOutAlone)
 {
@@ -276,8 +275,7 @@ TEST_F(Hostile, DeviceTableWithoutItsColumnsIsPassedOver)
     EXPECT_EQ(count_logged("db exception: 1 no such column: State\r\n"), 3U);
 }
 
-// --- Names that break their query
-// -------------------------------------------------------------------
+// --- Names that break their query ----------------------------------------------------------------
 
 using SlowHostile = Hostile;
 

@@ -114,8 +114,7 @@ TEST_F(Sweep, RecordNumbersAreLogged)
                                    " rec-3", " rec-0"));
 }
 
-// --- General tables
-// --------------------------------------------------------------------------------
+// --- General tables ------------------------------------------------------------------------------
 
 TEST_F(Sweep, EachRowOfAGeneralTableIsABody)
 {
@@ -177,8 +176,7 @@ TEST_F(Sweep, GeneralColumnsAreMappedByTheTablesType)
     EXPECT_THAT(BodiesBetween(1), ElementsAre(testing::EndsWith("&Dev=x&On=online")));
 }
 
-// --- Digital points
-// ----------------------------------------------------------------------------------
+// --- Digital points ------------------------------------------------------------------------------
 
 TEST_F(Sweep, InputIsABodyOfItsOwn)
 {
@@ -251,8 +249,7 @@ TEST_F(Sweep, NegativeStartOfOutputsNamesNoColumn)
     EXPECT_EQ(count_logged("[CAppPost::PostDio] Post DO exception\n"), 1U);
 }
 
-// --- Cameras
-// -----------------------------------------------------------------------------------------
+// --- Cameras -------------------------------------------------------------------------------------
 
 TEST_F(Sweep, CameraIsABodyOfItsOwn)
 {
@@ -284,8 +281,7 @@ TEST_F(Sweep, CamerasOutOfServiceAreNotFound)
     EXPECT_THAT(BodiesBetween(1), ElementsAre(HasSubstr("sname=Cam33&")));
 }
 
-// --- The host itself
-// -----------------------------------------------------------------------------------
+// --- The host itself -----------------------------------------------------------------------------
 
 TEST_F(Sweep, HostSaysWhoItIs)
 {
@@ -309,8 +305,7 @@ TEST_F(Sweep, HostsMemoryIsThatOfTheSystem)
     EXPECT_EQ(field(receiver.Body(1), "memtotal"), std::to_string(total));
 }
 
-// --- Hostile input
-// ---------------------------------------------------------------------------------------
+// --- Hostile input -------------------------------------------------------------------------------
 
 namespace
 {

@@ -207,8 +207,7 @@ TEST_F(Transport, ServerThatRefusesDoesNotKeepTheOthersFromTheirBody)
     EXPECT_TRUE(WaitOutcome(receiver.Url(), "0 (0)", "No error"));
 }
 
-// --- HTTPS
-// -----------------------------------------------------------------------------------------
+// --- HTTPS ---------------------------------------------------------------------------------------
 
 namespace
 {

@@ -28,8 +28,7 @@ FakeDb::~FakeDb()
     EXPECT_EQ(OpenQueries(), m_expectedOpen) << "queries left open";
 }
 
-// --- Script
-// ---------------------------------------------------------------------------------------
+// --- Script --------------------------------------------------------------------------------------
 
 void FakeDb::Rows(const std::string& columns, std::vector<Row> rows)
 {
@@ -71,8 +70,7 @@ void FakeDb::Script::ThrowForeign(int times)
     m_db.m_entries.push_back({m_part, times, Answer::kForeign});
 }
 
-// --- Helpers
-// --------------------------------------------------------------------------------------
+// --- Helpers -------------------------------------------------------------------------------------
 
 void FakeDb::Enter(const std::string& operation)
 {
@@ -159,8 +157,7 @@ void FakeDb::Spoil(Query& query)
     }
 }
 
-// --- DbDatabase
-// -----------------------------------------------------------------------------------
+// --- DbDatabase ----------------------------------------------------------------------------------
 
 bool FakeDb::Open(const char* path, int mode)
 {

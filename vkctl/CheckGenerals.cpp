@@ -1,0 +1,101 @@
+#include "vkctl/CheckGenerals.h"
+
+#include "vkctl/CheckNames.h"
+
+namespace vkctl
+{
+
+namespace
+{
+
+constexpr char kGeneral[] = "POST.General";
+
+void check_general_type(const CCatalogue& catalogue, const CIniFile& ini, const std::string& table,
+                        CFindings& findings)
+{
+    const HostTable* found = catalogue.Find(table);
+    check_integer(ini, kGeneral, table, findings);
+    if (found == nullptr)
+    {
+        warn_of_no_table(catalogue, ini, kGeneral, table, table, findings);
+    }
+    else if (found->role == TableRole::kView)
+    {
+        findings.Warning(ini.At(kGeneral, table), "key-unread",
+                         table + " is a view: only tables are posted as general tables");
+    }
+    else if (ini.Int(kGeneral, table) < 1)
+    {
+        findings.Warning(ini.At(kGeneral, table), "key-unread",
+                         table + "=" + std::to_string(ini.Int(kGeneral, table)) +
+                             " has no effect: the type of a general table is 1 or more");
+    }
+}
+
+void check_first_column(const HostTable& table, const CIniFile& ini, const std::string& key,
+                        CFindings& findings)
+{
+    check_integer(ini, kGeneral, key, findings);
+    const int first = ini.Int(kGeneral, key);
+    const auto columns = static_cast<int>(table.columns.size());
+    if (first < 0)
+    {
+        findings.Warning(ini.At(kGeneral, key), "general-column",
+                         key + "=" + std::to_string(first) +
+                             ": columns are counted from 0; all are posted");
+    }
+    else if (first >= columns)
+    {
+        findings.Warning(ini.At(kGeneral, key), "general-column",
+                         key + "=" + std::to_string(first) + ", but the last of the " +
+                             std::to_string(columns) + " columns of " + table.name + " is number " +
+                             std::to_string(columns - 1) + ": no value is posted");
+    }
+}
+
+// "tbGenPort.0" and "tbGenPort.Name".
+void check_general_option(const CCatalogue& catalogue, const CIniFile& ini, const std::string& key,
+                          const std::string& table, bool isFirst, CFindings& findings)
+{
+    const HostTable* found = catalogue.Find(table);
+    if (found == nullptr || found->role != TableRole::kGeneral)
+    {
+        findings.Warning(
+            ini.At(kGeneral, key), "key-unread",
+            "nothing reads " + key + ": " + table + " is no general table" +
+                did_you_mean(found == nullptr ? likely_name(table, catalogue.Names()) : ""));
+    }
+    else if (isFirst)
+    {
+        check_first_column(*found, ini, key, findings);
+    }
+    else if (const std::string held = form_characters(ini.Text(kGeneral, key)); !held.empty())
+    {
+        findings.Warning(ini.At(kGeneral, key), "value-unescaped",
+                         key + " holds " + held + ": " + kUnescaped + "; write other characters");
+    }
+}
+
+} // namespace
+
+void check_generals(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings)
+{
+    for (const std::string& key : ini.Keys(kGeneral))
+    {
+        std::string table = key;
+        if (strip_end(table, ".0"))
+        {
+            check_general_option(catalogue, ini, key, table, true, findings);
+        }
+        else if (strip_end(table, ".Name"))
+        {
+            check_general_option(catalogue, ini, key, table, false, findings);
+        }
+        else
+        {
+            check_general_type(catalogue, ini, key, findings);
+        }
+    }
+}
+
+} // namespace vkctl

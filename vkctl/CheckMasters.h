@@ -1,0 +1,14 @@
+// The section POST.Master: tables that are no device tables, detail tables that do not exist or
+// have no mode, more columns than there are.
+#pragma once
+
+#include "vkctl/CheckCatalogue.h"
+#include "vkctl/Finding.h"
+
+namespace vkctl
+{
+
+// key-unread, integer-invalid, master-not-detail, master-missing, master-columns.
+void check_masters(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings);
+
+} // namespace vkctl
