@@ -1,5 +1,4 @@
-// vkctl preview on a terminal: a count on standard error while the bodies go elsewhere. script
-// gives a program a terminal.
+// vkctl preview on a terminal: a count on standard error while the bodies go elsewhere.
 #include "tests/daemon/support/DaemonTest.h"
 
 #include "tests/daemon/support/Command.h"
@@ -20,12 +19,9 @@ protected:
         host.WriteIni();
     }
 
-    // What a terminal shows while a shell runs vkctl preview with these words behind it.
-    std::string Shown(const std::string& rest) const
+    std::vector<std::string> Preview() const
     {
-        const std::string command =
-            vkctl_command({})[0] + " preview " + host.Path() + " --sid 7 " + rest;
-        return run_command({"/usr/bin/script", "-qec", command, "/dev/null"}).out;
+        return vkctl_command({"preview", host.Path(), "--sid", "7"});
     }
 
     CHostDir host;
@@ -36,22 +32,25 @@ protected:
 TEST_F(PreviewTerminal, CountIsShownAndTakenAwayWhileBodiesGoElsewhere)
 {
     const std::string count = "\r      1 bodies";
-    EXPECT_EQ(Shown(">/dev/null"), count + "\r" + std::string(count.size() - 1, ' ') + "\r");
+    EXPECT_EQ(run_on_terminal(Preview(), "/dev/null", kTerminal),
+              count + "\r" + std::string(count.size() - 1, ' ') + "\r");
 }
 
 TEST_F(PreviewTerminal, BodiesOnTheTerminalAreAlone)
 {
-    EXPECT_EQ(Shown(""), std::string(kDevice7Body) + "\r\n");
+    EXPECT_EQ(run_on_terminal(Preview(), kTerminal, kTerminal), std::string(kDevice7Body) + "\r\n");
 }
 
 TEST_F(PreviewTerminal, CountIsNotShownToAFile)
 {
-    EXPECT_EQ(Shown(">/dev/null 2>" + host.File("err")), "");
+    EXPECT_EQ(run_on_terminal(Preview(), "/dev/null", host.File("err")), "");
     EXPECT_EQ(read_file(host.File("err")), "");
 }
 
 TEST_F(PreviewTerminal, CountIsNotShownAmongTheLog)
 {
-    EXPECT_THAT(Shown("--log >/dev/null"),
+    std::vector<std::string> command = Preview();
+    command.emplace_back("--log");
+    EXPECT_THAT(run_on_terminal(command, "/dev/null", kTerminal),
                 AllOf(HasSubstr("PostNormal..."), Not(HasSubstr("bodies"))));
 }

@@ -59,6 +59,30 @@ pid_t start(const std::vector<std::string>& arguments, const std::string& out,
     return pid;
 }
 
+// The end of a terminal that a user sits at.
+int open_terminal()
+{
+    const int terminal = posix_openpt(O_RDWR | O_NOCTTY);
+    if (terminal < 0 || grantpt(terminal) != 0 || unlockpt(terminal) != 0)
+    {
+        throw std::runtime_error("no terminal to be had");
+    }
+    return terminal;
+}
+
+// Until nobody has the other end open any more.
+std::string read_terminal(int terminal)
+{
+    std::string text;
+    char part[512];
+    for (ssize_t n = read(terminal, part, sizeof part); n > 0;
+         n = read(terminal, part, sizeof part))
+    {
+        text.append(part, static_cast<size_t>(n));
+    }
+    return text;
+}
+
 } // namespace
 
 CommandResult run_command(const std::vector<std::string>& arguments)
@@ -77,6 +101,22 @@ CommandResult run_command(const std::vector<std::string>& arguments)
     std::error_code ignored; // the box takes what is left
     std::filesystem::remove_all(dir, ignored);
     return result;
+}
+
+std::string run_on_terminal(const std::vector<std::string>& arguments, std::string out,
+                            std::string err)
+{
+    const int terminal = open_terminal();
+    const std::string device = ptsname(terminal);
+    const int held = open(device.c_str(), O_RDWR | O_NOCTTY); // by the program, too, to its end
+    out = out == kTerminal ? device : out;
+    err = err == kTerminal ? device : err;
+    const pid_t pid = start(arguments, out, err);
+    close(held);
+    std::string shown = read_terminal(terminal);
+    waitpid(pid, nullptr, 0);
+    close(terminal);
+    return shown;
 }
 
 CommandResult run_vkctl(std::vector<std::string> arguments)

@@ -17,6 +17,12 @@ struct CommandResult
 // std::runtime_error when there is no process to be had.
 CommandResult run_command(const std::vector<std::string>& arguments);
 
+// Runs the program with its output on a terminal, but for what is to go to a file; returns what the
+// terminal was sent.
+constexpr char kTerminal[] = "";
+std::string run_on_terminal(const std::vector<std::string>& arguments, std::string out,
+                            std::string err);
+
 // The companion command with these arguments.
 CommandResult run_vkctl(std::vector<std::string> arguments);
 std::vector<std::string> vkctl_command(std::vector<std::string> arguments);
