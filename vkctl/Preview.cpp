@@ -101,10 +101,11 @@ void post_host(CAppPost& poster)
     poster.PostOther();
 }
 
+// As often as discovery has found it, which is how often a sweep posts it.
 void keep_only(std::vector<int>& sids, std::vector<int>& tries, int sid)
 {
-    const bool known = std::find(sids.begin(), sids.end(), sid) != sids.end();
-    sids.assign(known ? 1 : 0, sid);
+    sids.erase(std::remove_if(sids.begin(), sids.end(), [&](int other) { return other != sid; }),
+               sids.end());
     tries.assign(sids.size(), 0);
 }
 

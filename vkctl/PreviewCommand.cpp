@@ -12,6 +12,7 @@
 #include "vkctl/Preview.h"
 #include "vkctl/PreviewEncoding.h"
 #include "vkctl/PreviewExplain.h"
+#include "vkctl/PreviewNotes.h"
 #include "vkctl/Progress.h"
 #include "vkctl/ReceivePrint.h"
 
@@ -39,8 +40,9 @@ Examples:
   vkctl preview room --kind general        general tables only
   vkctl preview room --alarms --encoding   alarms, byte by byte
 
-Exit status: 0 shown, 1 nothing to show for that SID or table, 64 command line
-not understood, 74 a file or database cannot be read.
+Exit status: 0 shown, with a note where the daemon could not read everything
+either, 1 nothing to show for that SID or table, 64 command line not
+understood, 74 a file or database cannot be read.
 )";
 
 struct PreviewArguments
@@ -123,10 +125,20 @@ void show_explanation(const PreviewBody& body, const CAppPost& poster)
     }
 }
 
+std::string encoding_name()
+{
+    const std::string& name = CAppPost::m_sEncoding;
+    if (!is_known_encoding(name))
+    {
+        return "UTF-8, since iconv does not know " + printable(name);
+    }
+    return name.empty() ? "the locale's encoding" : name;
+}
+
 void show_encoding(const PreviewBody& body)
 {
     const EncodedBody encoded = encode_body(body.text);
-    std::cout << "  " << encoded.bytes.size() << " bytes in " << CAppPost::m_sEncoding << "\n"
+    std::cout << "  " << encoded.bytes.size() << " bytes in " << encoding_name() << "\n"
               << hex_dump(encoded.bytes);
     if (!encoded.lost.empty())
     {
@@ -135,12 +147,20 @@ void show_encoding(const PreviewBody& body)
     }
 }
 
-void show_body(const PreviewBody& body, const CAppPost& poster, const PreviewArguments& arguments)
+// What arrives: up to where the encoding cuts the body.
+void show_plain(const std::string& text, bool hasNull)
 {
+    const bool asIs = hasNull || isatty(STDOUT_FILENO) == 0;
+    std::cout << (asIs ? text : printable(text)) << (hasNull ? '\0' : '\n');
+}
+
+void show_body(const PreviewBody& body, const CAppPost& poster, const PreviewArguments& arguments,
+               CCuts& cuts)
+{
+    const std::size_t length = cuts.Look(body);
     if (!arguments.explain && !arguments.encoding)
     {
-        const bool asIs = arguments.null || isatty(STDOUT_FILENO) == 0;
-        std::cout << (asIs ? body.text : printable(body.text)) << (arguments.null ? '\0' : '\n');
+        show_plain(body.text.substr(0, length), arguments.null);
         return;
     }
     std::cout << heading(body) << "\n";
@@ -155,59 +175,6 @@ void show_body(const PreviewBody& body, const CAppPost& poster, const PreviewArg
     std::cout << "\n";
 }
 
-// What the bodies themselves cannot tell: that they would go nowhere.
-void note_missing_urls(const CAppPost& poster, const PreviewSelection& selection)
-{
-    const bool onlyAlarms = selection.kinds == std::set{BodyKind::kAlarm};
-    if (!onlyAlarms && poster.m_strUrl.empty() && poster.m_vUrls.size() < 2)
-    {
-        std::cerr << "vkctl: vkApp.ini sets no Url: the daemon would post none of these\n";
-    }
-    if (selection.kinds.count(BodyKind::kAlarm) == 0)
-    {
-        return;
-    }
-    if (poster.m_strAlmUrl.empty())
-    {
-        std::cerr << "vkctl: vkApp.ini sets no AlmUrl: alarms are neither read nor posted\n";
-    }
-    else if (poster.m_iMaxURLs < 2)
-    {
-        std::cerr << "vkctl: maxURLs in vkApp.ini is below 2: alarms are marked as sent and go "
-                     "nowhere\n";
-    }
-}
-
-// What the daemon would log about reads that fail. With it in the log a body may be missing.
-class CFailures
-{
-public:
-    void Look(const std::string& line)
-    {
-        const bool isFailure =
-            line.find("exception") != std::string::npos || line.find("Error!") != std::string::npos;
-        m_first = isFailure && m_count == 0 ? line : m_first;
-        m_count += isFailure ? 1 : 0;
-    }
-
-    bool Any() const { return m_count > 0; }
-
-    void Tell() const
-    {
-        if (Any())
-        {
-            std::cerr << "vkctl: not everything can be read. The daemon would log: " << m_first
-                      << (m_count > 1 ? " (and " + std::to_string(m_count - 1) + " such lines more)"
-                                      : "")
-                      << "\n";
-        }
-    }
-
-private:
-    std::string m_first;
-    size_t m_count = 0;
-};
-
 int show(const PreviewArguments& arguments, const PreviewSelection& selection)
 {
     CPreview preview(arguments.directory);
@@ -215,13 +182,14 @@ int show(const PreviewArguments& arguments, const PreviewSelection& selection)
     // Beside bodies on the same terminal, or lines of the log, a count would only be in the way.
     const bool isCounted = is_progress_wanted() && isatty(STDOUT_FILENO) == 0 && !arguments.log;
     CProgress progress(std::cerr, isCounted, "bodies");
-    CFailures failures;
+    CReadFailures failures;
+    CCuts cuts;
     size_t count = 0;
     preview.Run(
         selection,
         [&](const PreviewBody& body)
         {
-            show_body(body, preview.Poster(), arguments);
+            show_body(body, preview.Poster(), arguments, cuts);
             progress.Show(++count, 0);
         },
         [&](const std::string& line)
@@ -233,6 +201,10 @@ int show(const PreviewArguments& arguments, const PreviewSelection& selection)
             }
         });
     progress.Clear();
+    if (!arguments.encoding)
+    {
+        cuts.Tell();
+    }
     if (!arguments.log)
     {
         failures.Tell();
@@ -258,8 +230,7 @@ void add_preview_command(CLI::App& app, int& exitStatus)
     const auto arguments = std::make_shared<PreviewArguments>();
     command->add_option("DIR", arguments->directory, "The daemon's working directory")
         ->capture_default_str();
-    CLI::Option* sid =
-        command->add_option("--sid", arguments->sid, "Only bodies of that SID")->check(CLI::Number);
+    CLI::Option* sid = command->add_option("--sid", arguments->sid, "Only bodies of that SID");
     command->add_option("--table", arguments->table, "Only bodies with rows of that table");
     CLI::Option* kind =
         command->add_option("--kind", arguments->kinds, "Only that kind; may be repeated")
@@ -267,9 +238,13 @@ void add_preview_command(CLI::App& app, int& exitStatus)
             ->check(CLI::IsMember(kKinds));
     command->add_flag("--alarms", arguments->alarms, "The alarms that wait, instead of a sweep")
         ->excludes(kind);
-    command->add_flag("--explain", arguments->explain, "Where each pair comes from");
-    command->add_flag("--encoding", arguments->encoding, "The bytes in the configured encoding");
-    command->add_flag("--null", arguments->null, "A NUL behind each body instead of a line end");
+    CLI::Option* explain =
+        command->add_flag("--explain", arguments->explain, "Where each pair comes from");
+    CLI::Option* encoding = command->add_flag("--encoding", arguments->encoding,
+                                              "The bytes in the configured encoding");
+    command->add_flag("--null", arguments->null, "A NUL behind each body instead of a line end")
+        ->excludes(explain)
+        ->excludes(encoding);
     command->add_flag("--log", arguments->log, "What the daemon would log, on standard error");
     command->footer(kExamples);
     command->callback(

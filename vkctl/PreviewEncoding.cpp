@@ -1,5 +1,7 @@
 #include "vkctl/PreviewEncoding.h"
 
+#include <iconv.h>
+
 #include <cstring>
 
 #include "app/AppInternal.h"
@@ -35,6 +37,17 @@ EncodedBody encode_body(const std::string& body)
         result.lost = body.substr(converted_length(body, result.bytes));
     }
     return result;
+}
+
+bool is_known_encoding(const std::string& name)
+{
+    const iconv_t handle = iconv_open(name.c_str(), kUtf8);
+    if (handle == reinterpret_cast<iconv_t>(-1))
+    {
+        return false;
+    }
+    iconv_close(handle);
+    return true;
 }
 
 std::string hex_dump(const std::string& bytes)

@@ -15,6 +15,9 @@ struct EncodedBody
 // Converts as the daemon does, with the encoding that its configuration has set.
 EncodedBody encode_body(const std::string& body);
 
+// Whether bodies can be converted to it at all. Where they cannot, they leave as they are.
+bool is_known_encoding(const std::string& name);
+
 // Sixteen bytes a line: offset, hexadecimal, and the ASCII characters among them.
 std::string hex_dump(const std::string& bytes);
 

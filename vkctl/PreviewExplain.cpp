@@ -28,14 +28,12 @@ std::string column_source(const SimpleIni& ini, int type, const PreviewCell& cel
 {
     const std::string key = field_key(type, cell.column);
     const int kind = ini.GetValue<int>(kFieldSection, key, 0);
-    std::string source = cell_text(cell);
     if (kind < 1 || kind > 4)
     {
-        return source + ", as stored";
+        return cell_text(cell) + ", as stored";
     }
-    const std::string number = std::to_string(cell.number);
-    source += cell.value == number ? "" : ", read as " + number;
-    source += ", kind " + std::to_string(kind) + line_of(ini, kFieldSection, key);
+    std::string source =
+        number_text(cell) + ", kind " + std::to_string(kind) + line_of(ini, kFieldSection, key);
     const std::vector<std::string> texts = text_keys(ini, type, cell.column, cell.number);
     if (texts.empty())
     {
@@ -104,8 +102,10 @@ std::string left_out_row(const DetailMode& mode, const std::vector<PreviewCell>&
 }
 
 // A row of a detail table: every cell once, in the order of their names, since they are read in
-// no order that would mean anything; and the mode that lays them out.
-std::string detail_source(const SimpleIni& ini, const PreviewPart& part)
+// no order that would mean anything; and the mode that lays them out. Of a row that has become
+// nothing its number is told, since the cells that would tell it apart may not have been read.
+std::string detail_source(const SimpleIni& ini, const PreviewBody& body, const PreviewPart& part,
+                          int row)
 {
     const std::string& table = part.cells.back().table;
     std::set<std::string> cells;
@@ -113,7 +113,11 @@ std::string detail_source(const SimpleIni& ini, const PreviewPart& part)
     {
         cells.insert(cell.column + "=" + (cell.value.empty() ? "" : shown_value(cell.value)));
     }
-    std::string source = table + ":";
+    std::string source =
+        table +
+        (part.text.empty() ? ", row " + std::to_string(row) + " of SID " + std::to_string(body.sid)
+                           : "") +
+        ":";
     for (const std::string& cell : cells)
     {
         source += " " + cell;
@@ -142,7 +146,7 @@ std::string alarm_source(const std::string& name, const std::vector<PreviewCell>
 {
     if (name == "level")
     {
-        return "class of the alarm, from " + from_cell(cells, "Type");
+        return "class of the alarm, from " + from_number(cells, "Type");
     }
     if (name == "location" || name == "datainfo")
     {
@@ -153,9 +157,8 @@ std::string alarm_source(const std::string& name, const std::vector<PreviewCell>
         const PreviewCell* alarm = find_cell(cells, "Alm");
         return alarm != nullptr && is_cleared(*alarm) ? from_cell(cells, "LastUpd") : "not cleared";
     }
-    return from_cell(cells, name == "title"        ? "AlmBrief"
-                            : name == "suggestion" ? "AlmMask"
-                                                   : "AlmImg");
+    return name == "suggestion" ? from_number(cells, "AlmMask")
+                                : from_cell(cells, name == "title" ? "AlmBrief" : "AlmImg");
 }
 
 // The pairs of an alarm's body that did not fit.
@@ -194,7 +197,7 @@ std::string other_source(const PreviewBody& body, const PreviewPart& part, const
     case BodyKind::kHost:
         return host_source(pairs);
     case BodyKind::kOutput:
-        return head.empty() ? "" : cell_text(head.front());
+        return head.empty() ? "" : number_text(head.front());
     default:
         return part.cells.empty() ? "" : cell_text(part.cells.back());
     }
@@ -231,6 +234,7 @@ std::vector<Explanation> explain(const PreviewBody& body, const CAppPost& poster
 {
     const SimpleIni& ini = poster.m_ini;
     std::vector<Explanation> result = explain_head(body, poster);
+    int row = 0;
     for (const PreviewPart& part : body.parts)
     {
         if (part.part == BodyPart::kHead)
@@ -240,7 +244,7 @@ std::vector<Explanation> explain(const PreviewBody& body, const CAppPost& poster
         const std::string pairs = without_separator(part.text);
         if (is_detail(ini, body, part))
         {
-            result.push_back({pairs, detail_source(ini, part)});
+            result.push_back({pairs, detail_source(ini, body, part, ++row)});
             continue;
         }
         if (body.kind != BodyKind::kDevice && body.kind != BodyKind::kGeneral)

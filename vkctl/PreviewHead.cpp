@@ -12,8 +12,8 @@ namespace
 class CHeadSources
 {
 public:
-    CHeadSources(const PreviewBody& body, const SimpleIni& ini)
-        : m_body(body), m_ini(ini), m_cells(head_cells(body))
+    CHeadSources(const PreviewBody& body, const CAppPost& poster)
+        : m_body(body), m_poster(poster), m_ini(poster.m_ini), m_cells(head_cells(body))
     {
     }
 
@@ -50,7 +50,7 @@ private:
         {
             return IsHost() ? "the host" : "900 and the table's place among the general ones";
         }
-        return from_cell(m_cells, "SID");
+        return from_number(m_cells, "SID");
     }
 
     std::string Type() const
@@ -59,7 +59,7 @@ private:
         {
             return IsHost() ? "the host" : setting(m_ini, "POST.General", m_body.table);
         }
-        return from_cell(m_cells, "Type");
+        return from_number(m_cells, "Type");
     }
 
     std::string Tag() const
@@ -69,7 +69,7 @@ private:
             return "number of the output";
         }
         return IsMadeUp() || m_body.kind == BodyKind::kAlarm ? "always 0"
-                                                             : from_cell(m_cells, "Tag1");
+                                                             : from_number(m_cells, "Tag1");
     }
 
     std::string Name() const
@@ -83,20 +83,40 @@ private:
         case BodyKind::kOutput:
             return "DO and the number of the output";
         case BodyKind::kAlarm:
-            return "tbSM.Name of SID " + std::to_string(m_body.sid);
+        case BodyKind::kDevice:
+            return NameByDiscovery();
         default:
-            return from_cell(m_cells, "Name");
+            return NameOfRow();
         }
     }
+
+    // What discovery has read from tbSM: of several rows for a SID the last. An empty name stands
+    // there, too, for a device that tbSM does not know.
+    std::string NameByDiscovery() const
+    {
+        const auto known = m_poster.m_mapSmName.find(m_body.sid);
+        return known != m_poster.m_mapSmName.end() && !known->second.empty()
+                   ? "tbSM.Name = " + shown_value(known->second)
+                   : NoName();
+    }
+
+    std::string NameOfRow() const
+    {
+        const PreviewCell* name = find_cell(m_cells, "Name");
+        return name != nullptr && name->value.empty() ? NoName() : from_cell(m_cells, "Name");
+    }
+
+    std::string NoName() const { return "tbSM has no name for SID " + std::to_string(m_body.sid); }
 
     std::string SubSystem() const
     {
         if (m_body.kind == BodyKind::kAlarm)
         {
-            return "class of the alarm, bits 8 to 15 of " + from_cell(m_cells, "Type") + ByTitle();
+            return "class of the alarm, bits 8 to 15 of " + from_number(m_cells, "Type") +
+                   ByTitle();
         }
         return IsMadeUp() || m_body.kind == BodyKind::kOutput ? "always 0"
-                                                              : from_cell(m_cells, "ASubSys");
+                                                              : from_number(m_cells, "ASubSys");
     }
 
     // A class that the words of the title refine.
@@ -133,7 +153,7 @@ private:
         {
             const PreviewCell* cell = find_cell(m_cells, "Alm");
             const bool cleared = cell != nullptr && is_cleared(*cell);
-            return from_cell(m_cells, "Alm") +
+            return from_number(m_cells, "Alm") +
                    (cleared ? ", bit 4: cleared: " : ", without bit 4: active: ") +
                    setting(m_ini, "POST", cleared ? "State3" : "State1");
         }
@@ -145,13 +165,14 @@ private:
         const PreviewCell* cell = find_cell(m_cells, column);
         const int state = cell != nullptr ? cell->number : 0;
         const std::string key = "State" + std::to_string(state >= 1 && state <= 3 ? state : 0);
-        return from_cell(m_cells, column) + ": " + setting(m_ini, "POST", key);
+        return from_number(m_cells, column) + ": " + setting(m_ini, "POST", key);
     }
 
     // The column that was read first of all is the output's own.
     std::string OutputColumn() const { return m_cells.empty() ? "" : m_cells.front().column; }
 
     const PreviewBody& m_body;
+    const CAppPost& m_poster;
     const SimpleIni& m_ini;
     std::vector<PreviewCell> m_cells;
 };
@@ -205,7 +226,7 @@ std::vector<std::string> posted_groups(const PreviewBody& body)
 
 std::vector<Explanation> explain_head(const PreviewBody& body, const CAppPost& poster)
 {
-    const CHeadSources sources(body, poster.m_ini);
+    const CHeadSources sources(body, poster);
     const std::vector<std::string> texts = posted_groups(body);
     auto text = texts.begin();
     std::vector<Explanation> result;

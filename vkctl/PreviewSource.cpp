@@ -69,6 +69,18 @@ std::string from_cell(const std::vector<PreviewCell>& cells, const std::string& 
     return cell != nullptr ? cell_text(*cell) : "no column " + column;
 }
 
+std::string number_text(const PreviewCell& cell)
+{
+    const std::string number = std::to_string(cell.number);
+    return cell_text(cell) + (cell.value == number ? "" : ", read as " + number);
+}
+
+std::string from_number(const std::vector<PreviewCell>& cells, const std::string& column)
+{
+    const PreviewCell* cell = find_cell(cells, column);
+    return cell != nullptr ? number_text(*cell) : "no column " + column;
+}
+
 bool is_cleared(const PreviewCell& alarm)
 {
     constexpr int kClearedBit = 4;

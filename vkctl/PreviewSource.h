@@ -31,6 +31,10 @@ const PreviewCell* find_cell(const std::vector<PreviewCell>& cells, const std::s
 // cell_text of it, or "no column ...".
 std::string from_cell(const std::vector<PreviewCell>& cells, const std::string& column);
 
+// The same of a column that is read as a number, with the number where the cell holds another text.
+std::string from_number(const std::vector<PreviewCell>& cells, const std::string& column);
+std::string number_text(const PreviewCell& cell);
+
 // Whether the cell Alm of an alarm says that it has gone.
 bool is_cleared(const PreviewCell& alarm);
 

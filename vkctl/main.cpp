@@ -33,8 +33,9 @@ On a host:
 'vkctl SUBCOMMAND --help' shows options and examples. Results go to standard
 output, notes and errors to standard error. NO_COLOR is respected.
 
-Exit status: 0 done, 1 could not be done, 64 command line not understood,
-74 a file or database cannot be read, 78 the host's configuration is wrong.
+Exit status: 0 done, 1 could not be done (check: warnings with --strict), 64
+command line not understood, 74 a file or database cannot be read, 78 the
+host's configuration is wrong.
 )";
 
 } // namespace
@@ -46,7 +47,7 @@ int main(int argc, char** argv)
     CLI::App app(
         "Companion of vkAppPost: try it without any equipment, see what it sends before it does.",
         "vkctl");
-    app.require_subcommand(1);
+    app.require_subcommand(0, 1); // a wrong one is named; that there is none is told below
     app.footer(kFooter);
     vkctl::add_room_command(app, exitStatus);
     vkctl::add_receive_command(app, exitStatus);
@@ -58,6 +59,10 @@ int main(int argc, char** argv)
     try
     {
         app.parse(argc, argv);
+        if (app.get_subcommands().empty())
+        {
+            throw CLI::RequiredError("A subcommand");
+        }
         vkctl::flush_output();
         return exitStatus;
     }

@@ -40,6 +40,13 @@ TEST(CommandLineTest, HelpOfASubcommandHasExamples)
     }
 }
 
+TEST(CommandLineTest, WhatIsWrongIsNamed)
+{
+    EXPECT_THAT(vkctl_run({"nonsense"}).err, HasSubstr("not expected: nonsense\n"));
+    EXPECT_THAT(vkctl_run({}).err, HasSubstr("A subcommand is required\n"));
+    EXPECT_THAT(vkctl_run({"preview", "--sid", "seven"}).err, HasSubstr("--sid = seven\n"));
+}
+
 TEST(CommandLineTest, WhatIsNotUnderstoodIsAUsageError)
 {
     const std::vector<std::vector<std::string>> lines = {{},

@@ -115,6 +115,32 @@ TEST_F(PreviewCommand, EncodingShowsTheBytes)
               "  cut before: ☃\n\n");
 }
 
+TEST_F(PreviewCommand, BodyIsShownAsFarAsItArrives)
+{
+    host.SimpleRoom();
+    host.Device(9, "Dev9", "tbDev", "2");
+    host.Post("Encoding", "GBK");
+    host.Post("Fmt0", "n=%s");
+    host.Data("update tbDev set V='正☃' where SID=7");
+    const CommandResult shown = Run({"--kind", "device"});
+    EXPECT_EQ(shown.out, "n=xxx&V=正\nn=xxx&V=2\n");
+    EXPECT_EQ(shown.err, "vkctl: 1 body is cut at a character that GBK lacks, the first of SID 7; "
+                         "--encoding shows where\n");
+    EXPECT_EQ(Run({"--sid", "7", "--encoding"}).err, "");
+    EXPECT_EQ(Run({"--sid", "9"}).err, "");
+}
+
+TEST_F(PreviewCommand, EncodingThatIsUnknownIsSaid)
+{
+    host.SimpleRoom();
+    host.Post("Encoding", "NOPE");
+    EXPECT_THAT(Run({"--sid", "7", "--encoding"}).out,
+                HasSubstr("\n  88 bytes in UTF-8, since iconv does not know NOPE\n"));
+    host.Post("Encoding", "");
+    EXPECT_THAT(Run({"--sid", "7", "--encoding"}).out,
+                HasSubstr("\n  88 bytes in the locale's encoding\n"));
+}
+
 TEST_F(PreviewCommand, AlarmsThatGoNowhereAreShownAsSuch)
 {
     host.SimpleRoom();
@@ -143,6 +169,16 @@ TEST_F(PreviewCommand, ReadsThatFailAreTold)
     EXPECT_EQ(shown.exitStatus, 74);
     EXPECT_EQ(shown.err, "vkctl: not everything can be read. The daemon would log: "
                          "[CAppPost::OnAlmIns] db exception: 1 no such column: AlmImg\n");
+}
+
+TEST_F(PreviewCommand, BodiesThatCanBeReadAreShownBesideReadsThatFail)
+{
+    host.SimpleRoom();
+    host.Ini("POST.Ext.5", "tbNone", "1");
+    const CommandResult shown = Run({"--kind", "device"});
+    EXPECT_EQ(shown.exitStatus, 0); // it is what the daemon would post
+    EXPECT_EQ(shown.out, std::string(kDevice7Body) + "\n");
+    EXPECT_THAT(shown.err, StartsWith("vkctl: not everything can be read. "));
 }
 
 TEST_F(PreviewCommand, ConfigurationThatIsNoFileIsNotOpened)
@@ -174,6 +210,8 @@ TEST_F(PreviewCommand, WhatIsNotUnderstoodIsAUsageError)
     host.SimpleRoom();
     EXPECT_EQ(Run({"--kind", "nonsense"}).exitStatus, 64);
     EXPECT_EQ(Run({"--sid", "seven"}).exitStatus, 64);
+    EXPECT_EQ(Run({"--null", "--explain"}).exitStatus, 64);
+    EXPECT_EQ(Run({"--null", "--encoding"}).exitStatus, 64);
     EXPECT_EQ(Run({"--alarms", "--kind", "device"}).exitStatus, 64);
     EXPECT_EQ(Run({"more"}).exitStatus, 64);
 }

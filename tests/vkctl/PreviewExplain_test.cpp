@@ -85,6 +85,30 @@ TEST_F(PreviewExplain, StateTextIsThatOfTheNumber)
     EXPECT_THAT(Explained(7), Contains("state=0 <- tbDev.State = 9: State0 (default)"));
 }
 
+TEST_F(PreviewExplain, TextWhereANumberIsWantedIsTold)
+{
+    host.Data("update tbDev set State='alarm',Type='UPS'; update tbSM set Tag1='x1'");
+    const Texts lines = Explained(0);
+    EXPECT_EQ(lines.at(2), "stype=0 <- tbDev.Type = UPS, read as 0");
+    EXPECT_EQ(lines.at(3), "stag1=0 <- tbSM.Tag1 = x1, read as 0");
+    EXPECT_EQ(lines.at(7), "state=0 <- tbDev.State = alarm, read as 0: State0 (default)");
+}
+
+TEST_F(PreviewExplain, NameIsTheOneThatDiscoveryHasRead)
+{
+    DropKeyOfNames();
+    host.Data("insert into tbSM(SID,Name,Tag1,ASubSys) values(7,'Second',4,5)");
+    EXPECT_EQ(Explained(0).at(4), "sname=Second <- tbSM.Name = Second");
+}
+
+TEST_F(PreviewExplain, MissingNameIsTold)
+{
+    host.Data("insert into tbSubSysDetail values(21,7,5,11,1,'2024-05-01 11:00:00');"
+              "update tbSM set SID=8");
+    EXPECT_EQ(Explained(0, Only(BodyKind::kDevice)).at(4), "sname= <- tbSM has no name for SID 7");
+    EXPECT_EQ(Explained(0, Only(BodyKind::kInput)).at(4), "sname= <- tbSM has no name for SID 21");
+}
+
 TEST_F(PreviewExplain, GroupsOfFmt0ShareTheirSources)
 {
     host.Post("Fmt0", "id=%s/%d&share=100%%&t=%04d");
@@ -99,7 +123,8 @@ TEST_F(PreviewExplain, GroupOfTheHeadThatDidNotFitIsTold)
     host.Alarm(1, 7, "t");
     host.Data("update tbSM set Name=printf('%.2040c','n')");
     const Texts lines = Explained(0, Only(BodyKind::kAlarm));
-    EXPECT_EQ(lines.at(4), " <- tbSM.Name of SID 7, no room left in the body");
+    EXPECT_EQ(lines.at(4), " <- tbSM.Name = " + std::string(200, 'n') +
+                               "... (2040 bytes), no room left in the body");
     EXPECT_THAT(lines.at(5), HasSubstr("subsys=4 <- class of the alarm"));
 }
 
@@ -220,10 +245,11 @@ TEST_F(PreviewExplain, DetailRowsAreLeftOutOneByOne)
 {
     Detail("200", "Fld,Val,ValStr", "1,6,''");
     host.Data("insert into tbCell values(7,2,8,'A'),(7,3,9,null)");
-    EXPECT_THAT(Explained(kHeadGroups + 1),
-                ElementsAre(" <- tbCell: ValStr=, mode 200 (vkApp.ini:6), no ValStr",
-                            "Fld2=8A <- tbCell: Fld=2 Val=8 ValStr=A, mode 200 (vkApp.ini:6)",
-                            " <- tbCell: ValStr=, mode 200 (vkApp.ini:6), no ValStr"));
+    EXPECT_THAT(
+        Explained(kHeadGroups + 1),
+        ElementsAre(" <- tbCell, row 1 of SID 7: ValStr=, mode 200 (vkApp.ini:6), no ValStr",
+                    "Fld2=8A <- tbCell: Fld=2 Val=8 ValStr=A, mode 200 (vkApp.ini:6)",
+                    " <- tbCell, row 3 of SID 7: ValStr=, mode 200 (vkApp.ini:6), no ValStr"));
 }
 
 TEST_F(PreviewExplain, UnknownModeAddsNothing)

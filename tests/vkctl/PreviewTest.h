@@ -107,6 +107,13 @@ protected:
                   "(2,'Air',7)");
     }
 
+    // tbSM as a table that may hold several rows for a SID.
+    void DropKeyOfNames()
+    {
+        host.Data("create table tbCopy as select * from tbSM; drop table tbSM;"
+                  "alter table tbCopy rename to tbSM");
+    }
+
     CHostDir host;
     Texts log;
 };

@@ -89,6 +89,20 @@ TEST_F(Preview, RoomThatIsLookedAtTwiceIsTheSame)
 
 // --- Selection -----------------------------------------------------------------------------------
 
+TEST_F(Preview, SidThatDiscoveryFindsTwiceIsPostedTwice)
+{
+    AllKinds();
+    DropKeyOfNames();
+    host.Data("insert into tbSubSysDetail select * from tbSubSysDetail where SID=21;"
+              "insert into tbSM select * from tbSM where SID=31");
+    vkctl::PreviewSelection selection;
+    selection.sid = 21;
+    EXPECT_THAT(Names(selection),
+                ElementsAre("input 21 tbSubSysDetail", "input 21 tbSubSysDetail"));
+    selection.sid = 31;
+    EXPECT_THAT(Names(selection), ElementsAre("camera 31 tbSM", "camera 31 tbSM"));
+}
+
 TEST_F(Preview, SidSelectsItsBodies)
 {
     AllKinds();
