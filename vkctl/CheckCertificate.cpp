@@ -55,6 +55,33 @@ bool uses_https(const CIniFile& ini)
            std::any_of(lists.alarms.begin(), lists.alarms.end(), secure);
 }
 
+// A server needs one of the authorities, and only a handshake shows which. So they are told of when
+// none of them is good, by the one that lasts longest.
+void check_authorities(const Place& place, const std::string& path,
+                       const std::vector<CertificatePtr>& authorities, CFindings& findings)
+{
+    const auto last = std::max_element(
+        authorities.begin(), authorities.end(),
+        [](const CertificatePtr& a, const CertificatePtr& b) {
+            return ASN1_TIME_compare(X509_get0_notAfter(a.get()), X509_get0_notAfter(b.get())) < 0;
+        });
+    const bool good =
+        std::any_of(authorities.begin(), authorities.end(),
+                    [](const CertificatePtr& one) { return expiry_problem(one.get()).empty(); });
+    if (last == authorities.end() || good)
+    {
+        return;
+    }
+    const std::string which =
+        authorities.size() == 1
+            ? "the authority "
+            : "of the " + std::to_string(authorities.size()) + " authorities the one that lasts ";
+    findings.Warning(place, "certificate-expiring",
+                     which + (authorities.size() == 1 ? "" : "longest, ") +
+                         subject_of(last->get()) + " in " + path + " " +
+                         expiry_problem(last->get()) + ": nothing is posted to its servers then");
+}
+
 // Empty when it cannot be read.
 std::string text_of(const std::string& path)
 {
@@ -93,7 +120,7 @@ std::string expiry_problem(const X509* certificate)
     {
         return "has expired on " + day_of(end);
     }
-    if (days_to(begin) > 0)
+    if (X509_cmp_current_time(begin) > 0)
     {
         return "is valid from " + day_of(begin) + " on only";
     }
@@ -118,16 +145,7 @@ void check_ca(const CIniFile& ini, CFindings& findings)
                            (there ? " holds no certificate in PEM form" : " cannot be read") +
                            ": nothing is posted to any https server");
     }
-    for (const CertificatePtr& one : certificates)
-    {
-        const std::string problem = expiry_problem(one.get());
-        if (!problem.empty())
-        {
-            findings.Warning(place, "certificate-expiring",
-                             "the authority " + subject_of(one.get()) + " in " + path + " " +
-                                 problem + ": nothing is posted to its servers then");
-        }
-    }
+    check_authorities(place, path, certificates, findings);
 }
 
 } // namespace vkctl

@@ -104,6 +104,23 @@ Handshake shake_hands(const std::string& url, const std::string& ca)
     return result;
 }
 
+// A certificate that the daemon looks at: one of a chain tells enough.
+void report_expiry(const ConfiguredUrl& one, const std::string& server,
+                   const std::vector<CertificatePtr>& chain, CFindings& findings)
+{
+    for (const CertificatePtr& certificate : chain)
+    {
+        const std::string problem = expiry_problem(certificate.get());
+        if (!problem.empty())
+        {
+            findings.Warning(one.place, "certificate-expiring",
+                             "the certificate of " + server + " " + problem +
+                                 ": nothing is posted to " + one.key + " then");
+            return;
+        }
+    }
+}
+
 void report(const ConfiguredUrl& one, const std::string& server, const Handshake& answer,
             CFindings& findings)
 {
@@ -119,16 +136,6 @@ void report(const ConfiguredUrl& one, const std::string& server, const Handshake
                          one.key + " cannot be reached now: " + answer.reason +
                              "; --offline asks no server");
     }
-    for (const CertificatePtr& certificate : answer.certificates)
-    {
-        const std::string problem = expiry_problem(certificate.get());
-        if (!problem.empty())
-        {
-            findings.Warning(one.place, "certificate-expiring",
-                             "the certificate of " + server + " " + problem);
-            return; // one of a chain tells enough
-        }
-    }
 }
 
 } // namespace
@@ -136,6 +143,7 @@ void report(const ConfiguredUrl& one, const std::string& server, const Handshake
 void check_servers(const CIniFile& ini, CFindings& findings)
 {
     const UrlLists lists = url_lists(ini);
+    const std::string ca = ini.Text("POST", "CA");
     std::vector<ConfiguredUrl> urls = lists.data;
     urls.insert(urls.end(), lists.alarms.begin(), lists.alarms.end());
     std::set<std::string> asked;
@@ -144,7 +152,12 @@ void check_servers(const CIniFile& ini, CFindings& findings)
         const std::string server = server_of(one.url);
         if (is_https_server(one.url) && !server.empty() && asked.insert(server).second)
         {
-            report(one, server, shake_hands(one.url, ini.Text("POST", "CA")), findings);
+            const Handshake answer = shake_hands(one.url, ca);
+            report(one, server, answer, findings);
+            if (!ca.empty() && answer.code == CURLE_OK) // without CA nobody looks at the time
+            {
+                report_expiry(one, server, answer.certificates, findings);
+            }
         }
     }
 }

@@ -19,6 +19,7 @@ namespace
 constexpr char kPost[] = "POST";
 constexpr char kOutputs[] = "POST.DO";
 constexpr char kExtension[] = "POST.Ext.";
+constexpr char kBom[] = "\xEF\xBB\xBF";
 constexpr int kLongestTimeoutS = 2147483; // libcurl takes no more
 
 const std::vector<std::string>& post_keys()
@@ -100,27 +101,29 @@ void check_sections(const CIniFile& ini, CFindings& findings)
     }
 }
 
-// A section header that is none, as blanks or a byte order mark stand in front of it.
-bool is_lost_header(const std::string& key)
+// A key's name without the byte order mark that nobody sees.
+std::string visible_name(const std::string& key)
 {
-    return key.compare(0, 1, "[") == 0 || key.compare(0, 4, "\xEF\xBB\xBF[") == 0;
+    const std::size_t mark = sizeof kBom - 1;
+    return key.compare(0, mark, kBom) == 0 ? key.substr(mark) : key;
 }
 
-// Keys in front of the first section. The first one tells of all; a lost first header has been
-// told already.
+// Keys in front of the first section. The first one tells of all; a lost first header, behind
+// blanks or a byte order mark, has been told already.
 void check_homeless_keys(const CIniFile& ini, CFindings& findings)
 {
     for (const IniItem& item : ini.Items())
     {
+        const std::string name = visible_name(item.key);
         if (item.kind == IniItemKind::kSection ||
-            (item.kind == IniItemKind::kKey && is_lost_header(item.key)))
+            (item.kind == IniItemKind::kKey && name.compare(0, 1, "[") == 0))
         {
             return;
         }
-        if (item.kind == IniItemKind::kKey && !item.key.empty())
+        if (item.kind == IniItemKind::kKey && !name.empty())
         {
             findings.Warning(ini.At(item.line), "key-unread",
-                             "nothing reads " + item.key +
+                             "nothing reads " + name +
                                  ": it stands in front of the first section; move it below [POST]");
             return;
         }

@@ -3,6 +3,8 @@
 #include <curl/curl.h>
 
 #include <algorithm>
+#include <cctype>
+#include <cstring>
 #include <memory>
 
 #include "app/AppInternal.h"
@@ -152,66 +154,117 @@ void check_doubles(const std::vector<ConfiguredUrl>& list, CFindings& findings)
     }
 }
 
-// http, https, ...; problem is set when libcurl does not take the URL.
-std::string scheme_of(const std::string& url, std::string& problem)
+// A URL as libcurl takes it.
+struct TakenUrl
+{
+    std::string problem; // why it does not; the rest is empty then
+    std::string scheme;  // http, https, ...
+    std::string host;
+};
+
+std::string part_of(CURLU* url, CURLUPart part)
+{
+    char* text = nullptr;
+    curl_url_get(url, part, &text, 0);
+    std::string copy = text != nullptr ? text : "";
+    curl_free(text);
+    return copy;
+}
+
+TakenUrl taken_url(const std::string& url)
 {
     const std::unique_ptr<CURLU, UrlDeleter> parsed(curl_url());
     const CURLUcode code = curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(),
                                         CURLU_GUESS_SCHEME | CURLU_NON_SUPPORT_SCHEME);
     if (code != CURLUE_OK)
     {
-        problem = curl_url_strerror(code);
-        return "";
+        return {curl_url_strerror(code), "", ""};
     }
-    char* scheme = nullptr;
-    curl_url_get(parsed.get(), CURLUPART_SCHEME, &scheme, 0);
-    std::string text = scheme != nullptr ? scheme : "";
-    curl_free(scheme);
-    return text;
+    return {"", part_of(parsed.get(), CURLUPART_SCHEME), part_of(parsed.get(), CURLUPART_HOST)};
 }
 
-void check_scheme(const ConfiguredUrl& one, const std::string& scheme, CFindings& findings)
+// "http://" with as many slashes as are there; empty when no protocol is named. libcurl finds a
+// name by the ":/" behind it.
+std::string written_scheme(const std::string& url)
 {
-    const bool isGuessed = one.url.find("://") == std::string::npos;
-    if (scheme != "http" && scheme != "https" && isGuessed)
+    const auto end = std::find_if(url.begin(), url.end(),
+                                  [](unsigned char c)
+                                  { return std::isalnum(c) == 0 && !std::strchr("+-.", c); });
+    const auto length = static_cast<std::size_t>(end - url.begin());
+    if (length == 0 || url.compare(length, 2, ":/") != 0)
     {
-        findings.Error(one.place, "url-scheme",
-                       one.key + " names no protocol: " + scheme +
-                           " is guessed, where nothing can be posted to; write http:// or https:// "
-                           "in front");
+        return "";
     }
-    else if (scheme != "http" && scheme != "https")
-    {
-        findings.Error(one.place, "url-scheme",
-                       one.key + " begins with " + scheme +
-                           "://, where nothing can be posted to; write http:// or https://");
-    }
-    else if (isGuessed)
+    return url.substr(0, std::min(url.find_first_not_of('/', length + 1), url.size()));
+}
+
+void check_guessed(const ConfiguredUrl& one, const TakenUrl& taken, CFindings& findings)
+{
+    if (taken.scheme == "http" || taken.scheme == "https")
     {
         findings.Warning(one.place, "url-scheme",
-                         one.key + " names no protocol: " + scheme +
+                         one.key + " names no protocol: " + taken.scheme +
                              " is guessed; write it in front, such as http://" + one.url);
+        return;
     }
-    else if (scheme == "https" && !is_https(one.url))
+    findings.Error(one.place, "url-scheme",
+                   one.key + " names no protocol: " + taken.scheme +
+                       " is guessed, where nothing can be posted to; write http:// or https:// "
+                       "in front");
+}
+
+// What stands in front of the host, of a URL that can be posted to.
+void check_slashes(const ConfiguredUrl& one, const TakenUrl& taken, const std::string& written,
+                   CFindings& findings)
+{
+    const auto slashes = std::count(written.begin(), written.end(), '/');
+    if (slashes > 2)
+    {
+        findings.Error(one.place, "url-scheme",
+                       one.key + " has no host behind " + written.substr(0, written.size() - 1) +
+                           ": libcurl takes " + taken.host + " for it; write the host there");
+    }
+    else if (taken.scheme == "https" && !is_https(one.url))
     {
         findings.Warning(one.place, "url-scheme",
-                         one.key + " does not spell https in small letters: the daemon gives it "
-                                   "neither CA nor its rules of verification; write https://");
+                         one.key +
+                             (slashes == 2 ? " does not spell https in small letters"
+                                           : " has one slash behind https:") +
+                             ": the daemon gives it neither CA nor its rules of verification; "
+                             "write https://");
+    }
+    else if (slashes == 1)
+    {
+        findings.Warning(one.place, "url-scheme",
+                         one.key + " has one slash behind " + taken.scheme +
+                             ":, which libcurl takes for two; write " + taken.scheme + "://");
     }
 }
 
 void check_url(const ConfiguredUrl& one, CFindings& findings)
 {
-    std::string problem;
-    const std::string scheme = scheme_of(one.url, problem);
-    if (problem.empty())
+    const TakenUrl taken = taken_url(one.url);
+    const std::string written = written_scheme(one.url);
+    if (!taken.problem.empty())
     {
-        check_scheme(one, scheme, findings);
-        return;
+        findings.Error(one.place, "url-invalid",
+                       one.key + " is no URL (" + taken.problem + "): " + one.url +
+                           "; every transfer to it fails");
     }
-    findings.Error(one.place, "url-invalid",
-                   one.key + " is no URL (" + problem + "): " + one.url +
-                       "; every transfer to it fails");
+    else if (written.empty())
+    {
+        check_guessed(one, taken, findings);
+    }
+    else if (taken.scheme != "http" && taken.scheme != "https")
+    {
+        findings.Error(one.place, "url-scheme",
+                       one.key + " begins with " + written +
+                           ", where nothing can be posted to; write http:// or https://");
+    }
+    else
+    {
+        check_slashes(one, taken, written, findings);
+    }
 }
 
 void check_tls(const CIniFile& ini, const std::vector<ConfiguredUrl>& urls, CFindings& findings)
@@ -242,8 +295,7 @@ bool is_https(const std::string& url)
 
 bool is_https_server(const std::string& url)
 {
-    std::string ignored;
-    return is_https(url) && scheme_of(url, ignored) == "https";
+    return is_https(url) && taken_url(url).scheme == "https";
 }
 
 UrlLists url_lists(const CIniFile& ini)
@@ -276,19 +328,15 @@ void check_urls(const CIniFile& ini, CFindings& findings)
     }
     check_alarm_list(ini, findings);
 
-    for (const char* prefix : {"Url", "AlmUrl"})
-    {
-        for (const ConfiguredUrl& one : written_urls(ini, prefix))
-        {
-            check_url(one, findings);
-        }
-    }
-
     const UrlLists lists = url_lists(ini);
     check_doubles(lists.data, findings);
     check_doubles(lists.alarms, findings);
     std::vector<ConfiguredUrl> used = lists.data;
     used.insert(used.end(), lists.alarms.begin(), lists.alarms.end());
+    for (const ConfiguredUrl& one : used)
+    {
+        check_url(one, findings);
+    }
     check_tls(ini, used, findings);
 }
 

@@ -8,6 +8,7 @@
 #include "vkctl/CheckCertificate.h"
 
 using namespace vkctl;
+using testing::MatchesRegex;
 using testing::StartsWith;
 
 namespace
@@ -72,6 +73,11 @@ std::vector<CheckCase> certificate_cases()
          "vkApp.ini:N: warning: the authority /CN=Room CA in ca.pem is valid from 2098-01-01 on "
          "only: nothing is posted to its servers then",
          {ca, kEarly}},
+        {"certificate-expiring",
+         {url, ca, kOld + pem_between("20180101000000Z", "20210304000000Z")},
+         "vkApp.ini:N: warning: of the 2 authorities the one that lasts longest, /CN=Room CA in "
+         "ca.pem has expired on 2021-03-04: nothing is posted to its servers then",
+         {url, ca, kOld + pem_between("20200101000000Z", "20991231000000Z")}},
     };
 }
 
@@ -83,6 +89,16 @@ TEST(CheckCertificateTest, TheLastThirtyDaysAreCounted)
     EXPECT_THAT(problem_of_one_that_ends_in(29 * 24 * kHour + kHour),
                 StartsWith("expires in 29 days, on 20"));
     EXPECT_EQ(problem_of_one_that_ends_in(30 * 24 * kHour + kHour), "");
+}
+
+TEST(CheckCertificateTest, ItsFirstDayHasNotComeBeforeItsFirstSecond)
+{
+    const CertificatePtr made(X509_new());
+    X509_gmtime_adj(X509_getm_notAfter(made.get()), 400L * 24 * 3600);
+    X509_gmtime_adj(X509_getm_notBefore(made.get()), 3600);
+    EXPECT_THAT(expiry_problem(made.get()), MatchesRegex("is valid from 20..-..-.. on only"));
+    X509_gmtime_adj(X509_getm_notBefore(made.get()), -1);
+    EXPECT_EQ(expiry_problem(made.get()), "");
 }
 
 TEST(CheckCertificateTest, AllCertificatesOfAFileAreRead)

@@ -1,6 +1,7 @@
 // Findings about https servers, with real ones on the loopback.
 
 #include <gmock/gmock.h>
+#include <openssl/pem.h>
 
 #include <sstream>
 
@@ -13,6 +14,8 @@ using testing::Not;
 
 namespace
 {
+
+constexpr long kDay = 24L * 3600;
 
 std::string printed(const CFindings& findings)
 {
@@ -49,33 +52,55 @@ protected:
     int bodies = 0;
 };
 
-// A server whose certificate has ended long ago.
-class COldServer
+// A server whose certificate ends so many seconds from now and vouches for itself.
+class CEndingServer
 {
 public:
-    COldServer() : m_certificate("127.0.0.1"), m_server(MakeOld(m_certificate), m_certificate.Key())
+    explicit CEndingServer(long seconds)
+        : m_certificate("127.0.0.1"),
+          m_server(EndingIn(m_certificate, seconds), m_certificate.Key())
     {
         port = m_server.bind_to_any_port("127.0.0.1");
         m_thread = std::thread([this] { m_server.listen_after_bind(); });
     }
-    ~COldServer()
+    ~CEndingServer()
     {
         m_server.stop();
         m_thread.join();
     }
-    COldServer(const COldServer&) = delete;
-    COldServer& operator=(const COldServer&) = delete;
+    CEndingServer(const CEndingServer&) = delete;
+    CEndingServer& operator=(const CEndingServer&) = delete;
+
+    std::string Name() const { return "127.0.0.1:" + std::to_string(port); }
+
+    // What is printed about a host that posts to it and trusts it, or has no authority at all.
+    std::string Check(bool trusted) const
+    {
+        const std::string file = "write ca.pem " + Pem();
+        const CCheckedHost host({"POST/Url=https://" + Name() + "/data",
+                                 trusted ? "POST/CA=ca.pem" : "POST/CA=", file});
+        return printed(host.Findings(false));
+    }
 
     int port = 0;
 
 private:
-    static X509* MakeOld(const CServerCertificate& certificate)
+    static X509* EndingIn(const CServerCertificate& certificate, long seconds)
     {
         X509* x509 = certificate.Certificate();
-        ASN1_TIME_set_string(X509_getm_notBefore(x509), "20190101000000Z");
-        ASN1_TIME_set_string(X509_getm_notAfter(x509), "20200102000000Z");
+        X509_gmtime_adj(X509_getm_notBefore(x509), -1000L * 24 * 3600);
+        X509_gmtime_adj(X509_getm_notAfter(x509), seconds);
         X509_sign(x509, certificate.Key(), EVP_sha256());
         return x509;
+    }
+
+    std::string Pem() const
+    {
+        const std::unique_ptr<BIO, decltype(&BIO_free)> bio(BIO_new(BIO_s_mem()), &BIO_free);
+        PEM_write_bio_X509(bio.get(), m_certificate.Certificate());
+        char* text = nullptr;
+        const long length = BIO_get_mem_data(bio.get(), &text);
+        return {text, static_cast<std::size_t>(length)};
     }
 
     CServerCertificate m_certificate;
@@ -94,14 +119,29 @@ TEST_F(CheckServersTest, AGoodServerIsAskedForItsCertificateAndForNothingElse)
     EXPECT_EQ(bodies, 0);
 }
 
-TEST(CheckOldServerTest, TheEndOfItsCertificateIsTold)
+TEST(CheckEndingServerTest, TheEndOfItsCertificateIsTold)
 {
-    const COldServer server;
-    const std::string name = "127.0.0.1:" + std::to_string(server.port);
-    const CCheckedHost host({"POST/Url=https://" + name + "/data"});
-    EXPECT_THAT(printed(host.Findings(false)),
-                HasSubstr(": warning: the certificate of " + name +
-                          " has expired on 2020-01-02 [certificate-expiring]\n"));
+    const CEndingServer server(9 * kDay + 3600);
+    EXPECT_THAT(server.Check(true), HasSubstr(": warning: the certificate of " + server.Name() +
+                                              " expires in 9 days, on 20"));
+    EXPECT_THAT(server.Check(true), Not(HasSubstr("certificate-refused")));
+}
+
+TEST(CheckEndingServerTest, ACertificateThatHasEndedIsRefused)
+{
+    const CEndingServer server(-kDay);
+    EXPECT_THAT(server.Check(true), HasSubstr(": error: the certificate of " + server.Name() +
+                                              " is refused (SSL certificate problem: "
+                                              "certificate has expired): "));
+    EXPECT_THAT(server.Check(true), Not(HasSubstr(server.Name() + " has expired")));
+}
+
+TEST(CheckEndingServerTest, WithoutAnAuthorityNobodyLooksAtTheTime)
+{
+    const std::string printed = CEndingServer(-kDay).Check(false);
+    EXPECT_THAT(printed, Not(HasSubstr("certificate-")));
+    EXPECT_THAT(printed, Not(HasSubstr("server-unreachable")));
+    EXPECT_THAT(printed, HasSubstr("[tls-unverified]"));
 }
 
 TEST_F(CheckServersTest, AnotherAuthorityRefusesIt)

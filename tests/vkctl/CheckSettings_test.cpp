@@ -32,6 +32,12 @@ std::vector<CheckCase> unread_cases()
          "it below [POST]",
          {"^; Dept=ROOM-02\n"}},
         {"key-unread",
+         {"^\xEF\xBB\xBF"
+          "Dept=ROOM-02\n"},
+         "vkApp.ini:N: warning: nothing reads Dept: it stands in front of the first section; move "
+         "it below [POST]",
+         {"^\xEF\xBB\xBF; Dept=ROOM-02\n"}},
+        {"key-unread",
          {"write vkApp.ini ; of the host\nUrl=http://a/\nDelay=9\n"},
          "vkApp.ini:N: warning: nothing reads Url: it stands in front of the first section; move "
          "it below [POST]",

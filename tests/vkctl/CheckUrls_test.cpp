@@ -50,14 +50,56 @@ std::vector<CheckCase> target_cases()
     };
 }
 
-std::vector<CheckCase> form_cases()
+std::vector<CheckCase> invalid_cases()
 {
+    const std::string url9 =
+        "Url9 is no URL (No host part in the URL): http://; every transfer to it fails";
     return {
         {"url-invalid",
          {"POST/Url=http://a:99999/"},
          "vkApp.ini:N: error: Url is no URL (Port number was not a decimal number between 0 and "
          "65535): http://a:99999/; every transfer to it fails",
          {"POST/Url=http://a:65535/"}},
+        {"url-invalid",
+         {"POST/maxURLs=10", "POST/Url9=http://"},
+         "vkApp.ini:N: error: " + url9,
+         {"POST/Url9=http://"}},
+        {"url-invalid",
+         {"POST/maxURLs=10", "POST/AlmUrl9=http://"},
+         "vkApp.ini:N: error: Alm" + url9,
+         {"POST/maxURLs=10", "POST/AlmUrl9=http://", "POST/AlmUrl="}},
+    };
+}
+
+std::vector<CheckCase> slash_cases()
+{
+    return {
+        {"url-scheme",
+         {"POST/Url=http:/a/data"},
+         "vkApp.ini:N: warning: Url has one slash behind http:, which libcurl takes for two; write "
+         "http://",
+         {"POST/Url=http://a/data"}},
+        {"url-scheme",
+         {"POST/Url=https:/a/data"},
+         "vkApp.ini:N: warning: Url has one slash behind https:: the daemon gives it neither CA "
+         "nor its rules of verification; write https://",
+         {"POST/Url=https://a/data"}},
+        {"url-scheme",
+         {"POST/Url=http:///data"},
+         "vkApp.ini:N: error: Url has no host behind http://: libcurl takes data for it; write the "
+         "host there",
+         {"POST/Url=http://a///data"}},
+        {"url-scheme",
+         {"POST/Url=a.example/data?from=http://b/"},
+         "vkApp.ini:N: warning: Url names no protocol: http is guessed; write it in front, such as "
+         "http://a.example/data?from=http://b/",
+         {"POST/Url=http://a.example/data?from=http:/b/"}},
+    };
+}
+
+std::vector<CheckCase> scheme_cases()
+{
+    return {
         {"url-scheme",
          {"POST/Url=ftp://a/"},
          "vkApp.ini:N: error: Url begins with ftp://, where nothing can be posted to; write "
@@ -78,6 +120,12 @@ std::vector<CheckCase> form_cases()
          "vkApp.ini:N: warning: Url does not spell https in small letters: the daemon gives it "
          "neither CA nor its rules of verification; write https://",
          {"POST/Url=HTTP://a/"}},
+    };
+}
+
+std::vector<CheckCase> tls_cases()
+{
+    return {
         {"tls-unverified",
          {"POST/Url=https://a/"},
          "vkApp.ini:N: warning: Url is https, but without CA nobody checks whose server it is; set "
@@ -119,7 +167,7 @@ UrlLists lists_of(const std::vector<std::string>& edits)
 
 std::vector<CheckCase> url_cases()
 {
-    return joined({target_cases(), form_cases()});
+    return joined({target_cases(), invalid_cases(), scheme_cases(), slash_cases(), tls_cases()});
 }
 
 TEST(CheckUrlsTest, TheListsAreThoseThatTheDaemonPostsTo)
