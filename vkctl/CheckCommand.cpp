@@ -33,7 +33,8 @@ Examples:
 
 Exit status: 0 nothing wrong (there may be warnings), 1 warnings and --strict, 64 command line
 not understood, 74 vkApp.ini or a database cannot be read, 78 an error in the configuration.
-docs/check.md explains every finding by its name in brackets.
+docs/check.md, installed as /usr/share/doc/vkctl/docs/check.md, explains every finding by its name
+in brackets.
 )";
 
 struct CheckArguments
