@@ -24,13 +24,14 @@ protected:
 
     void Start()
     {
-        server = std::make_unique<CReceiveServer>(options,
-                                                  [this](const ReceivedBody& body)
-                                                  {
-                                                      const std::lock_guard<std::mutex> lock(mutex);
-                                                      bodies.push_back(body.bytes);
-                                                      path = body.path;
-                                                  });
+        server =
+            std::make_unique<CReceiveServer>(options,
+                                             [this](const ReceivedBody& body)
+                                             {
+                                                 const std::lock_guard<std::mutex> lock(m_mutex);
+                                                 m_vBodies.push_back(body.bytes);
+                                                 m_strPath = body.path;
+                                             });
         server->Start();
     }
 
@@ -53,23 +54,36 @@ protected:
         constexpr int kTries = 3000;
         for (int i = 0; i < kTries; ++i)
         {
+            if (Bodies().size() >= count)
             {
-                const std::lock_guard<std::mutex> lock(mutex);
-                if (bodies.size() >= count)
-                {
-                    return true;
-                }
+                return true;
             }
             std::this_thread::sleep_for(std::chrono::milliseconds(10));
         }
         return false;
     }
 
+    // What has arrived, and where the latest of it.
+    std::vector<std::string> Bodies()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_vBodies;
+    }
+    std::string Path()
+    {
+        const std::lock_guard<std::mutex> lock(m_mutex);
+        return m_strPath;
+    }
+
     ServerOptions options;
-    std::mutex mutex; // guards bodies and path while the server runs
-    std::vector<std::string> bodies;
-    std::string path;
-    std::unique_ptr<CReceiveServer> server;
+
+private:
+    std::mutex m_mutex; // the server's threads bring bodies
+    std::vector<std::string> m_vBodies;
+    std::string m_strPath;
+
+protected:
+    std::unique_ptr<CReceiveServer> server; // goes first
 };
 
 } // namespace
@@ -78,8 +92,8 @@ TEST_F(ReceiveServerTest, ABodyArrivesAsItWasSent)
 {
     Start();
     EXPECT_EQ(Post("sid=1&a= x%41+=&b=R&D"), 200);
-    EXPECT_THAT(bodies, ElementsAre("sid=1&a= x%41+=&b=R&D"));
-    EXPECT_EQ(path, "/data");
+    EXPECT_THAT(Bodies(), ElementsAre("sid=1&a= x%41+=&b=R&D"));
+    EXPECT_EQ(Path(), "/data");
 }
 
 TEST_F(ReceiveServerTest, AFormBodyOfManyKilobytesIsTaken)
@@ -87,21 +101,21 @@ TEST_F(ReceiveServerTest, AFormBodyOfManyKilobytesIsTaken)
     Start();
     const std::string large = "sid=1&a=" + std::string(410 * 1024, 'x');
     EXPECT_EQ(Post(large), 200);
-    EXPECT_THAT(bodies, ElementsAre(large));
+    EXPECT_THAT(Bodies(), ElementsAre(large));
 }
 
 TEST_F(ReceiveServerTest, AnEmptyBodyIsABodyToo)
 {
     Start();
     EXPECT_EQ(Post(""), 200);
-    EXPECT_THAT(bodies, ElementsAre(""));
+    EXPECT_THAT(Bodies(), ElementsAre(""));
 }
 
 TEST_F(ReceiveServerTest, ThePathKeepsItsQuery)
 {
     Start();
     Client().Post("/in/x?host=a%20b", "sid=1", kForm);
-    EXPECT_EQ(path, "/in/x?host=a%20b");
+    EXPECT_EQ(Path(), "/in/x?host=a%20b");
 }
 
 TEST_F(ReceiveServerTest, OnlyPostsAreBodies)
@@ -110,7 +124,7 @@ TEST_F(ReceiveServerTest, OnlyPostsAreBodies)
     const auto result = Client().Get("/data");
     ASSERT_TRUE(result);
     EXPECT_EQ(result->status, 405);
-    EXPECT_TRUE(bodies.empty());
+    EXPECT_TRUE(Bodies().empty());
 }
 
 TEST_F(ReceiveServerTest, TheStatusIsTheOneAskedFor)
@@ -118,7 +132,7 @@ TEST_F(ReceiveServerTest, TheStatusIsTheOneAskedFor)
     options.status = 503;
     Start();
     EXPECT_EQ(Post("sid=1"), 503);
-    EXPECT_THAT(bodies, ElementsAre("sid=1"));
+    EXPECT_THAT(Bodies(), ElementsAre("sid=1"));
 }
 
 TEST_F(ReceiveServerTest, ATakenPortIsRefusedAlsoByAnotherReceiver)
@@ -160,7 +174,7 @@ TEST_F(ReceiveServerTest, AHangingServerNeverAnswersButReceives)
     client.set_read_timeout(std::chrono::milliseconds(200));
     const auto result = client.Post("/data", "sid=1", kForm);
     EXPECT_EQ(result.error(), httplib::Error::Read);
-    EXPECT_THAT(bodies, ElementsAre("sid=1"));
+    EXPECT_THAT(Bodies(), ElementsAre("sid=1"));
 }
 
 TEST_F(ReceiveServerTest, ManyHangingConnectionsHoldNobodyUp)
@@ -205,7 +219,7 @@ TEST_F(ReceiveServerTest, ASenderThatLeavesInTheMiddleIsNotCounted)
         kForm);
     EXPECT_FALSE(result);
     EXPECT_EQ(Post("sid=2"), 200);
-    EXPECT_THAT(bodies, ElementsAre("sid=2"));
+    EXPECT_THAT(Bodies(), ElementsAre("sid=2"));
 }
 
 TEST_F(ReceiveServerTest, TlsIsTrustedThroughItsAuthority)
@@ -233,5 +247,5 @@ TEST_F(ReceiveServerTest, TlsIsNotTrustedThroughAnotherAuthority)
     client.set_ca_cert_path(dir.Path("ca.pem").c_str());
     client.enable_server_certificate_verification(true);
     EXPECT_EQ(client.Post("/data", "sid=1", kForm).error(), httplib::Error::SSLServerVerification);
-    EXPECT_TRUE(bodies.empty());
+    EXPECT_TRUE(Bodies().empty());
 }
