@@ -6,6 +6,7 @@
 #include <cstring>
 
 #include "app/AppInternal.h"
+#include "vkctl/CheckAlarms.h"
 #include "vkctl/CheckBodies.h"
 #include "vkctl/CheckCatalogue.h"
 #include "vkctl/CheckCertificate.h"
@@ -28,19 +29,32 @@ namespace vkctl
 namespace
 {
 
-void enter(const std::string& directory)
+bool enter(const std::string& directory, CFindings& findings)
 {
-    if (chdir(directory.c_str()) != 0)
+    if (chdir(directory.c_str()) == 0)
     {
-        throw CCliError("cannot enter " + directory + ": " + std::strerror(errno) +
-                            "\nname the directory that vkApp.ini stands in",
-                        kExitFile);
+        return true;
     }
+    findings.Error({kConfigFile, 0}, "file-unreadable",
+                   "cannot enter " + directory + ": " + std::strerror(errno) +
+                       "; name the directory that vkApp.ini stands in");
+    return false;
 }
 
+// Why, in the system's words where it is the file's and not SQLite's matter; and what to do.
 void unreadable(const char* path, const std::string& problem, CFindings& findings)
 {
-    findings.Error({path, 0}, "database-unreadable", "cannot be read: " + problem);
+    std::string reason = problem;
+    if (access(path, F_OK) != 0)
+    {
+        reason = std::strerror(errno) + std::string("; start the process that makes it, or name "
+                                                    "the host's directory");
+    }
+    else if (access(path, R_OK) != 0)
+    {
+        reason = std::strerror(errno) + std::string("; check as a user who may read it");
+    }
+    findings.Error({path, 0}, "database-unreadable", "cannot be read: " + reason);
 }
 
 // All that the data database is asked for itself; closed again afterwards. False: unreadable.
@@ -50,10 +64,10 @@ try
     CCheckDatabase db(kDataDb);
     const CCatalogue catalogue(db, ini);
     check_tables(db, catalogue, ini, findings);
-    check_devices(db, catalogue, findings);
+    check_devices(db, catalogue, ini, findings);
     check_details(db, catalogue, ini, findings);
-    check_generals(catalogue, ini, findings);
-    check_masters(catalogue, ini, findings);
+    check_generals(db, catalogue, ini, findings);
+    check_masters(db, catalogue, ini, findings);
     check_extensions(db, catalogue, ini, findings);
     check_fields(db, catalogue, ini, findings);
     return true;
@@ -104,7 +118,10 @@ catch (const CppSQLite3Exception& error)
 
 bool check_host(const CheckOptions& options, CFindings& findings)
 {
-    enter(options.directory);
+    if (!enter(options.directory, findings))
+    {
+        return false;
+    }
     const CIniFile ini(kConfigFile);
     check_ini_text(ini, findings);
     if (!ini.IsReadable())

@@ -16,9 +16,9 @@ struct CheckOptions
     bool progress = false; // shown on standard error
 };
 
-// Changes into the directory, as paths in vkApp.ini are relative to it. False when vkApp.ini or a
-// database could not be read; the findings tell which, and what the other files allowed to find.
-// Throws CCliError (kExitFile) for a directory that cannot be entered.
+// Changes into the directory, as paths in vkApp.ini are relative to it. False when the directory
+// cannot be entered, or vkApp.ini or a database could not be read; the findings tell which, and
+// what the other files allowed to find.
 bool check_host(const CheckOptions& options, CFindings& findings);
 
 } // namespace vkctl

@@ -3,6 +3,7 @@
 #include <strings.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstring>
 
 #include "vkctl/CheckNames.h"
@@ -46,6 +47,14 @@ std::vector<std::string> columns_of(CCheckDatabase& db, const std::string& name)
     {
         return {};
     }
+}
+
+// Whether SQL takes the whole text for one name.
+bool is_one_name(const std::string& text)
+{
+    return std::all_of(text.begin(), text.end(),
+                       [](unsigned char c)
+                       { return c >= 0x80 || std::isalnum(c) != 0 || c == '_' || c == '$'; });
 }
 
 } // namespace
@@ -164,6 +173,19 @@ void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const st
     findings.Warning(ini.At(section, key), "key-unread",
                      "there is no table " + table + ", so " + key + " in section [" + section +
                          "] has no effect" + did_you_mean(likely_name(table, catalogue.Names())));
+}
+
+std::string name_problem(CCheckDatabase& db, const HostTable& table, const std::string& text)
+{
+    const bool isQuoted = strcasecmp(text.c_str(), table.name.c_str()) != 0;
+    std::string problem = table.columns.empty() ? "" : db.Problem("select * from " + text);
+    if (problem.empty() && !isQuoted && !is_one_name(text) && !table.columns.empty())
+    {
+        problem = "another table is read"; // that of its first word
+    }
+    return problem.empty()
+               ? ""
+               : "the name " + text + " does not stand in SQL without quotes (" + problem + ")";
 }
 
 } // namespace vkctl

@@ -71,7 +71,14 @@ private:
 void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const std::string& section,
                       const std::string& key, const std::string& table, CFindings& findings);
 
+// Why the daemon's SQL, in which `text` stands for the table without quotes, does not read it, as
+// "the name X ... (why)". Empty when it does, and for a table that nobody can read.
+std::string name_problem(CCheckDatabase& db, const HostTable& table, const std::string& text);
+
 // The columns in front of a device table's values: they make the head and are not posted.
 constexpr int kLeadingColumns = 8;
+
+// Count of section POST.DO where it is not set.
+constexpr int kDefaultOutputs = 3;
 
 } // namespace vkctl

@@ -9,7 +9,6 @@
 
 #include <CLI/CLI.hpp>
 
-#include "app/AppInternal.h"
 #include "vkctl/Check.h"
 #include "vkctl/CliError.h"
 #include "vkctl/Output.h"
@@ -65,27 +64,11 @@ int exit_status(bool readable, bool strict, const CFindings& findings)
     return strict && findings.Count(Severity::kWarning) > 0 ? kExitFailure : 0;
 }
 
-// A directory that cannot be entered is a finding too where a tool expects an object.
-bool check(const CheckArguments& arguments, CFindings& findings)
-try
-{
-    return check_host(arguments.options, findings);
-}
-catch (const CCliError& error)
-{
-    if (!arguments.json)
-    {
-        throw;
-    }
-    findings.Error({kConfigFile, 0}, "file-unreadable", error.what());
-    return false;
-}
-
 int run(CheckArguments& arguments)
 {
     CFindings findings;
     arguments.options.progress = is_progress_wanted();
-    const bool readable = check(arguments, findings);
+    const bool readable = check_host(arguments.options, findings);
     if (arguments.json)
     {
         print_findings_json(std::cout, findings);

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "vkdb/Manager.h"
+#include "vkdb/Sqlite.h"
 
 namespace vkctl
 {
@@ -11,6 +12,23 @@ namespace
 {
 
 constexpr char kBusy[] = "locked by another process for too long; try again";
+
+// SQLite's reason, and what to do where that is not plain.
+std::string reason_of(int code, const std::string& message)
+{
+    switch (code)
+    {
+    case SQLITE_READONLY:
+    case SQLITE_CANTOPEN:
+        return "a process crashed in the middle of a write (" + message +
+               "); the next one that writes puts it in order";
+    case SQLITE_NOTADB:
+    case SQLITE_CORRUPT:
+        return message + "; put a sound copy in its place";
+    default:
+        return message;
+    }
+}
 
 } // namespace
 
@@ -22,7 +40,7 @@ try : m_strPath(path), m_db(path, vkdb::kBusyWaitMs, vkdb::CDatabase::Policy::kN
 }
 catch (const vkdb::CSqliteFailure& failure)
 {
-    throw CCheckProblem(failure.Exception().errorMessage());
+    throw CCheckProblem(reason_of(failure.Code(), failure.Exception().errorMessage()));
 }
 
 int CCheckDatabase::Start(const std::string& sql)
@@ -37,7 +55,7 @@ try
 }
 catch (const CppSQLite3Exception& e)
 {
-    throw CCheckProblem(e.errorMessage());
+    throw CCheckProblem(reason_of(e.errorCode(), e.errorMessage()));
 }
 
 std::vector<CCheckDatabase::Row> CCheckDatabase::Rows(const std::string& sql)
@@ -59,7 +77,7 @@ try
 }
 catch (const CppSQLite3Exception& e)
 {
-    throw CCheckProblem(e.errorMessage());
+    throw CCheckProblem(reason_of(e.errorCode(), e.errorMessage()));
 }
 
 std::vector<std::string> CCheckDatabase::Column(const std::string& sql)
@@ -117,6 +135,13 @@ std::string quoted(const std::string& name)
         text += c == '"' ? "\"\"" : std::string(1, c);
     }
     return text + "\"";
+}
+
+// The low 32 bits with their sign, as the library takes them.
+std::string read_as_integer(const std::string& column)
+{
+    return "(((coalesce(cast(" + column +
+           " as integer),0)&4294967295)+2147483648)%4294967296-2147483648)";
 }
 
 std::string is_no_integer(const std::string& column)

@@ -48,6 +48,9 @@ int cell_number(const std::string& cell);
 // A name as SQL takes it whatever it holds.
 std::string quoted(const std::string& name);
 
+// The SQL for the 32-bit integer that the daemon reads in a column; 0 where it holds none.
+std::string read_as_integer(const std::string& column);
+
 // The SQL condition that the daemon, reading the column as an integer, would take it for another
 // value than it holds: a text that is no number, or a fraction. For a quoted name.
 std::string is_no_integer(const std::string& column);

@@ -4,6 +4,7 @@
 #include <set>
 
 #include "app/AppInternal.h"
+#include "vkctl/CheckIntegers.h"
 #include "vkctl/CheckNames.h"
 
 namespace vkctl
@@ -14,6 +15,10 @@ namespace
 
 constexpr int kFirstGeneralSid = 900;
 constexpr std::size_t kSidsShown = 3;
+constexpr int kOutputsSid = 1;
+
+// The rows of tbSubSysDetail that are inputs, and not the module that they belong to.
+const std::string kInputs = "SID<>SIDD";
 
 // SIDs for a message, each once: the first few, and how many there are.
 class CSidSample
@@ -50,10 +55,10 @@ struct KnownDevice
 
 std::vector<KnownDevice> devices_of(CCheckDatabase& db, const HostTable& table)
 {
-    const std::string state = table.Has("State") ? "coalesce(cast(State as integer),0)" : "0";
+    const std::string state = table.Has("State") ? read_as_integer("State") : "0";
     std::vector<KnownDevice> devices;
-    for (const auto& row : db.Rows("select coalesce(cast(SID as integer),0)," + state +
-                                   ">=0 from " + quoted(table.name)))
+    for (const auto& row : db.Rows("select " + read_as_integer("SID") + "," + state + ">=0 from " +
+                                   quoted(table.name) + " where " + is_sid_found()))
     {
         devices.push_back({cell_number(row[0]), row[1] == "1"});
     }
@@ -74,8 +79,10 @@ std::map<int, std::string> names_of(CCheckDatabase& db)
 class CSidCheck
 {
 public:
-    CSidCheck(std::map<int, std::string> names, std::size_t generals, CFindings& findings)
-        : m_names(std::move(names)), m_nGenerals(static_cast<int>(generals)), m_findings(findings)
+    CSidCheck(std::map<int, std::string> names, std::size_t generals, bool outputs,
+              CFindings& findings)
+        : m_names(std::move(names)), m_nGenerals(static_cast<int>(generals)), m_bOutputs(outputs),
+          m_findings(findings)
     {
     }
 
@@ -102,6 +109,10 @@ public:
             {
                 taken.Add(device.sid);
             }
+            if (device.posted)
+            {
+                m_posted[device.sid] = table.name;
+            }
         }
         Report(table.name, unnamed, doubled, taken);
         for (const auto& [earlier, sample] : elsewhere)
@@ -113,10 +124,37 @@ public:
         }
     }
 
+    // Things that are posted as well, none of them a device of a table.
+    void Others(const std::string& from, const std::vector<std::string>& sids)
+    {
+        CSidSample taken;
+        std::map<std::string, CSidSample> shared;
+        for (const std::string& one : sids)
+        {
+            const int sid = cell_number(one);
+            const auto [found, added] = m_posted.insert({sid, from});
+            if (IsTaken(sid))
+            {
+                taken.Add(sid);
+            }
+            else if (!added && found->second != from)
+            {
+                shared[found->second].Add(sid);
+            }
+        }
+        ReportTaken(from, taken);
+        for (const auto& [other, sample] : shared)
+        {
+            Warn("sid-taken", sample.Text() + " of " + from + sample.Verb(" is", " are") +
+                                  " posted for " + other + " as well; choose another SID");
+        }
+    }
+
 private:
     bool IsTaken(int sid) const
     {
-        return sid == 0 || (sid >= kFirstGeneralSid && sid < kFirstGeneralSid + m_nGenerals);
+        return sid == 0 || (sid == kOutputsSid && m_bOutputs) ||
+               (sid >= kFirstGeneralSid && sid < kFirstGeneralSid + m_nGenerals);
     }
 
     void Warn(const char* id, const std::string& message)
@@ -137,17 +175,25 @@ private:
             Warn("sid-twice", doubled.Text() + doubled.Verb(" stands", " stand") +
                                   " in several rows of " + table + ": only the first is posted");
         }
+        ReportTaken(table, taken);
+    }
+
+    void ReportTaken(const std::string& from, const CSidSample& taken)
+    {
         if (!taken.Empty())
         {
-            Warn("sid-taken", taken.Text() + " of " + table + taken.Verb(" is", " are") +
+            Warn("sid-taken", taken.Text() + " of " + from + taken.Verb(" is", " are") +
                                   " posted for something else as well: 0 is the host's own status, "
-                                  "from 900 up are the general tables; choose another SID");
+                                  "1 are its outputs, from 900 up are the general tables; choose "
+                                  "another SID");
         }
     }
 
     const std::map<int, std::string> m_names;
-    std::map<int, std::string> m_tables;
+    std::map<int, std::string> m_tables; // SID -> the last device table that has it
+    std::map<int, std::string> m_posted; // SID -> the table whose row is posted
     const int m_nGenerals;
+    const bool m_bOutputs;
     CFindings& m_findings;
 };
 
@@ -186,20 +232,55 @@ void check_unnamed_inputs(CCheckDatabase& db, CFindings& findings)
     }
 }
 
+void check_inputs(CCheckDatabase& db, const HostTable& table, CSidCheck& sids, CFindings& findings)
+{
+    check_rows_twice(db, "tbSubSysDetail where " + kInputs,
+                     "tbSubSysDetail: the first of them is posted each time", findings);
+    check_integers(db, table, kInputs, findings);
+    if (table.Has("State"))
+    {
+        check_unnamed_inputs(db, findings);
+        sids.Others(table.name, db.Column("select SID from tbSubSysDetail where " + kInputs +
+                                          " and " + is_sid_found() + " and " +
+                                          read_as_integer("State") + ">=0 order by SID"));
+    }
+}
+
+void check_cameras(CCheckDatabase& db, const HostTable& names, CSidCheck& sids)
+{
+    if (names.Lacks({"Kind", "State", "DataMode"}).empty())
+    {
+        sids.Others("tbSM (a camera: Kind 3072)",
+                    db.Column("select SID from tbSM where Kind=3072 and State=0 and DataMode=1 "
+                              "order by SID"));
+    }
+}
+
+bool has_outputs(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini)
+{
+    const HostTable* table = catalogue.FindAnyCase("tbDio");
+    return table != nullptr && table->Has("SID") &&
+           ini.Int("POST.DO", "Count", kDefaultOutputs) > 0 &&
+           db.Value("select count(*) from tbDio where SID=" + std::to_string(kOutputsSid)) != "0";
+}
+
 } // namespace
 
-void check_devices(CCheckDatabase& db, const CCatalogue& catalogue, CFindings& findings)
+void check_devices(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                   CFindings& findings)
 {
     const HostTable* names = catalogue.FindAnyCase("tbSM");
     if (names == nullptr || !names->Lacks({"SID", "Name"}).empty())
     {
         return; // told already
     }
-    CSidCheck check(names_of(db), catalogue.Of(TableRole::kGeneral).size(), findings);
+    CSidCheck check(names_of(db), catalogue.Of(TableRole::kGeneral).size(),
+                    has_outputs(db, catalogue, ini), findings);
     for (const HostTable* table : catalogue.Of(TableRole::kDevice))
     {
-        if (table->Has("SID"))
+        if (table->Has("SID") && name_problem(db, *table, table->name).empty())
         {
+            check_integers(db, *table, "1", findings);
             check.Table(db, *table);
         }
     }
@@ -209,13 +290,9 @@ void check_devices(CCheckDatabase& db, const CCatalogue& catalogue, CFindings& f
     const HostTable* inputs = catalogue.FindAnyCase("tbSubSysDetail");
     if (inputs != nullptr && inputs->Lacks({"SID", "SIDD"}).empty())
     {
-        check_rows_twice(db, "tbSubSysDetail where SID<>SIDD",
-                         "tbSubSysDetail: the first of them is posted each time", findings);
-        if (inputs->Has("State"))
-        {
-            check_unnamed_inputs(db, findings);
-        }
+        check_inputs(db, *inputs, check, findings);
     }
+    check_cameras(db, *names, check);
 }
 
 } // namespace vkctl

@@ -1,6 +1,8 @@
-// The identifiers of devices and inputs: doubled, unnamed, or taken by something else.
+// The identifiers of devices, inputs and cameras: no integers, doubled, unnamed, or taken by
+// something else.
 //
-// sid-twice, sid-taken, device-unnamed. A few queries for each table, none for each device.
+// sid-twice, sid-taken, device-unnamed, and that of CheckIntegers.h. A few queries for each table,
+// none for each device.
 #pragma once
 
 #include "vkctl/CheckCatalogue.h"
@@ -9,6 +11,7 @@
 namespace vkctl
 {
 
-void check_devices(CCheckDatabase& db, const CCatalogue& catalogue, CFindings& findings);
+void check_devices(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                   CFindings& findings);
 
 } // namespace vkctl

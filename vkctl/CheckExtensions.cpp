@@ -47,6 +47,14 @@ public:
             ReportMissing(table);
             return;
         }
+        const std::string problem = name_problem(m_db, *table, m_strKey);
+        if (!problem.empty())
+        {
+            m_findings.Error(m_place, "table-name",
+                             problem + ": nothing of it is appended to the devices of type " +
+                                 text_of(m_extended.type) + "; rename it");
+            return;
+        }
         CheckPlace(*table);
         CheckRows(*table);
         CheckCount(*table);

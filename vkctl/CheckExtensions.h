@@ -1,7 +1,7 @@
 // The sections POST.Ext.N and the lists of columns that they refer to.
 //
-// key-unread, integer-invalid, extension-missing, extension-index, extension-empty, extension-rows,
-// table-twice, type-unused.
+// key-unread, integer-invalid, table-name, extension-missing, extension-index, extension-empty,
+// extension-rows, table-twice, type-unused.
 #pragma once
 
 #include <vector>

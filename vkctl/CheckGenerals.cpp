@@ -10,8 +10,20 @@ namespace
 
 constexpr char kGeneral[] = "POST.General";
 
-void check_general_type(const CCatalogue& catalogue, const CIniFile& ini, const std::string& table,
+// What it costs when the table cannot be read by its name.
+void check_general_name(CCheckDatabase& db, const HostTable& table, const CIniFile& ini,
                         CFindings& findings)
+{
+    const std::string problem = name_problem(db, table, table.name);
+    if (!problem.empty())
+    {
+        findings.Error(ini.At(kGeneral, table.name), "table-name",
+                       problem + ": none of its rows is posted; rename it");
+    }
+}
+
+void check_general_type(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                        const std::string& table, CFindings& findings)
 {
     const HostTable* found = catalogue.Find(table);
     check_integer(ini, kGeneral, table, findings);
@@ -29,6 +41,10 @@ void check_general_type(const CCatalogue& catalogue, const CIniFile& ini, const 
         findings.Warning(ini.At(kGeneral, table), "key-unread",
                          table + "=" + std::to_string(ini.Int(kGeneral, table)) +
                              " has no effect: the type of a general table is 1 or more");
+    }
+    else if (found->role == TableRole::kGeneral)
+    {
+        check_general_name(db, *found, ini, findings);
     }
 }
 
@@ -78,7 +94,8 @@ void check_general_option(const CCatalogue& catalogue, const CIniFile& ini, cons
 
 } // namespace
 
-void check_generals(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings)
+void check_generals(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                    CFindings& findings)
 {
     for (const std::string& key : ini.Keys(kGeneral))
     {
@@ -93,7 +110,7 @@ void check_generals(const CCatalogue& catalogue, const CIniFile& ini, CFindings&
         }
         else
         {
-            check_general_type(catalogue, ini, key, findings);
+            check_general_type(db, catalogue, ini, key, findings);
         }
     }
 }

@@ -8,7 +8,8 @@
 namespace vkctl
 {
 
-// key-unread, integer-invalid, general-column, value-unescaped.
-void check_generals(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings);
+// key-unread, integer-invalid, table-name, general-column, value-unescaped.
+void check_generals(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                    CFindings& findings);
 
 } // namespace vkctl

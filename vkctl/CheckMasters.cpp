@@ -74,8 +74,24 @@ void check_not_detail(const CCatalogue& catalogue, const CIniFile& ini, const st
     findings.Error(ini.At(kMaster, table), "master-not-detail", message);
 }
 
-void check_master(const CCatalogue& catalogue, const CIniFile& ini, const std::string& table,
-                  CFindings& findings)
+void check_master_name(CCheckDatabase& db, const HostTable& detail, const CIniFile& ini,
+                       const std::string& table, CFindings& findings)
+{
+    const std::string name = ini.Text(kMaster, table);
+    const std::string problem = name_problem(db, detail, name);
+    if (!problem.empty())
+    {
+        const bool isRead = db.Problem("select SID from " + name).empty();
+        findings.Error(ini.At(kMaster, table), "table-name",
+                       problem +
+                           (isRead ? ": nothing of it is appended to the devices of " + table
+                                   : ": each device of " + table + " stalls every sweep for 15 s") +
+                           "; rename it");
+    }
+}
+
+void check_master(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                  const std::string& table, CFindings& findings)
 {
     const std::string detail = ini.Text(kMaster, table);
     const Place place = ini.At(kMaster, table);
@@ -83,11 +99,16 @@ void check_master(const CCatalogue& catalogue, const CIniFile& ini, const std::s
     {
         return;
     }
+    const HostTable* found = catalogue.FindSql(detail);
     if (ini.Int(kDetail, detail) == 0)
     {
         check_not_detail(catalogue, ini, table, detail, findings);
     }
-    else if (catalogue.FindSql(detail) == nullptr)
+    else if (found != nullptr)
+    {
+        check_master_name(db, *found, ini, table, findings);
+    }
+    else
     {
         findings.Error(place, "master-missing",
                        "there is no table " + detail + ": each device of " + table +
@@ -98,7 +119,8 @@ void check_master(const CCatalogue& catalogue, const CIniFile& ini, const std::s
 
 } // namespace
 
-void check_masters(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings)
+void check_masters(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                   CFindings& findings)
 {
     for (const std::string& key : ini.Keys(kMaster))
     {
@@ -111,7 +133,7 @@ void check_masters(const CCatalogue& catalogue, const CIniFile& ini, CFindings& 
         }
         else if (table != nullptr)
         {
-            check_master(catalogue, ini, key, findings);
+            check_master(db, catalogue, ini, key, findings);
         }
     }
 }

@@ -8,7 +8,8 @@
 namespace vkctl
 {
 
-// key-unread, integer-invalid, master-not-detail, master-missing, master-columns.
-void check_masters(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings);
+// key-unread, integer-invalid, table-name, master-not-detail, master-missing, master-columns.
+void check_masters(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                   CFindings& findings);
 
 } // namespace vkctl

@@ -1,6 +1,9 @@
 #include "vkctl/CheckTables.h"
 
+#include <strings.h>
+
 #include "app/AppInternal.h"
+#include "vkctl/CheckDeviceTables.h"
 #include "vkctl/CheckNames.h"
 
 namespace vkctl
@@ -9,8 +12,7 @@ namespace vkctl
 namespace
 {
 
-constexpr char kPhaseStall[] = "stalls the start of the daemon, and each new search, for 100 s";
-constexpr int kPhaseStallS = 100;
+constexpr int kPhaseStallS = 100; // of kPhaseStall
 
 Place data_place()
 {
@@ -29,25 +31,42 @@ struct Need
 {
     std::vector<std::string> columns;
     std::string consequence;
+    Severity severity = Severity::kError;
 };
 
+void report_need(const std::string& what, const Need& need, CFindings& findings)
+{
+    const std::string message = what + ": " + need.consequence;
+    if (need.severity == Severity::kNote)
+    {
+        findings.Note(data_place(), "table-required", message);
+    }
+    else
+    {
+        findings.Error(data_place(), "table-required", message);
+    }
+}
+
+constexpr char kMayBeEmpty[] = "; make the table, it may be empty";
+
+// advice: for a table that is not there.
 void check_needs(const CCatalogue& catalogue, const std::string& name,
-                 const std::vector<Need>& needs, CFindings& findings)
+                 const std::vector<Need>& needs, const std::string& advice, CFindings& findings)
 {
     const HostTable* table = catalogue.FindAnyCase(name);
+    if (table == nullptr)
+    {
+        Need need = needs.at(0); // the gravest
+        need.consequence += advice;
+        report_need("there is no table " + name, need, findings);
+        return;
+    }
     for (const Need& need : needs)
     {
-        const std::vector<std::string> lacking =
-            table != nullptr ? table->Lacks(need.columns) : need.columns;
+        const std::vector<std::string> lacking = table->Lacks(need.columns);
         if (!lacking.empty())
         {
-            const std::string what = table != nullptr ? name + " has no column " + all_of(lacking)
-                                                      : "there is no table " + name;
-            findings.Error(data_place(), "table-required", what + ": " + need.consequence);
-        }
-        if (table == nullptr)
-        {
-            return; // the first consequence is the gravest
+            report_need(name + " has no column " + all_of(lacking), need, findings);
         }
     }
 }
@@ -84,7 +103,7 @@ void check_names_table(CCheckDatabase& db, const CCatalogue& catalogue, CFinding
          {{"Kind", "State", "DataMode"},
           std::string("no camera is found, and the search for them ") + kPhaseStall},
          {{"Type", "SerDef"}, "each camera fails three times a sweep, 2 s apart"}},
-        findings);
+        "", findings);
     const HostTable* names = catalogue.FindAnyCase("tbSM");
     if (names != nullptr && names->Has("SID") && db.Value("select count(*) from tbSM") == "0")
     {
@@ -94,21 +113,26 @@ void check_names_table(CCheckDatabase& db, const CCatalogue& catalogue, CFinding
     }
 }
 
-void check_point_tables(const CCatalogue& catalogue, CFindings& findings)
+// The columns that the daemon reads of tbDio; of a host without outputs its query only.
+Need outputs_need(const CIniFile& ini)
+{
+    const std::string logged = "each sweep logs \"Post DO exception\"";
+    if (ini.Int("POST.DO", "Count", kDefaultOutputs) <= 0)
+    {
+        return {{"SID"}, logged, Severity::kNote};
+    }
+    return {{"SID", "Type", "DateUpd"}, "no digital output is posted, and " + logged};
+}
+
+void check_point_tables(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings)
 {
     check_needs(catalogue, "tbSubSysDetail",
                 {{{"SID", "SIDD"},
-                  std::string("no digital input is found, and the search for them ") + kPhaseStall +
-                      "; make the table, it may be empty"},
+                  std::string("no digital input is found, and the search for them ") + kPhaseStall},
                  {{"Fld", "Type", "State", "LastUpd"},
                   "each digital input fails three times a sweep, 2 s apart"}},
-                findings);
-    check_needs(
-        catalogue, "tbDio",
-        {{{"SID", "Type", "DateUpd"},
-          "no digital output is posted, and each sweep logs \"Post DO exception\"; make the "
-          "table, it may be empty"}},
-        findings);
+                kMayBeEmpty, findings);
+    check_needs(catalogue, "tbDio", {outputs_need(ini)}, kMayBeEmpty, findings);
 }
 
 // --- Outputs -------------------------------------------------------------------------------------
@@ -117,7 +141,7 @@ void check_outputs(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFi
                    CFindings& findings)
 {
     const HostTable* table = catalogue.FindAnyCase("tbDio");
-    const int count = ini.Int("POST.DO", "Count", 3);
+    const int count = ini.Int("POST.DO", "Count", kDefaultOutputs);
     const int start = ini.Int("POST.DO", "Start", 9);
     if (table == nullptr || !table->Has("SID") || count <= 0)
     {
@@ -146,94 +170,12 @@ void check_outputs(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFi
     }
 }
 
-// --- Device tables -------------------------------------------------------------------------------
-
-// No key of vkApp.ini can spell every name: some characters begin a remark, a section or a value.
-std::string hide_advice(const std::string& table)
-{
-    if (table.find_first_of(";#=\r\n") != std::string::npos || table[0] == '[' || table[0] == ' ' ||
-        table.back() == ' ')
-    {
-        return "; rename it: no key of vkApp.ini can hold that name";
-    }
-    return "; if it is no device table, list it in section [POST.Detail]: " + table + "=1";
-}
-
-// The daemon's own statement, name unquoted. True when SIDs can be read.
-bool check_search(CCheckDatabase& db, const HostTable& table, CFindings& findings)
-{
-    const std::string problem = db.Problem("select SID from " + table.name);
-    if (problem.empty() && table.Has("SID"))
-    {
-        return true;
-    }
-    if (!table.Has("SID"))
-    {
-        findings.Error(data_place(), "table-no-sid",
-                       table.name + " has no column SID, which " + kPhaseStall +
-                           hide_advice(table.name));
-    }
-    else
-    {
-        findings.Error(data_place(), "table-name",
-                       "the name " + table.name + " does not stand in SQL without quotes (" +
-                           problem + "), which " + kPhaseStall + hide_advice(table.name));
-    }
-    return false;
-}
-
-void check_device_columns(const HostTable& table, const CIniFile& ini, CFindings& findings)
-{
-    const std::vector<std::string> needed = {"Type", "State", "DateUpd"};
-    const std::vector<std::string> lacking = table.Lacks(needed);
-    if (!lacking.empty())
-    {
-        findings.Error(data_place(), "device-columns",
-                       table.name + " has no column " + all_of(lacking) +
-                           ": each of its devices fails three times a sweep, 2 s apart, and is not "
-                           "posted" +
-                           hide_advice(table.name));
-        return;
-    }
-    for (const char* column : {"SID", "Type", "State", "DateUpd"})
-    {
-        if (table.Find(column) >= kLeadingColumns)
-        {
-            findings.Warning(data_place(), "device-layout",
-                             std::string(column) + " stands behind the eighth column of " +
-                                 table.name +
-                                 ": the first eight are taken for the head, so it is posted as a "
-                                 "value, and a value among the eight is not");
-        }
-    }
-    if (table.columns.size() <= kLeadingColumns && ini.Text("POST.Master", table.name).empty())
-    {
-        findings.Note(data_place(), "device-layout",
-                      table.name + " has no column behind the first eight, which are taken for the "
-                                   "head: no value of it is posted");
-    }
-}
-
-void check_device_tables(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
-                         CFindings& findings)
-{
-    const std::vector<const HostTable*> tables = catalogue.Of(TableRole::kDevice);
-    if (tables.empty())
-    {
-        findings.Error(data_place(), "no-device-table",
-                       std::string("there is no device table, which ") + kPhaseStall +
-                           "; see the sections [POST.Detail] and [POST.General]");
-    }
-    for (const HostTable* table : tables)
-    {
-        if (check_search(db, *table, findings))
-        {
-            check_device_columns(*table, ini, findings);
-        }
-    }
-}
-
 // --- Tables in two places ------------------------------------------------------------------------
+
+const char* also(const HostTable& table)
+{
+    return table.role == TableRole::kDevice ? "searched for devices" : "posted as a general table";
+}
 
 void check_points_posted_twice(const CCatalogue& catalogue, CFindings& findings)
 {
@@ -249,29 +191,36 @@ void check_points_posted_twice(const CCatalogue& catalogue, CFindings& findings)
                                                    table->role == TableRole::kGeneral);
         if (searched)
         {
-            findings.Warning(data_place(), "table-twice",
-                             table->name + " is posted as " + points.things +
-                                 " and searched for devices as well; list it in section "
-                                 "[POST.Detail]: " +
-                                 table->name + "=1");
+            findings.Warning(
+                data_place(), "table-twice",
+                table->name + " is posted as " + points.things + " and " + also(*table) +
+                    " as well; list it in section [POST.Detail]: " + table->name + "=1");
         }
     }
+}
+
+bool is_table(const std::string& name, const char* table)
+{
+    return strcasecmp(name.c_str(), table) == 0;
 }
 
 void check_hidden_tables(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings)
 {
     for (const HostTable* table : catalogue.Of(TableRole::kHidden))
     {
-        const bool meant = table->name.compare(0, 4, "tbSM") != 0 && table->Has("SID") &&
+        const bool isOwn = is_table(table->name, "tbSM") || is_table(table->name, "tbSMAlarm");
+        const bool meant = !isOwn && table->name.compare(0, 4, "tbSM") != 0 && table->Has("SID") &&
                            ini.Int("POST.Detail", table->name) < 1;
         const bool configured =
             ini.Has("POST.General", table->name) || ini.Has("POST.Master", table->name);
         if (meant || configured)
         {
-            findings.Warning(data_place(), "table-hidden",
-                             table->name + " is never posted as a device or general table: its "
-                                           "name begins with tbSM, in whatever case; give it "
-                                           "another name");
+            findings.Warning(
+                data_place(), "table-hidden",
+                table->name +
+                    " is never posted as a device or general table: its "
+                    "name begins with tbSM, in whatever case; " +
+                    (isOwn ? "remove its lines from vkApp.ini" : "give it another name"));
         }
     }
 }
@@ -296,36 +245,12 @@ void check_tables(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFil
                   CFindings& findings)
 {
     check_names_table(db, catalogue, findings);
-    check_point_tables(catalogue, findings);
+    check_point_tables(catalogue, ini, findings);
     check_outputs(db, catalogue, ini, findings);
     check_device_tables(db, catalogue, ini, findings);
     check_points_posted_twice(catalogue, findings);
     check_hidden_tables(catalogue, ini, findings);
     check_two_lists(catalogue, ini, findings);
-}
-
-bool check_alarm_table(CCheckDatabase& db, CFindings& findings)
-{
-    const Place place{kAlarmDb, 0};
-    HostTable table;
-    try
-    {
-        table.columns = db.Names("select * from tbSMAlarm limit 0");
-    }
-    catch (const CCheckProblem& problem)
-    {
-        findings.Error(place, "alarm-table",
-                       std::string("no alarm can be read: ") + problem.what());
-        return false;
-    }
-    const std::vector<std::string> lacking = table.Lacks(
-        {"DID", "SID", "Type", "Alm", "LastUpd", "AlmBrief", "AlmMask", "AlmImg", "AFld"});
-    if (!lacking.empty())
-    {
-        findings.Error(place, "alarm-table",
-                       "tbSMAlarm has no column " + all_of(lacking) + ": no alarm is posted");
-    }
-    return lacking.empty();
 }
 
 } // namespace vkctl

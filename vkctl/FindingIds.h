@@ -56,6 +56,7 @@ constexpr std::array kFindingIds = {
     "output-columns",
     "output-row",
     "alarm-table",
+    "alarm-did",
     // Devices
     "sid-twice",
     "sid-taken",
@@ -86,6 +87,7 @@ constexpr std::array kFindingIds = {
     // Bodies
     "value-unescaped",
     "name-twice",
+    "name-empty",
     "body-full",
 };
 

@@ -108,8 +108,10 @@ TEST(CheckCommandTest, ADirectoryThatIsNotThereIsNamed)
 {
     const Outcome outcome = run_program({VKCTL_PROGRAM, "check", "/no/such/host"});
     EXPECT_EQ(outcome.exitStatus, 74);
-    EXPECT_EQ(outcome.err, "vkctl: cannot enter /no/such/host: No such file or directory\n"
-                           "name the directory that vkApp.ini stands in\n");
+    EXPECT_EQ(outcome.out,
+              "vkApp.ini: error: cannot enter /no/such/host: No such file or directory; "
+              "name the directory that vkApp.ini stands in [file-unreadable]\n");
+    EXPECT_EQ(outcome.err, "1 error\n");
 }
 
 TEST(CheckCommandTest, AsJsonItIsAFinding)

@@ -90,6 +90,36 @@ std::vector<CheckCase> mode_cases()
     };
 }
 
+std::vector<CheckCase> name_cases()
+{
+    const std::string items = "data: create table \"tb-Items\" as select * from tbUpsItem";
+    const std::string extra = "data: create table \"tb-Ext\" as select * from tbExtUps";
+    return {
+        {"table-name",
+         {"data: create table \"order\"(A, B)", "POST.General/order=60003"},
+         "vkApp.ini:N: error: the name order does not stand in SQL without quotes (near \"order\": "
+         "syntax error): none of its rows is posted; rename it",
+         {"data: create table orders(A, B)", "POST.General/orders=60003"}},
+        {"table-name",
+         {items, "POST.Detail/tb-Items=200", "POST.Master/tbUps=tb-Items"},
+         "vkApp.ini:N: error: the name tb-Items does not stand in SQL without quotes (near \"-\": "
+         "syntax error): each device of tbUps stalls every sweep for 15 s; rename it",
+         {items, "POST.Detail/tb-Items=1"}},
+        {"table-name",
+         {"data: create table \"tbUps old\" as select * from tbUpsItem",
+          "POST.Detail/tbUps old=200", "POST.Master/tbUps=tbUps old"},
+         "vkApp.ini:N: error: the name tbUps old does not stand in SQL without quotes (another "
+         "table is read): nothing of it is appended to the devices of tbUps; rename it",
+         {"data: create table tbUps_old as select * from tbUpsItem", "POST.Detail/tbUps_old=200",
+          "POST.Master/tbUps=tbUps_old"}},
+        {"table-name",
+         {extra, "POST.Detail/tb-Ext=1", "POST.Ext.257/tb-Ext=3"},
+         "vkApp.ini:N: error: the name tb-Ext does not stand in SQL without quotes (near \"-\": "
+         "syntax error): nothing of it is appended to the devices of type 257; rename it",
+         {extra, "POST.Detail/tb-Ext=1", "POST.Ext.257/`tb-Ext`=3"}},
+    };
+}
+
 std::vector<CheckCase> master_cases()
 {
     return {
@@ -215,7 +245,7 @@ std::vector<CheckCase> row_cases()
 
 std::vector<CheckCase> detail_cases()
 {
-    return joined({unread_cases(), mode_cases(), master_cases()});
+    return joined({unread_cases(), mode_cases(), name_cases(), master_cases()});
 }
 
 std::vector<CheckCase> extension_cases()
