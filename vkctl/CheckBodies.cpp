@@ -5,8 +5,8 @@
 #include <iostream>
 
 #include "vkctl/CheckNames.h"
-#include "vkctl/CheckSettings.h"
-#include "vkctl/PreviewEncoding.h"
+#include "vkctl/CheckTexts.h"
+#include "vkctl/PreviewSource.h"
 #include "vkctl/Progress.h"
 
 namespace vkctl
@@ -31,47 +31,6 @@ std::string shortened(const std::string& value)
         --end;
     }
     return value.substr(0, end) + "...";
-}
-
-// The first character of a text that cannot be converted, or its first byte when it is none.
-std::string first_character(const std::string& text)
-{
-    for (std::size_t length = 1; length <= 4 && length <= text.size(); ++length)
-    {
-        if (is_utf8(text.substr(0, length)))
-        {
-            return text.substr(0, length);
-        }
-    }
-    return text.substr(0, 1);
-}
-
-std::string shown_character(const std::string& character)
-{
-    if (is_utf8(character))
-    {
-        return "\"" + character + "\"";
-    }
-    char text[64];
-    std::snprintf(text, sizeof text, "byte %02X, which is no UTF-8",
-                  static_cast<unsigned>(static_cast<unsigned char>(character[0])));
-    return text;
-}
-
-// The first cell that the test is true for; null when there is none.
-template <typename Test> const PreviewCell* find_cell(const PreviewBody& body, Test test)
-{
-    for (const PreviewPart& part : body.parts)
-    {
-        for (const PreviewCell& cell : part.cells)
-        {
-            if (test(cell))
-            {
-                return &cell;
-            }
-        }
-    }
-    return nullptr;
 }
 
 // The names of the pairs in a part. Only groups have several, and hold numbers alone.
@@ -99,6 +58,20 @@ std::string owner(const PreviewBody& body)
     return body.table.empty() ? kind_name(body.kind) : body.table;
 }
 
+// The alarm database holds alarms, but not the names in them.
+const char* file_of(const PreviewBody& body, std::string_view table)
+{
+    return body.kind == BodyKind::kAlarm && table != "tbSM" ? kAlarmDb : kDataDb;
+}
+
+// What a message calls it.
+std::string source_of(const PostedText& one)
+{
+    return one.isName
+               ? "the name of column " + std::string(one.column) + " of " + std::string(one.table)
+               : std::string(one.table) + "." + std::string(one.column);
+}
+
 std::string and_more(std::size_t count)
 {
     return count > 1 ? ", and " + std::to_string(count - 1) + " more" : "";
@@ -112,9 +85,16 @@ void CBodyCheck::Count(Examples& examples, const std::string& key, const Preview
     Example& example = examples[key];
     if (example.count++ == 0)
     {
-        const char* file = body.kind == BodyKind::kAlarm ? kAlarmDb : kDataDb;
-        example = {file, body.sid, shortened(text), what, 1};
+        example = {file_of(body, body.table), body.sid, shortened(text), what, 1};
     }
+}
+
+void CBodyCheck::Count(Examples& examples, const PostedText& one, const PreviewBody& body,
+                       const std::string& what)
+{
+    const std::string key = source_of(one);
+    Count(examples, key, body, std::string(one.text), what);
+    examples[key].file = file_of(body, one.table);
 }
 
 void CBodyCheck::Log(const std::string& line)
@@ -127,10 +107,21 @@ void CBodyCheck::Log(const std::string& line)
 
 void CBodyCheck::Body(const PreviewBody& body)
 {
+    std::vector<PostedText> texts = posted_texts(body, m_names);
+    if (body.kind != BodyKind::kAlarm)
+    {
+        m_sids.insert(body.sid);
+    }
+    else if (m_sids.count(body.sid) != 0) // its name has been looked at where it belongs
+    {
+        texts.erase(std::remove_if(texts.begin(), texts.end(),
+                                   [](const PostedText& one) { return one.table == "tbSM"; }),
+                    texts.end());
+    }
     CheckFull(body);
-    CheckForm(body);
+    CheckForm(body, texts);
     CheckNames(body);
-    CheckEncoding(body);
+    CheckEncoding(body, texts);
 }
 
 void CBodyCheck::CheckFull(const PreviewBody& body)
@@ -142,17 +133,14 @@ void CBodyCheck::CheckFull(const PreviewBody& body)
     m_vLeftOut.clear();
 }
 
-void CBodyCheck::CheckForm(const PreviewBody& body)
+void CBodyCheck::CheckForm(const PreviewBody& body, const std::vector<PostedText>& texts)
 {
-    for (const PreviewPart& part : body.parts)
+    for (const PostedText& one : texts)
     {
-        for (const PreviewCell& cell : part.cells)
+        const std::string held = form_characters(one.text);
+        if (!held.empty())
         {
-            const std::string held = form_characters(cell.value);
-            if (!held.empty() && body.text.find(cell.value) != std::string::npos)
-            {
-                Count(m_unescaped, cell.table + "." + cell.column, body, cell.value, held);
-            }
+            Count(m_unescaped, one, body, held);
         }
     }
 }
@@ -164,43 +152,45 @@ void CBodyCheck::CheckNames(const PreviewBody& body)
     {
         for (const std::string& name : names_in(part))
         {
-            if (!seen.insert(name).second)
+            const bool twice = !seen.insert(name).second;
+            if (name.empty() || twice)
             {
-                Count(m_names, part.cells.empty() ? owner(body) : part.cells[0].table, body, "",
-                      name);
+                Count(name.empty() ? m_nameless : m_twice,
+                      part.cells.empty() ? owner(body) : part.cells[0].table, body,
+                      without_separator(part.text), name);
             }
         }
     }
 }
 
-void CBodyCheck::CheckEncoding(const PreviewBody& body)
+void CBodyCheck::CheckEncoding(const PreviewBody& body, const std::vector<PostedText>& texts)
 {
-    if (CAppPost::m_sEncoding == kUtf8)
+    if (m_encoding.Name() == kUtf8)
     {
-        const PreviewCell* cell = is_utf8(body.text) ? nullptr
-                                                     : find_cell(body, [](const PreviewCell& one)
-                                                                 { return !is_utf8(one.value); });
-        if (cell != nullptr)
+        const bool isText = is_utf8(body.text);
+        for (std::size_t i = 0; !isText && i < texts.size(); ++i)
         {
-            Count(m_notUtf8, cell->table + "." + cell->column, body, "", "");
+            if (!is_utf8(std::string(texts[i].text)))
+            {
+                Count(m_notUtf8, texts[i], body, "");
+            }
         }
         return;
     }
-    const std::string lost = m_fitsForm ? encode_body(body.text).lost : "";
-    if (lost.empty())
+    const std::string lost = m_encoding.FirstLost(body.text);
+    bool found = lost.empty();
+    for (std::size_t i = 0; !lost.empty() && i < texts.size(); ++i)
     {
-        return;
+        const std::string character = m_encoding.FirstLost(texts[i].text);
+        found = found || character == lost;
+        if (!character.empty())
+        {
+            Count(m_lost, texts[i], body, character);
+        }
     }
-    const std::string character = first_character(lost);
-    const PreviewCell* cell = find_cell(body, [&](const PreviewCell& one)
-                                        { return one.value.find(character) != std::string::npos; });
-    if (cell != nullptr)
+    if (!found)
     {
-        Count(m_lost, cell->table + "." + cell->column, body, cell->value, character);
-    }
-    else
-    {
-        Count(m_ownLost, character, body, "", kind_name(body.kind));
+        Count(m_ownLost, lost, body, "", kind_name(body.kind));
     }
 }
 
@@ -218,12 +208,19 @@ void CBodyCheck::Report(const CIniFile& ini, CFindings& findings) const
                          column + " holds " + one.what + " (SID " + std::to_string(one.sid) +
                              ": \"" + one.text + "\"" + and_more(one.count) + "): " + kUnescaped);
     }
-    for (const auto& [table, one] : m_names)
+    for (const auto& [table, one] : m_twice)
     {
         findings.Warning({one.file, 0}, "name-twice",
                          "the body of SID " + std::to_string(one.sid) + " has two pairs named " +
                              one.what + ", the second of them from " + table + and_more(one.count) +
                              ": most receivers keep one");
+    }
+    for (const auto& [table, one] : m_nameless)
+    {
+        findings.Warning({one.file, 0}, "name-empty",
+                         "the body of SID " + std::to_string(one.sid) +
+                             " has a pair without a name, \"" + one.text + "\" from " + table +
+                             and_more(one.count) + ": no receiver knows what it is");
     }
     for (const auto& [column, one] : m_notUtf8)
     {
@@ -236,14 +233,18 @@ void CBodyCheck::Report(const CIniFile& ini, CFindings& findings) const
         findings.Warning({one.file, 0}, "character-lost",
                          column + " holds " + shown_character(one.what) + " (SID " +
                              std::to_string(one.sid) + ": \"" + one.text + "\"" +
-                             and_more(one.count) + "), which " + CAppPost::m_sEncoding +
-                             " cannot express: the body is cut there");
+                             and_more(one.count) + "), which " + m_encoding.Name() +
+                             " cannot express: a body is cut there");
     }
     for (const auto& [character, one] : m_ownLost)
     {
+        if (is_in_texts(ini, character))
+        {
+            continue; // and is told of there
+        }
         findings.Warning(ini.At("POST", "Encoding"), "character-lost",
-                         CAppPost::m_sEncoding + " cannot express " + shown_character(character) +
-                             ", which this file or the daemon itself puts into " +
+                         m_encoding.Name() + " cannot express " + shown_character(character) +
+                             ", which the daemon itself puts into " +
                              (one.count == 1 ? "a body (of the kind " + one.what + "): it is"
                                              : std::to_string(one.count) +
                                                    " bodies (the first is of the kind " + one.what +
@@ -255,7 +256,7 @@ void CBodyCheck::Report(const CIniFile& ini, CFindings& findings) const
 void check_bodies(const CIniFile& ini, bool alarms, bool progress, CFindings& findings)
 {
     CPreview preview(".");
-    CBodyCheck check(fits_form(CAppPost::m_sEncoding));
+    CBodyCheck check(configured_encoding(ini), preview.Poster().m_mapSmName);
     CProgress shown(std::cerr, progress, "devices");
     PreviewSelection selection;
     if (alarms)

@@ -1,8 +1,9 @@
 // The bodies that the daemon would post now: what does not fit, what a receiver will misread, what
 // the encoding cannot say.
 //
-// body-full, value-unescaped, character-lost, text-not-utf8, name-twice. One finding for a column,
-// not for a row. Owns what it has seen; bodies and log lines come in the daemon's order.
+// body-full, value-unescaped, character-lost, text-not-utf8, name-twice, name-empty. One finding
+// for a column, not for a row. What vkApp.ini puts into bodies is looked at there, see
+// CheckTexts.h. Owns what it has seen; bodies and log lines come in the daemon's order.
 #pragma once
 
 #include <map>
@@ -10,7 +11,9 @@
 #include <string>
 #include <vector>
 
+#include "vkctl/CheckEncoding.h"
 #include "vkctl/CheckIni.h"
+#include "vkctl/CheckPosted.h"
 #include "vkctl/Finding.h"
 #include "vkctl/Preview.h"
 
@@ -20,8 +23,11 @@ namespace vkctl
 class CBodyCheck
 {
 public:
-    // fitsForm: false for an encoding that no body survives, which is told elsewhere.
-    explicit CBodyCheck(bool fitsForm) : m_fitsForm(fitsForm) {}
+    // names: of devices, as discovery reads them meanwhile; must outlive this object.
+    CBodyCheck(const std::string& encoding, const std::map<int, std::string>& names)
+        : m_encoding(encoding), m_names(names)
+    {
+    }
 
     void Log(const std::string& line); // of the body that comes next
     void Body(const PreviewBody& body);
@@ -37,20 +43,25 @@ private:
         std::string what;
         std::size_t count = 0;
     };
-    using Examples = std::map<std::string, Example>; // by "table.column", or by table
+    using Examples = std::map<std::string, Example>; // by what a message calls the source
 
     static void Count(Examples& examples, const std::string& key, const PreviewBody& body,
                       const std::string& text, const std::string& what);
+    static void Count(Examples& examples, const PostedText& one, const PreviewBody& body,
+                      const std::string& what);
     void CheckFull(const PreviewBody& body);
-    void CheckForm(const PreviewBody& body);
+    void CheckForm(const PreviewBody& body, const std::vector<PostedText>& texts);
     void CheckNames(const PreviewBody& body);
-    void CheckEncoding(const PreviewBody& body);
+    void CheckEncoding(const PreviewBody& body, const std::vector<PostedText>& texts);
 
-    const bool m_fitsForm;
+    const CEncoding m_encoding;
+    const std::map<int, std::string>& m_names;
+    std::set<int> m_sids;                // that have had a body in the sweep
     std::vector<std::string> m_vLeftOut; // log lines that wait for their body
     Examples m_full;
     Examples m_unescaped;
-    Examples m_names;
+    Examples m_twice;
+    Examples m_nameless;
     Examples m_lost;
     Examples m_notUtf8;
     Examples m_ownLost; // by character: from vkApp.ini, or the daemon's own words

@@ -7,6 +7,7 @@
 #include "vkctl/CheckKind.h"
 #include "vkctl/CheckLabels.h"
 #include "vkctl/CheckNames.h"
+#include "vkctl/CheckTexts.h"
 
 namespace vkctl
 {
@@ -22,25 +23,12 @@ std::vector<std::string> names_of(const std::vector<TypeColumn>& columns)
     return names;
 }
 
-// A text that an INI key gives to a value, with the separators that it must not hold.
-void check_label_text(const CIniFile& ini, const FieldKey& one, CFindings& findings)
-{
-    const std::string held = form_characters(ini.Text(kFieldSection, one.key));
-    if (!held.empty())
-    {
-        findings.Warning(ini.At(kFieldSection, one.key), "value-unescaped",
-                         "the text of " + one.key + " holds " + held + ": " + kUnescaped +
-                             "; write other characters");
-    }
-}
-
 void check_label(const CIniFile& ini, const FieldKey& one, CFindings& findings)
 {
     const std::string owner = field_key(one.type, one.column);
     const int kind = ini.Int(kFieldSection, owner);
     if (is_asked_for(kind, one.suffix))
     {
-        check_label_text(ini, one, findings);
         return;
     }
     std::string reason = "it has " + std::to_string((kind - 1) * 8) + " bits, 0 to " +
@@ -102,6 +90,29 @@ bool check_type(const CIniFile& ini, const CTypeColumns& columns, const FieldKey
     return true;
 }
 
+// Whether the daemon posts the key's value as a text for some number.
+bool is_text(const CIniFile& ini, const FieldKey& one)
+{
+    const int kind = ini.Int(kFieldSection, field_key(one.type, one.column));
+    return one.role == FieldKeyRole::kKind
+               ? !one.labelOf.empty()
+               : one.role == FieldKeyRole::kLabel && is_asked_for(kind, one.suffix);
+}
+
+std::vector<std::string> posted_keys(const CIniFile& ini, const CTypeColumns& columns,
+                                     const std::vector<FieldKey>& keys)
+{
+    std::vector<std::string> posted;
+    for (const FieldKey& one : keys)
+    {
+        if (columns.HasType(one.type) && is_text(ini, one))
+        {
+            posted.push_back(one.key);
+        }
+    }
+    return posted;
+}
+
 } // namespace
 
 void check_fields(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
@@ -110,7 +121,8 @@ void check_fields(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFil
     const CTypeColumns columns(catalogue, ini);
     std::set<int> toldTypes;
     std::set<std::string> toldKinds;
-    for (const FieldKey& one : field_keys(ini, columns))
+    const std::vector<FieldKey> keys = field_keys(ini, columns);
+    for (const FieldKey& one : keys)
     {
         if (one.role == FieldKeyRole::kForeign)
         {
@@ -140,6 +152,7 @@ void check_fields(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFil
             check_no_column(ini, columns, one, findings);
         }
     }
+    check_label_texts(ini, posted_keys(ini, columns, keys), findings);
 }
 
 } // namespace vkctl

@@ -2,8 +2,8 @@
 //
 // key-unread, key-ambiguous, integer-invalid, kind-unknown, column-missing, column-not-posted,
 // type-unused, kind-narrow, fallback-missing, bit-label-missing, bit-label-unused,
-// value-not-integer, value-unescaped. One query for each column that has a kind, none for each
-// device.
+// value-not-integer, value-unescaped, character-lost. One query for each column that has a kind,
+// none for each device.
 #pragma once
 
 #include "vkctl/CheckCatalogue.h"

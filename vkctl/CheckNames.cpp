@@ -143,17 +143,17 @@ bool read_plain_number(const std::string& text, int& number)
     return true;
 }
 
-std::string form_characters(const std::string& text)
+std::string form_characters(std::string_view text)
 {
     std::vector<std::string> found;
     for (const char c : {'&', '=', '+', '%'})
     {
-        if (text.find(c) != std::string::npos)
+        if (text.find(c) != std::string_view::npos)
         {
             found.push_back(std::string("\"") + c + "\"");
         }
     }
-    if (text.find_first_of("\r\n") != std::string::npos)
+    if (text.find_first_of("\r\n") != std::string_view::npos)
     {
         found.emplace_back("a line end");
     }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "vkctl/CheckIni.h"
@@ -38,7 +39,7 @@ bool read_plain_number(const std::string& text, int& number);
 
 // The characters in the text that a receiver of form bodies takes for separators or escapes, each
 // once, as a text for a message ("\"&\" and \"%\""); empty when there are none.
-std::string form_characters(const std::string& text);
+std::string form_characters(std::string_view text);
 
 // What becomes of those characters, for the end of a message.
 constexpr char kUnescaped[] =

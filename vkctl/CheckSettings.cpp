@@ -1,14 +1,13 @@
 #include "vkctl/CheckSettings.h"
 
-#include <iconv.h>
-
 #include <algorithm>
 #include <array>
 #include <set>
 
 #include "app/AppInternal.h"
-#include "common/BufHelper.h"
+#include "vkctl/CheckEncoding.h"
 #include "vkctl/CheckNames.h"
+#include "vkctl/CheckTexts.h"
 
 namespace vkctl
 {
@@ -218,7 +217,8 @@ void check_ranges(const CIniFile& ini, CFindings& findings)
     }
 }
 
-// --- Head, encoding and texts --------------------------------------------------------------------
+// --- Head
+// -----------------------------------------------------------------------------------------
 
 // How many of the eight values a format takes that has passed.
 std::size_t conversions(const std::string& format)
@@ -258,75 +258,7 @@ void check_head(const CIniFile& ini, CFindings& findings)
     }
 }
 
-// Opens as the daemon would; the handle is given back at once.
-bool is_known_encoding(const std::string& name)
-{
-    const iconv_t handle = iconv_open(name.c_str(), kUtf8);
-    if (handle == reinterpret_cast<iconv_t>(-1))
-    {
-        return false;
-    }
-    iconv_close(handle);
-    return true;
-}
-
-// Whether the letters of a form body stay the bytes that they are.
-bool keeps_form(const std::string& encoding)
-{
-    std::string plain = "suid=A-1&sid=20 : z";
-    std::string converted(4 * plain.size(), '\0');
-    const int length =
-        CBufHelper::conv_code(encoding.c_str(), kUtf8, converted.data(), plain.data());
-    return converted.substr(0, static_cast<std::size_t>(length)) == plain;
-}
-
-void check_encoding(const CIniFile& ini, CFindings& findings)
-{
-    const std::string encoding = ini.Text(kPost, "Encoding", kUtf8);
-    const Place place = ini.At(kPost, "Encoding");
-    if (encoding.empty())
-    {
-        findings.Error(place, "encoding-unfit",
-                       "Encoding is empty, which is the daemon's own locale, usually ASCII: every "
-                       "body is cut at its first other character; write Encoding=UTF-8, or remove "
-                       "the line");
-    }
-    else if (!is_known_encoding(encoding))
-    {
-        findings.Error(place, "encoding-unknown",
-                       "iconv does not know the encoding " + encoding +
-                           ": the bodies are posted in UTF-8; 'iconv -l' lists the known ones");
-    }
-    else if (!keeps_form(encoding))
-    {
-        findings.Error(place, "encoding-unfit",
-                       "in " + encoding +
-                           " letters, \"&\" and \"=\" are other bytes than in "
-                           "ASCII: no receiver finds the pairs, and a zero byte "
-                           "ends the body; write UTF-8, GBK or GB18030");
-    }
-}
-
-void check_texts(const CIniFile& ini, CFindings& findings)
-{
-    for (const char* key : {"Dept", "DeptName", "State0", "State1", "State2", "State3"})
-    {
-        const std::string characters = form_characters(ini.Text(kPost, key));
-        if (!characters.empty())
-        {
-            findings.Warning(ini.At(kPost, key), "value-unescaped",
-                             std::string(key) + " holds " + characters + ": " + kUnescaped +
-                                 "; write other characters");
-        }
-    }
-}
-
 } // namespace
-
-bool fits_form(const std::string& encoding)
-{
-    return !encoding.empty() && (!is_known_encoding(encoding) || keeps_form(encoding));
-}
 
 void check_settings(const CIniFile& ini, CFindings& findings)
 {
@@ -338,7 +270,7 @@ void check_settings(const CIniFile& ini, CFindings& findings)
     check_ranges(ini, findings);
     check_head(ini, findings);
     check_encoding(ini, findings);
-    check_texts(ini, findings);
+    check_setting_texts(ini, findings);
 }
 
 } // namespace vkctl

@@ -2,7 +2,8 @@
 // texts that go into the bodies.
 //
 // section-unread, key-unread (of POST and POST.DO), integer-invalid, value-range,
-// head-format-refused, head-short, encoding-unknown, encoding-unfit, value-unescaped.
+// head-format-refused, head-short, encoding-unknown, encoding-unfit, value-unescaped,
+// character-lost.
 #pragma once
 
 #include "vkctl/CheckIni.h"
@@ -10,9 +11,6 @@
 
 namespace vkctl
 {
-
-// False for an encoding that encoding-unfit is told of.
-bool fits_form(const std::string& encoding);
 
 void check_settings(const CIniFile& ini, CFindings& findings);
 

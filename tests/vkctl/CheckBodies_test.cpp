@@ -4,6 +4,9 @@
 
 #include "CheckTest.h"
 
+using testing::HasSubstr;
+using testing::Not;
+
 namespace
 {
 
@@ -27,7 +30,7 @@ std::vector<CheckCase> form_cases()
         {"value-unescaped",
          {"data: update tbUpsItem set ValStr='%' where Fld=1"},
          std::string(
-             "tmp/dbDat0.db3: warning: tbUpsItem.ValStr holds \"%\" (SID 1001: \"%\", and 3 "
+             "tmp/dbDat0.db3: warning: tbUpsItem.ValStr holds \"%\" (SID 1001: \"%\", and 1 "
              "more): ") +
              kSplit,
          {"data: update tbUpsItem set Val='' , ValStr='' where Fld=1"}},
@@ -42,6 +45,51 @@ std::vector<CheckCase> form_cases()
                      "\"a=b+c\"): ") +
              kSplit,
          {"alarms: update tbSMAlarm set AlmBrief='a=b+c' where DID=4"}},
+    };
+}
+
+std::vector<CheckCase> head_cases()
+{
+    const std::string name = "data: update tbSM set Name='A&B' where SID=1002";
+    const std::string hidden = "data: update tbAirCon set State=-1 where SID=1002";
+    const std::string told =
+        std::string("tmp/dbDat0.db3: warning: tbSM.Name holds \"&\" (SID 1002: \"A&B\"): ") +
+        kSplit;
+    return {
+        {"value-unescaped", {name}, told, {"POST/Fmt0=suid=%s&sid=%d", name}},
+        {"value-unescaped",
+         {name, hidden},
+         told,
+         {name, hidden, "alarms: update tbSMAlarm set AFld=1"}},
+        {"value-unescaped",
+         {"POST/Fmt0=suid=%s&sid=%d",
+          "alarms: update tbSMAlarm set Alm=4,LastUpd='a+b' where DID=5"},
+         std::string(
+             "tmp/dbData.db3: warning: tbSMAlarm.LastUpd holds \"+\" (SID 1002: \"a+b\"): ") +
+             kSplit,
+         {"POST/Fmt0=suid=%s&sid=%d", "alarms: update tbSMAlarm set LastUpd='a+b' where DID=5"}},
+    };
+}
+
+std::vector<CheckCase> name_cases()
+{
+    return {
+        {"value-unescaped",
+         {"data: alter table tbUps add column \"A&B\" default 7"},
+         std::string("tmp/dbDat0.db3: warning: the name of column A&B of tbUps holds \"&\" (SID "
+                     "1001: \"A&B\", and 1 more): ") +
+             kSplit,
+         {"data: alter table tbUps add column \"A&B\"", "data: update tbUps set Run='&'"}},
+        {"value-unescaped",
+         {"data: update tbAirItem set Fld='a=b' where rowid=2"},
+         std::string("tmp/dbDat0.db3: warning: tbAirItem.Fld holds \"=\" (SID 1002: \"a=b\"): ") +
+             kSplit,
+         {"data: update tbUpsItem set Fld='a=b' where rowid=2"}},
+        {"name-empty",
+         {"data: update tbAirItem set Fld='',Val=8 where rowid=2"},
+         "tmp/dbDat0.db3: warning: the body of SID 1002 has a pair without a name, \"=8\" from "
+         "tbAirItem: no receiver knows what it is",
+         {"data: update tbAirItem set Fld='',Val='' where rowid=2"}},
         {"name-twice",
          {"data: alter table tbExtUps rename column SysLoad to Load"},
          "tmp/dbDat0.db3: warning: the body of SID 1001 has two pairs named Load, the second of "
@@ -73,13 +121,20 @@ std::vector<CheckCase> encoding_cases()
         {"character-lost",
          {"POST/Encoding=GBK", smile},
          "tmp/dbDat0.db3: warning: tbSM.Name holds \"😀\" (SID 1001: \"机房😀\"), which GBK cannot "
-         "express: the body is cut there",
+         "express: a body is cut there",
          {"POST/Encoding=GB18030", smile}},
         {"character-lost",
-         {"POST/Encoding=GBK", "POST/DeptName=😀"},
-         "vkApp.ini:N: warning: GBK cannot express \"😀\", which this file or the daemon itself "
-         "puts into a body (of the kind host): it is cut there",
-         {"POST/DeptName=😀"}},
+         {"POST/Encoding=GBK", "POST/State0=⚠", "data: update tbTempHum set Hum='5⚠'"},
+         "vkApp.ini:N: warning: State0 holds \"⚠\", which GBK cannot express: a body is cut there; "
+         "write other characters, or Encoding=UTF-8 or GB18030\n"
+         "tmp/dbDat0.db3: warning: tbTempHum.Hum holds \"⚠\" (SID 1004: \"5⚠\", and 4 more), which "
+         "GBK cannot express: a body is cut there",
+         {"POST/Encoding=GBK", "data: update tbTempHum set HumRaw='5⚠'"}},
+        {"character-lost",
+         {"POST/Encoding=GBK", "data: alter table tbUps add column \"😀\" default 7"},
+         "tmp/dbDat0.db3: warning: the name of column 😀 of tbUps holds \"😀\" (SID 1001: \"😀\", and "
+         "1 more), which GBK cannot express: a body is cut there",
+         {"POST/Encoding=GBK", "data: alter table tbUps add column \"😀\""}},
         {"text-not-utf8",
          {"data: update tbSM set Name=cast(x'BBFAB7BF' as text) where SID=1001"},
          "tmp/dbDat0.db3: warning: tbSM.Name holds text that is not UTF-8 (SID 1001): it is posted "
@@ -89,7 +144,7 @@ std::vector<CheckCase> encoding_cases()
          {"POST/Encoding=GBK",
           "data: update tbSM set Name=cast(x'41BBFAB7BF' as text) where SID=1001"},
          "tmp/dbDat0.db3: warning: tbSM.Name holds byte BB, which is no UTF-8 (SID 1001: "
-         "\"A\xBB\xFA\xB7\xBF\"), which GBK cannot express: the body is cut there",
+         "\"A\xBB\xFA\xB7\xBF\"), which GBK cannot express: a body is cut there",
          {"data: update tbSM set Name=cast(x'41BBFAB7BF' as text) where SID=1001"}},
     };
 }
@@ -98,7 +153,7 @@ std::vector<CheckCase> encoding_cases()
 
 std::vector<CheckCase> body_cases()
 {
-    return joined({form_cases(), size_cases(), encoding_cases()});
+    return joined({form_cases(), head_cases(), name_cases(), size_cases(), encoding_cases()});
 }
 
 TEST(CheckBodiesTest, AnEncodingThatFitsNoBodyIsToldOnce)
@@ -108,4 +163,14 @@ TEST(CheckBodiesTest, AnEncodingThatFitsNoBodyIsToldOnce)
         EXPECT_EQ(CCheckedHost({encoding}).Check("character-lost"), "") << encoding;
         EXPECT_NE(CCheckedHost({encoding}).Check("encoding-unfit"), "") << encoding;
     }
+}
+
+TEST(CheckBodiesTest, TheDaemonsOwnWordsAreToldWhereTheEncodingStands)
+{
+    const std::string own = "vkApp.ini:N: warning: ASCII cannot express \"动\", which the daemon "
+                            "itself puts into a body (of the kind host): it is cut there";
+    EXPECT_THAT(CCheckedHost({"POST/Encoding=ASCII", "POST/DeptName"}).Check("character-lost"),
+                HasSubstr(own));
+    EXPECT_THAT(CCheckedHost({"POST/Encoding=ASCII"}).Check("character-lost"),
+                Not(HasSubstr("the daemon itself")));
 }

@@ -83,6 +83,11 @@ std::vector<CheckCase> key_cases()
          "vkApp.ini:N: warning: the text of 257.Run1 holds \"&\": nothing is escaped, so the "
          "receiver may split the value there or read it differently; write other characters",
          {"POST.xFld/257.Run1=A, B"}},
+        {"value-unescaped",
+         {"data: alter table tbUps add column Run1 integer", "POST.xFld/257.Run1=A&B"},
+         "vkApp.ini:N: warning: the text of 257.Run1 holds \"&\": nothing is escaped, so the "
+         "receiver may split the value there or read it differently; write other characters",
+         {"POST.xFld/257.Run=0", "POST.xFld/257.Run1=A&B"}},
     };
 }
 

@@ -6,6 +6,7 @@
 #include "vkctl/CheckNames.h"
 
 using namespace vkctl;
+using testing::HasSubstr;
 
 namespace
 {
@@ -142,11 +143,54 @@ std::vector<CheckCase> text_setting_cases()
     };
 }
 
+std::vector<CheckCase> lost_cases()
+{
+    const std::string gbk = "POST/Encoding=GBK";
+    const std::string cut = " holds \"✅\", which GBK cannot express: a body is cut there; write "
+                            "other characters, or Encoding=UTF-8 or GB18030";
+    return {
+        {"character-lost",
+         {gbk, "POST/State3=恢复✅"},
+         "vkApp.ini:N: warning: State3" + cut,
+         {"POST/Encoding=GB18030", "POST/State3=恢复✅"}},
+        {"character-lost",
+         {gbk, "POST/DeptName=✅"},
+         "vkApp.ini:N: warning: DeptName" + cut,
+         {gbk, "POST/DeptName=\xBB\xFA\xB7\xBF"}},
+        {"character-lost",
+         {gbk, "POST/Fmt0=✅=%s&sid=%d"},
+         "vkApp.ini:N: warning: Fmt0" + cut,
+         {gbk, "POST/Fmt0=✅=%s&sid=%s"}},
+        {"character-lost",
+         {gbk, "POST.General/tbGenPort.Name=✅"},
+         "vkApp.ini:N: warning: tbGenPort.Name" + cut,
+         {gbk, "POST.General/tbGenPort.Name=✅", "POST.General/tbGenPort=0"}},
+        {"character-lost",
+         {gbk, "data: update tbUps set Run=1", "POST.xFld/257.Run3=✅"},
+         "vkApp.ini:N: warning: the text of 257.Run3" + cut,
+         {gbk, "POST.xFld/257.Run=0", "POST.xFld/257.Run3=✅"}},
+    };
+}
+
 } // namespace
 
 std::vector<CheckCase> setting_cases()
 {
-    return joined({unread_cases(), number_cases(), text_setting_cases()});
+    return joined({unread_cases(), number_cases(), text_setting_cases(), lost_cases()});
+}
+
+TEST(CheckTextsTest, OfManyLostTextsTheFirstAreTold)
+{
+    const std::string lost = CCheckedHost({"POST/Encoding=ASCII"}).Check("character-lost");
+    std::size_t told = 0;
+    for (std::size_t at = 0; (at = lost.find("the text of ", at)) != std::string::npos; ++at)
+    {
+        ++told;
+    }
+    EXPECT_EQ(told, 5U);
+    EXPECT_THAT(lost,
+                HasSubstr("the text of 257.Run3 holds \"旁\", which ASCII cannot express: a "
+                          "body is cut there (so it is with 78 more texts of [POST.xFld]); "));
 }
 
 TEST(CheckNamesTest, TheLikelyNameIsASlipAway)
