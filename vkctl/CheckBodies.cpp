@@ -163,18 +163,26 @@ void CBodyCheck::CheckNames(const PreviewBody& body)
     }
 }
 
+void CBodyCheck::CheckUtf8(const PreviewBody& body, const std::vector<PostedText>& texts)
+{
+    if (is_utf8(body.text))
+    {
+        return;
+    }
+    for (const PostedText& one : texts)
+    {
+        if (!is_utf8(std::string(one.text)))
+        {
+            Count(m_notUtf8, one, body, "");
+        }
+    }
+}
+
 void CBodyCheck::CheckEncoding(const PreviewBody& body, const std::vector<PostedText>& texts)
 {
     if (m_encoding.Name() == kUtf8)
     {
-        const bool isText = is_utf8(body.text);
-        for (std::size_t i = 0; !isText && i < texts.size(); ++i)
-        {
-            if (!is_utf8(std::string(texts[i].text)))
-            {
-                Count(m_notUtf8, texts[i], body, "");
-            }
-        }
+        CheckUtf8(body, texts);
         return;
     }
     const std::string lost = m_encoding.FirstLost(body.text);
@@ -195,6 +203,12 @@ void CBodyCheck::CheckEncoding(const PreviewBody& body, const std::vector<Posted
 }
 
 void CBodyCheck::Report(const CIniFile& ini, CFindings& findings) const
+{
+    ReportPairs(findings);
+    ReportCharacters(ini, findings);
+}
+
+void CBodyCheck::ReportPairs(CFindings& findings) const
 {
     for (const auto& [table, one] : m_full)
     {
@@ -222,6 +236,10 @@ void CBodyCheck::Report(const CIniFile& ini, CFindings& findings) const
                              " has a pair without a name, \"" + one.text + "\" from " + table +
                              and_more(one.count) + ": no receiver knows what it is");
     }
+}
+
+void CBodyCheck::ReportCharacters(const CIniFile& ini, CFindings& findings) const
+{
     for (const auto& [column, one] : m_notUtf8)
     {
         findings.Warning({one.file, 0}, "text-not-utf8",

@@ -52,7 +52,10 @@ private:
     void CheckFull(const PreviewBody& body);
     void CheckForm(const PreviewBody& body, const std::vector<PostedText>& texts);
     void CheckNames(const PreviewBody& body);
+    void CheckUtf8(const PreviewBody& body, const std::vector<PostedText>& texts);
     void CheckEncoding(const PreviewBody& body, const std::vector<PostedText>& texts);
+    void ReportPairs(CFindings& findings) const;
+    void ReportCharacters(const CIniFile& ini, CFindings& findings) const;
 
     const CEncoding m_encoding;
     const std::map<int, std::string>& m_names;
@@ -64,7 +67,7 @@ private:
     Examples m_nameless;
     Examples m_lost;
     Examples m_notUtf8;
-    Examples m_ownLost; // by character: from vkApp.ini, or the daemon's own words
+    Examples m_ownLost; // by character: of vkApp.ini, or the daemon's own words
 };
 
 // Makes all bodies and checks them. The preview opens the databases: nobody else may have them

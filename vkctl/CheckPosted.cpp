@@ -53,7 +53,7 @@ const char* time_column(BodyKind kind)
     }
 }
 
-// The name of a device or an alarm's is discovery's; others have it in their row, or none.
+// Devices and alarms have their name from discovery, others from their row, or none.
 PostedText name_of(const PreviewBody& body, const std::map<int, std::string>& names)
 {
     const bool known = body.kind == BodyKind::kDevice || body.kind == BodyKind::kAlarm;
