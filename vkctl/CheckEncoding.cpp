@@ -6,6 +6,7 @@
 
 #include "app/AppInternal.h"
 #include "common/BufHelper.h"
+#include "vkctl/PreviewEncoding.h"
 
 namespace vkctl
 {
@@ -14,24 +15,6 @@ namespace
 {
 
 constexpr char kPost[] = "POST";
-
-// Opens as the daemon would. Null: iconv does not know the name.
-void* open_converter(const std::string& name)
-{
-    const iconv_t handle = iconv_open(name.c_str(), kUtf8);
-    return handle == reinterpret_cast<iconv_t>(-1) ? nullptr : handle;
-}
-
-bool is_known_encoding(const std::string& name)
-{
-    void* const handle = open_converter(name);
-    if (handle == nullptr)
-    {
-        return false;
-    }
-    iconv_close(handle);
-    return true;
-}
 
 // Whether the letters of a form body stay the bytes that they are.
 bool keeps_form(const std::string& encoding)
@@ -92,9 +75,9 @@ void check_encoding(const CIniFile& ini, CFindings& findings)
 
 CEncoding::CEncoding(const std::string& name) : m_strName(name)
 {
-    if (name != kUtf8 && !name.empty() && keeps_form(name))
+    if (name != kUtf8 && !name.empty() && is_known_encoding(name) && keeps_form(name))
     {
-        m_pConverter.reset(open_converter(name));
+        m_pConverter.reset(iconv_open(name.c_str(), kUtf8));
     }
 }
 

@@ -39,6 +39,7 @@ EncodedBody encode_body(const std::string& body)
     return result;
 }
 
+// Opens as the daemon would; the handle is given back at once.
 bool is_known_encoding(const std::string& name)
 {
     const iconv_t handle = iconv_open(name.c_str(), kUtf8);
