@@ -1,7 +1,8 @@
 #include "vkctl/PreviewRecorder.h"
 
-#include <algorithm>
 #include <utility>
+
+#include "vkctl/PreviewSource.h"
 
 namespace vkctl
 {
@@ -12,12 +13,11 @@ namespace
 // Inputs and outputs are one step; the outputs come from a table of their own.
 constexpr char kOutputTable[] = "tbDio";
 
-// The number in the latest cell of that name; 0 without one.
+// The number in the latest cell of that column; 0 without one.
 int number_of(const std::vector<PreviewCell>& cells, const char* column)
 {
-    const auto found = std::find_if(cells.rbegin(), cells.rend(),
-                                    [&](const PreviewCell& cell) { return cell.column == column; });
-    return found != cells.rend() ? found->number : 0;
+    const PreviewCell* cell = find_cell(cells, column);
+    return cell != nullptr ? cell->number : 0;
 }
 
 } // namespace

@@ -1,5 +1,7 @@
 #include "vkctl/PreviewSource.h"
 
+#include <strings.h>
+
 #include <algorithm>
 
 namespace vkctl
@@ -59,7 +61,9 @@ std::vector<PreviewCell> head_cells(const PreviewBody& body)
 const PreviewCell* find_cell(const std::vector<PreviewCell>& cells, const std::string& column)
 {
     const auto found = std::find_if(cells.rbegin(), cells.rend(),
-                                    [&](const PreviewCell& cell) { return cell.column == column; });
+                                    [&](const PreviewCell& cell) {
+                                        return strcasecmp(cell.column.c_str(), column.c_str()) == 0;
+                                    });
     return found != cells.rend() ? &*found : nullptr;
 }
 

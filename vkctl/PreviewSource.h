@@ -25,7 +25,8 @@ std::string cell_text(const PreviewCell& cell);
 // All cells that a body's head was made of.
 std::vector<PreviewCell> head_cells(const PreviewBody& body);
 
-// The latest cell of that column; null when none was read.
+// The latest cell of that column, whatever its case, as the daemon finds it; null when none was
+// read.
 const PreviewCell* find_cell(const std::vector<PreviewCell>& cells, const std::string& column);
 
 // cell_text of it, or "no column ...".

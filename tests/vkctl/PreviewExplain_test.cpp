@@ -109,6 +109,22 @@ TEST_F(PreviewExplain, MissingNameIsTold)
     EXPECT_EQ(Explained(0, Only(BodyKind::kInput)).at(4), "sname= <- tbSM has no name for SID 21");
 }
 
+TEST_F(PreviewExplain, ColumnsAreFoundWhateverTheirCase)
+{
+    host.Data("alter table tbDev rename column SID to sid;"
+              "alter table tbDev rename column Type to TYPE;"
+              "alter table tbDev rename column V to Run");
+    host.Ini("POST.xFld", "5.Run", "1");
+    host.Ini("POST.xFld", "5.Run1", "on");
+    vkctl::PreviewSelection selection;
+    selection.sid = 7;
+    const Texts lines = Explained(0, selection);
+    ASSERT_EQ(lines.size(), kHeadGroups + 1);
+    EXPECT_EQ(lines[1], "sid=7 <- tbDev.sid = 7");
+    EXPECT_EQ(lines[2], "stype=5 <- tbDev.TYPE = 5");
+    EXPECT_EQ(lines[8], "Run=on <- tbDev.Run = 1, kind 1 (vkApp.ini:9), 5.Run1 (vkApp.ini:10)");
+}
+
 TEST_F(PreviewExplain, GroupsOfFmt0ShareTheirSources)
 {
     host.Post("Fmt0", "id=%s/%d&share=100%%&t=%04d");
