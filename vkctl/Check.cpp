@@ -58,7 +58,7 @@ void unreadable(const char* path, const std::string& problem, CFindings& finding
 }
 
 // All that the data database is asked for itself; closed again afterwards. False: unreadable.
-bool check_data(const CIniFile& ini, CFindings& findings)
+bool check_data(const CIniFile& ini, std::vector<std::string>& iniTexts, CFindings& findings)
 try
 {
     CCheckDatabase db(kDataDb);
@@ -69,7 +69,7 @@ try
     check_generals(db, catalogue, ini, findings);
     check_masters(db, catalogue, ini, findings);
     check_extensions(db, catalogue, ini, findings);
-    check_fields(db, catalogue, ini, findings);
+    check_fields(db, catalogue, ini, iniTexts, findings);
     return true;
 }
 catch (const CCheckProblem& problem)
@@ -97,10 +97,11 @@ catch (const CCheckProblem& problem)
 }
 
 // False: a database that could be read before cannot be any more.
-bool check_all_bodies(const CIniFile& ini, bool alarms, bool progress, CFindings& findings)
+bool check_all_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts, bool alarms,
+                      bool progress, CFindings& findings)
 try
 {
-    check_bodies(ini, alarms, progress, findings);
+    check_bodies(ini, iniTexts, alarms, progress, findings);
     return true;
 }
 catch (const CCliError& error)
@@ -128,14 +129,15 @@ bool check_host(const CheckOptions& options, CFindings& findings)
     {
         return false;
     }
-    check_settings(ini, findings);
+    std::vector<std::string> iniTexts;
+    check_settings(ini, iniTexts, findings);
     check_urls(ini, findings);
     check_ca(ini, findings);
 
     bool hasAlarms = false;
-    bool data = check_data(ini, findings);
+    bool data = check_data(ini, iniTexts, findings);
     const bool alarms = check_alarms(ini, hasAlarms, findings);
-    data = data && check_all_bodies(ini, hasAlarms, options.progress, findings);
+    data = data && check_all_bodies(ini, iniTexts, hasAlarms, options.progress, findings);
     if (!options.offline)
     {
         check_servers(ini, findings);

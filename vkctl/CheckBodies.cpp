@@ -16,22 +16,7 @@ namespace
 {
 
 constexpr char kFull[] = "body of ";
-constexpr char kLeftOut[] = " is full, left out ";
-constexpr std::size_t kValueShown = 60; // bytes of a value that a message quotes
-
-std::string shortened(const std::string& value)
-{
-    if (value.size() <= kValueShown)
-    {
-        return value;
-    }
-    std::size_t end = kValueShown; // not within a character
-    while (end > 0 && (static_cast<unsigned char>(value[end]) & 0xC0) == 0x80)
-    {
-        --end;
-    }
-    return value.substr(0, end) + "...";
-}
+constexpr char kLeftOut[] = "left out ";
 
 // The names of the pairs in a part. Only groups have several, and hold numbers alone.
 std::vector<std::string> names_in(const PreviewPart& part)
@@ -72,6 +57,13 @@ std::string source_of(const PostedText& one)
                : std::string(one.table) + "." + std::string(one.column);
 }
 
+// As discovery has read it from tbSM; bodies of other kinds post a name of their row, or none.
+bool is_device_name(const PreviewBody& body, const PostedText& one)
+{
+    return (body.kind == BodyKind::kDevice || body.kind == BodyKind::kAlarm) &&
+           one.table == "tbSM" && one.column == "Name" && !one.isName;
+}
+
 std::string and_more(std::size_t count)
 {
     return count > 1 ? ", and " + std::to_string(count - 1) + " more" : "";
@@ -92,6 +84,10 @@ void CBodyCheck::Count(Examples& examples, const std::string& key, const Preview
 void CBodyCheck::Count(Examples& examples, const PostedText& one, const PreviewBody& body,
                        const std::string& what)
 {
+    if (is_device_name(body, one) && m_named.count(body.sid) != 0)
+    {
+        return; // a device has one name, however many bodies say it
+    }
     const std::string key = source_of(one);
     Count(examples, key, body, std::string(one.text), what);
     examples[key].file = file_of(body, one.table);
@@ -99,38 +95,44 @@ void CBodyCheck::Count(Examples& examples, const PostedText& one, const PreviewB
 
 void CBodyCheck::Log(const std::string& line)
 {
-    if (line.find(kLeftOut) != std::string::npos)
+    const std::size_t full = line.find(kFull);
+    const std::size_t names = full == std::string::npos ? full : line.find(kLeftOut, full);
+    if (names == std::string::npos)
     {
-        m_vLeftOut.push_back(line.substr(std::min(line.find(kFull), line.size())));
+        return;
+    }
+    // Columns, extensions and details have a line each, and a second try repeats what it has said.
+    if (m_leftOut.empty())
+    {
+        m_leftOut = line.substr(full);
+    }
+    else if ((m_leftOut + "; ").find(line.substr(names) + "; ") == std::string::npos)
+    {
+        m_leftOut += "; " + line.substr(names);
     }
 }
 
 void CBodyCheck::Body(const PreviewBody& body)
 {
-    std::vector<PostedText> texts = posted_texts(body, m_names);
-    if (body.kind != BodyKind::kAlarm)
-    {
-        m_sids.insert(body.sid);
-    }
-    else if (m_sids.count(body.sid) != 0) // its name has been looked at where it belongs
-    {
-        texts.erase(std::remove_if(texts.begin(), texts.end(),
-                                   [](const PostedText& one) { return one.table == "tbSM"; }),
-                    texts.end());
-    }
+    const std::vector<PostedText> texts = posted_texts(body, m_names);
     CheckFull(body);
     CheckForm(body, texts);
     CheckNames(body);
     CheckEncoding(body, texts);
+    if (std::any_of(texts.begin(), texts.end(),
+                    [&](const PostedText& one) { return is_device_name(body, one); }))
+    {
+        m_named.insert(body.sid);
+    }
 }
 
 void CBodyCheck::CheckFull(const PreviewBody& body)
 {
-    if (!m_vLeftOut.empty())
+    if (!m_leftOut.empty())
     {
-        Count(m_full, owner(body), body, "", m_vLeftOut[0]);
+        Count(m_full, owner(body), body, "", m_leftOut);
     }
-    m_vLeftOut.clear();
+    m_leftOut.clear();
 }
 
 void CBodyCheck::CheckForm(const PreviewBody& body, const std::vector<PostedText>& texts)
@@ -202,10 +204,12 @@ void CBodyCheck::CheckEncoding(const PreviewBody& body, const std::vector<Posted
     }
 }
 
-void CBodyCheck::Report(const CIniFile& ini, CFindings& findings) const
+void CBodyCheck::Report(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+                        CFindings& findings) const
 {
     ReportPairs(findings);
-    ReportCharacters(ini, findings);
+    ReportCharacters(findings);
+    ReportOwnWords(ini, iniTexts, findings);
 }
 
 void CBodyCheck::ReportPairs(CFindings& findings) const
@@ -238,7 +242,7 @@ void CBodyCheck::ReportPairs(CFindings& findings) const
     }
 }
 
-void CBodyCheck::ReportCharacters(const CIniFile& ini, CFindings& findings) const
+void CBodyCheck::ReportCharacters(CFindings& findings) const
 {
     for (const auto& [column, one] : m_notUtf8)
     {
@@ -254,9 +258,14 @@ void CBodyCheck::ReportCharacters(const CIniFile& ini, CFindings& findings) cons
                              and_more(one.count) + "), which " + m_encoding.Name() +
                              " cannot express: a body is cut there");
     }
+}
+
+void CBodyCheck::ReportOwnWords(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+                                CFindings& findings) const
+{
     for (const auto& [character, one] : m_ownLost)
     {
-        if (is_in_texts(ini, character))
+        if (is_in_texts(iniTexts, character))
         {
             continue; // and is told of there
         }
@@ -271,7 +280,8 @@ void CBodyCheck::ReportCharacters(const CIniFile& ini, CFindings& findings) cons
     }
 }
 
-void check_bodies(const CIniFile& ini, bool alarms, bool progress, CFindings& findings)
+void check_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts, bool alarms,
+                  bool progress, CFindings& findings)
 {
     CPreview preview(".");
     CBodyCheck check(configured_encoding(ini), preview.Poster().m_mapSmName);
@@ -292,7 +302,7 @@ void check_bodies(const CIniFile& ini, bool alarms, bool progress, CFindings& fi
         },
         [&](const std::string& line) { check.Log(line); });
     shown.Clear();
-    check.Report(ini, findings);
+    check.Report(ini, iniTexts, findings);
 }
 
 } // namespace vkctl

@@ -31,7 +31,10 @@ public:
 
     void Log(const std::string& line); // of the body that comes next
     void Body(const PreviewBody& body);
-    void Report(const CIniFile& ini, CFindings& findings) const;
+
+    // iniTexts: of vkApp.ini, what has been looked at there.
+    void Report(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+                CFindings& findings) const;
 
 private:
     // What was seen first, and how often.
@@ -47,20 +50,22 @@ private:
 
     static void Count(Examples& examples, const std::string& key, const PreviewBody& body,
                       const std::string& text, const std::string& what);
-    static void Count(Examples& examples, const PostedText& one, const PreviewBody& body,
-                      const std::string& what);
+    void Count(Examples& examples, const PostedText& one, const PreviewBody& body,
+               const std::string& what);
     void CheckFull(const PreviewBody& body);
     void CheckForm(const PreviewBody& body, const std::vector<PostedText>& texts);
     void CheckNames(const PreviewBody& body);
     void CheckUtf8(const PreviewBody& body, const std::vector<PostedText>& texts);
     void CheckEncoding(const PreviewBody& body, const std::vector<PostedText>& texts);
     void ReportPairs(CFindings& findings) const;
-    void ReportCharacters(const CIniFile& ini, CFindings& findings) const;
+    void ReportCharacters(CFindings& findings) const;
+    void ReportOwnWords(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+                        CFindings& findings) const;
 
     const CEncoding m_encoding;
     const std::map<int, std::string>& m_names;
-    std::set<int> m_sids;                // that have had a body in the sweep
-    std::vector<std::string> m_vLeftOut; // log lines that wait for their body
+    std::set<int> m_named; // SIDs of devices whose name a body has said
+    std::string m_leftOut; // of the body that comes next; empty: nothing
     Examples m_full;
     Examples m_unescaped;
     Examples m_twice;
@@ -71,7 +76,9 @@ private:
 };
 
 // Makes all bodies and checks them. The preview opens the databases: nobody else may have them
-// open. progress: counted on standard error. Throws CCliError as the preview does.
-void check_bodies(const CIniFile& ini, bool alarms, bool progress, CFindings& findings);
+// open. iniTexts: what of vkApp.ini has been looked at, see CheckTexts.h. progress: counted on
+// standard error. Throws CCliError as the preview does.
+void check_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts, bool alarms,
+                  bool progress, CFindings& findings);
 
 } // namespace vkctl

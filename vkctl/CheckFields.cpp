@@ -116,7 +116,7 @@ std::vector<std::string> posted_keys(const CIniFile& ini, const CTypeColumns& co
 } // namespace
 
 void check_fields(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
-                  CFindings& findings)
+                  std::vector<std::string>& texts, CFindings& findings)
 {
     const CTypeColumns columns(catalogue, ini);
     std::set<int> toldTypes;
@@ -152,7 +152,7 @@ void check_fields(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFil
             check_no_column(ini, columns, one, findings);
         }
     }
-    check_label_texts(ini, posted_keys(ini, columns, keys), findings);
+    check_label_texts(ini, posted_keys(ini, columns, keys), texts, findings);
 }
 
 } // namespace vkctl

@@ -6,13 +6,17 @@
 // none for each device.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "vkctl/CheckCatalogue.h"
 #include "vkctl/Finding.h"
 
 namespace vkctl
 {
 
+// texts: takes those of values, see CheckTexts.h.
 void check_fields(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
-                  CFindings& findings);
+                  std::vector<std::string>& texts, CFindings& findings);
 
 } // namespace vkctl

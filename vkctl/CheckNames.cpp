@@ -87,6 +87,21 @@ std::string shortened_list(const std::vector<std::string>& names, std::size_t to
                                 : text;
 }
 
+std::string shortened(const std::string& value)
+{
+    constexpr std::size_t kShown = 60;
+    if (value.size() <= kShown)
+    {
+        return value;
+    }
+    std::size_t end = kShown; // not within a character
+    while (end > 0 && (static_cast<unsigned char>(value[end]) & 0xC0) == 0x80)
+    {
+        --end;
+    }
+    return value.substr(0, end) + "...";
+}
+
 std::string integer_problem(const std::string& text)
 {
     char* end = nullptr;
@@ -98,14 +113,15 @@ std::string integer_problem(const std::string& text)
     }
     if (end == text.c_str())
     {
-        return "\"" + text + "\" is no number: it is taken as 0, and not as the default";
+        return "\"" + shortened(text) + "\" is no number: it is taken as 0, and not as the default";
     }
     if (errno == ERANGE || number > INT_MAX || number < INT_MIN)
     {
-        return text + " is beyond 32 bits: it is taken as " +
+        return shortened(text) + " is beyond 32 bits: it is taken as " +
                std::to_string(number > 0 ? INT_MAX : INT_MIN);
     }
-    return *end != '\0' ? "\"" + text + "\" is no number: it is taken as " + std::to_string(number)
+    return *end != '\0' ? "\"" + shortened(text) + "\" is no number: it is taken as " +
+                              std::to_string(number)
                         : "";
 }
 

@@ -21,6 +21,9 @@ std::string did_you_mean(const std::string& name);
 // "1001, 1002, 1003 and 7 more".
 std::string shortened_list(const std::vector<std::string>& names, std::size_t total);
 
+// A value as a message quotes it: whole up to 60 bytes, else what fits of it and "...".
+std::string shortened(const std::string& value);
+
 // What is wrong with a text that is to be a number, and what it is taken as; empty when nothing is.
 std::string integer_problem(const std::string& text);
 

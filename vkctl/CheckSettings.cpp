@@ -260,7 +260,7 @@ void check_head(const CIniFile& ini, CFindings& findings)
 
 } // namespace
 
-void check_settings(const CIniFile& ini, CFindings& findings)
+void check_settings(const CIniFile& ini, std::vector<std::string>& texts, CFindings& findings)
 {
     check_sections(ini, findings);
     check_homeless_keys(ini, findings);
@@ -270,7 +270,7 @@ void check_settings(const CIniFile& ini, CFindings& findings)
     check_ranges(ini, findings);
     check_head(ini, findings);
     check_encoding(ini, findings);
-    check_setting_texts(ini, findings);
+    check_setting_texts(ini, texts, findings);
 }
 
 } // namespace vkctl

@@ -6,12 +6,16 @@
 // character-lost.
 #pragma once
 
+#include <string>
+#include <vector>
+
 #include "vkctl/CheckIni.h"
 #include "vkctl/Finding.h"
 
 namespace vkctl
 {
 
-void check_settings(const CIniFile& ini, CFindings& findings);
+// texts: takes those of the file, see CheckTexts.h.
+void check_settings(const CIniFile& ini, std::vector<std::string>& texts, CFindings& findings);
 
 } // namespace vkctl

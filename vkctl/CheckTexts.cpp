@@ -38,13 +38,15 @@ void check_form(const CIniFile& ini, const IniText& one, CFindings& findings)
 }
 
 // A text that is no UTF-8 is told as such.
-void check_lost(const CIniFile& ini, const std::vector<IniText>& texts, CFindings& findings)
+void check_lost(const CIniFile& ini, const std::vector<IniText>& keys,
+                std::vector<std::string>& texts, CFindings& findings)
 {
     const CEncoding encoding(configured_encoding(ini));
     std::vector<std::pair<const IniText*, std::string>> lost;
-    for (const IniText& one : texts)
+    for (const IniText& one : keys)
     {
-        const std::string text = ini.Text(one.section, one.key);
+        texts.push_back(ini.Text(one.section, one.key));
+        const std::string& text = texts.back();
         const std::string character = is_utf8(text) ? encoding.FirstLost(text) : "";
         if (!character.empty())
         {
@@ -88,44 +90,42 @@ std::vector<IniText> general_names(const CIniFile& ini)
 
 } // namespace
 
-void check_setting_texts(const CIniFile& ini, CFindings& findings)
+void check_setting_texts(const CIniFile& ini, std::vector<std::string>& texts, CFindings& findings)
 {
-    std::vector<IniText> texts;
+    std::vector<IniText> settings;
     for (const char* key : {"Dept", "DeptName", "State0", "State1", "State2", "State3"})
     {
-        texts.push_back({kPost, key, key});
-        check_form(ini, texts.back(), findings);
+        settings.push_back({kPost, key, key});
+        check_form(ini, settings.back(), findings);
     }
     if (head_format_problem(ini.Text(kPost, "Fmt0")).empty())
     {
-        texts.push_back({kPost, "Fmt0", "Fmt0"});
+        settings.push_back({kPost, "Fmt0", "Fmt0"});
     }
-    check_lost(ini, texts, findings);
-    check_lost(ini, general_names(ini), findings);
+    check_lost(ini, settings, texts, findings);
+    check_lost(ini, general_names(ini), texts, findings);
 }
 
 void check_label_texts(const CIniFile& ini, const std::vector<std::string>& keys,
-                       CFindings& findings)
+                       std::vector<std::string>& texts, CFindings& findings)
 {
-    std::vector<IniText> texts;
+    std::vector<IniText> labels;
     for (const std::string& key : keys)
     {
-        texts.push_back({kFieldSection, key, "the text of " + key});
-        check_form(ini, texts.back(), findings);
+        labels.push_back({kFieldSection, key, "the text of " + key});
+        check_form(ini, labels.back(), findings);
     }
-    check_lost(ini, texts, findings);
+    check_lost(ini, labels, texts, findings);
 }
 
-bool is_in_texts(const CIniFile& ini, const std::string& character)
+bool is_in_texts(const std::vector<std::string>& texts, const std::string& character)
 {
-    const auto holds = [&](const IniItem& item)
-    {
-        const bool read =
-            item.section == kPost || item.section == kGeneral || item.section == kFieldSection;
-        return read && (is_utf8(character) ? item.value.find(character) != std::string::npos
-                                           : !is_utf8(item.value));
-    };
-    return std::any_of(ini.Items().begin(), ini.Items().end(), holds);
+    const bool whole = is_utf8(character);
+    return std::any_of(texts.begin(), texts.end(),
+                       [&](const std::string& text) {
+                           return whole ? text.find(character) != std::string::npos
+                                        : !is_utf8(text);
+                       });
 }
 
 } // namespace vkctl

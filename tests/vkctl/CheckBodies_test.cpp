@@ -71,6 +71,31 @@ std::vector<CheckCase> head_cases()
     };
 }
 
+// Names of devices that only alarms post: of the host's outputs, and of a device without a reading.
+std::vector<CheckCase> alarm_name_cases()
+{
+    const std::string alarm =
+        "alarms: insert into tbSMAlarm(DID,SID,Type,Alm,LastUpd,AlmBrief,AFld) "
+        "values(100,1,3585,0,'2024','断电',0)";
+    const std::string again =
+        "alarms: insert into tbSMAlarm(DID,SID,Type,Alm,LastUpd,AlmBrief,AFld) "
+        "values(101,1,3585,0,'2025','断电',0)";
+    const std::string host = "data: update tbSM set Name='主机A&B' where SID=1";
+    const std::string smile = "data: update tbSM set Name='主机😀' where SID=1";
+    return {
+        {"value-unescaped",
+         {host, alarm, again},
+         std::string("tmp/dbDat0.db3: warning: tbSM.Name holds \"&\" (SID 1: \"主机A&B\"): ") +
+             kSplit,
+         {host}},
+        {"character-lost",
+         {"POST/Encoding=GBK", smile, alarm},
+         "tmp/dbDat0.db3: warning: tbSM.Name holds \"😀\" (SID 1: \"主机😀\"), which GBK cannot "
+         "express: a body is cut there",
+         {"POST/Encoding=GBK", smile}},
+    };
+}
+
 std::vector<CheckCase> name_cases()
 {
     return {
@@ -111,18 +136,34 @@ std::vector<CheckCase> size_cases()
          "tmp/dbData.db3: warning: the body of SID 1002 (tbSMAlarm) does not hold everything: body "
          "of 2048 bytes is full, left out 1: title",
          {"alarms: update tbSMAlarm set AlmBrief=" + long_text(1500) + " where DID=5"}},
+        {"body-full",
+         {"data: alter table tbUps add column A", "data: alter table tbUps add column B",
+          "data: update tbUps set A=" + long_text(101000) + ",B=" + long_text(2000) +
+              " where SID=1001",
+          "data: update tbUpsItem set Val=" + long_text(3000) + " where SID=1001 and Fld=2"},
+         "tmp/dbDat0.db3: warning: the body of SID 1001 (tbUps) does not hold everything: body of "
+         "102400 bytes is full, left out 1: B; left out 1: Fld2",
+         {"data: alter table tbUps add column A",
+          "data: update tbUps set A=" + long_text(98000) + " where SID=1001",
+          "data: update tbUpsItem set Val=" + long_text(3000) + " where SID=1001 and Fld=2"}},
     };
 }
 
 std::vector<CheckCase> encoding_cases()
 {
     const std::string smile = "data: update tbSM set Name='机房😀' where SID=1001";
+    const std::string alarming = "data: update tbSM set Name='空调😀' where SID=1002";
     return {
         {"character-lost",
          {"POST/Encoding=GBK", smile},
          "tmp/dbDat0.db3: warning: tbSM.Name holds \"😀\" (SID 1001: \"机房😀\"), which GBK cannot "
          "express: a body is cut there",
          {"POST/Encoding=GB18030", smile}},
+        {"character-lost",
+         {"POST/Encoding=GBK", alarming},
+         "tmp/dbDat0.db3: warning: tbSM.Name holds \"😀\" (SID 1002: \"空调😀\"), which GBK cannot "
+         "express: a body is cut there",
+         {"POST/Encoding=GB18030", alarming}},
         {"character-lost",
          {"POST/Encoding=GBK", "POST/State0=⚠", "data: update tbTempHum set Hum='5⚠'"},
          "vkApp.ini:N: warning: State0 holds \"⚠\", which GBK cannot express: a body is cut there; "
@@ -153,7 +194,8 @@ std::vector<CheckCase> encoding_cases()
 
 std::vector<CheckCase> body_cases()
 {
-    return joined({form_cases(), head_cases(), name_cases(), size_cases(), encoding_cases()});
+    return joined({form_cases(), head_cases(), alarm_name_cases(), name_cases(), size_cases(),
+                   encoding_cases()});
 }
 
 TEST(CheckBodiesTest, AnEncodingThatFitsNoBodyIsToldOnce)
@@ -169,8 +211,26 @@ TEST(CheckBodiesTest, TheDaemonsOwnWordsAreToldWhereTheEncodingStands)
 {
     const std::string own = "vkApp.ini:N: warning: ASCII cannot express \"动\", which the daemon "
                             "itself puts into a body (of the kind host): it is cut there";
+    for (const char* untold : {"POST/Note=动", "POST.xFld/9999.Alm1=动", "POST.xFld/257.Note1=动"})
+    {
+        EXPECT_THAT(
+            CCheckedHost({"POST/Encoding=ASCII", "POST/DeptName", untold}).Check("character-lost"),
+            HasSubstr(own))
+            << untold;
+    }
     EXPECT_THAT(CCheckedHost({"POST/Encoding=ASCII", "POST/DeptName"}).Check("character-lost"),
                 HasSubstr(own));
+}
+
+TEST(CheckBodiesTest, ACharacterThatIsToldOfATextIsNotToldAsTheDaemonsOwn)
+{
+    for (const char* told : {"POST/Dept=动", "POST/State2=动", "POST.General/tbGenPort.Name=动",
+                             "POST.xFld/257.Run9=动"})
+    {
+        const std::string lost =
+            CCheckedHost({"POST/Encoding=ASCII", "POST/DeptName", told}).Check("character-lost");
+        EXPECT_THAT(lost, Not(HasSubstr("the daemon itself"))) << told;
+    }
     EXPECT_THAT(CCheckedHost({"POST/Encoding=ASCII"}).Check("character-lost"),
                 Not(HasSubstr("the daemon itself")));
 }
