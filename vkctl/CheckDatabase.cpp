@@ -144,6 +144,17 @@ std::string read_as_integer(const std::string& column)
            " as integer),0)&4294967295)+2147483648)%4294967296-2147483648)";
 }
 
+std::string is_integer_as_text(const std::string& column)
+{
+    return "(typeof(" + column + ")='text' and " + column + "=cast(" + read_as_integer(column) +
+           " as text))";
+}
+
+std::string integer_advice(const std::string& column)
+{
+    return "make the column an INTEGER, or set it to cast(" + column + " as integer) there";
+}
+
 std::string is_no_integer(const std::string& column)
 {
     return "(typeof(" + column + ")='text' and trim(" + column + ") glob '*[^0-9+-]*' or typeof(" +

@@ -55,4 +55,11 @@ std::string read_as_integer(const std::string& column);
 // value than it holds: a text that is no number, or a fraction. For a quoted name.
 std::string is_no_integer(const std::string& column);
 
+// The SQL condition that it holds a text that spells such an integer: no query for the number finds
+// the row. Columns with a type of their own turn such texts into integers.
+std::string is_integer_as_text(const std::string& column);
+
+// How to put that right, for the end of a message.
+std::string integer_advice(const std::string& column);
+
 } // namespace vkctl

@@ -1,5 +1,7 @@
 #include "vkctl/CheckDevices.h"
 
+#include <strings.h>
+
 #include <map>
 #include <set>
 
@@ -53,6 +55,14 @@ struct KnownDevice
     bool posted; // its State is not negative
 };
 
+// A table whose rows are posted as inputs or outputs. That it is searched as well is another
+// finding, and no other SID would help.
+bool is_point_table(const std::string& name)
+{
+    return strcasecmp(name.c_str(), "tbSubSysDetail") == 0 ||
+           strcasecmp(name.c_str(), "tbDio") == 0;
+}
+
 std::vector<KnownDevice> devices_of(CCheckDatabase& db, const HostTable& table)
 {
     const std::string state = table.Has("State") ? read_as_integer("State") : "0";
@@ -88,40 +98,16 @@ public:
 
     void Table(CCheckDatabase& db, const HostTable& table)
     {
-        CSidSample unnamed;
-        CSidSample doubled;
-        CSidSample taken;
-        std::map<std::string, CSidSample> elsewhere;
+        Samples samples;
         for (const KnownDevice& device : devices_of(db, table))
         {
-            const auto [found, added] = m_tables.insert({device.sid, table.name});
-            if (!added)
-            {
-                (found->second == table.name ? doubled : elsewhere[found->second]).Add(device.sid);
-                found->second = table.name;
-            }
-            const auto name = m_names.find(device.sid);
-            if (device.posted && (name == m_names.end() || name->second.empty()))
-            {
-                unnamed.Add(device.sid);
-            }
-            if (device.posted && IsTaken(device.sid))
-            {
-                taken.Add(device.sid);
-            }
+            CheckTables(device, table.name, samples);
             if (device.posted)
             {
-                m_posted[device.sid] = table.name;
+                CheckPosted(device.sid, table.name, samples);
             }
         }
-        Report(table.name, unnamed, doubled, taken);
-        for (const auto& [earlier, sample] : elsewhere)
-        {
-            Warn("sid-twice", sample.Text() + " of " + earlier + sample.Verb(" stands", " stand") +
-                                  " in " + table.name +
-                                  sample.Verb(" too, and is", " too, and are") +
-                                  " posted from there only");
-        }
+        Report(table.name, samples);
     }
 
     // Things that are posted as well, none of them a device of a table.
@@ -151,6 +137,50 @@ public:
     }
 
 private:
+    struct Samples
+    {
+        CSidSample unnamed;
+        CSidSample doubled;
+        CSidSample taken;
+        std::map<std::string, CSidSample> elsewhere; // earlier table -> posted from this one
+        std::map<std::string, CSidSample> hidden;    // the same, and this one has it not posted
+    };
+
+    void CheckTables(const KnownDevice& device, const std::string& table, Samples& samples)
+    {
+        const auto [found, added] = m_tables.insert({device.sid, table});
+        if (added)
+        {
+            return;
+        }
+        if (found->second == table)
+        {
+            samples.doubled.Add(device.sid);
+            return;
+        }
+        (device.posted ? samples.elsewhere : samples.hidden)[found->second].Add(device.sid);
+        found->second = table;
+        m_posted.erase(device.sid);
+    }
+
+    void CheckPosted(int sid, const std::string& table, Samples& samples)
+    {
+        const auto name = m_names.find(sid);
+        if (name == m_names.end() || name->second.empty())
+        {
+            samples.unnamed.Add(sid);
+        }
+        if (is_point_table(table))
+        {
+            return;
+        }
+        if (IsTaken(sid))
+        {
+            samples.taken.Add(sid);
+        }
+        m_posted[sid] = table;
+    }
+
     bool IsTaken(int sid) const
     {
         return sid == 0 || (sid == kOutputsSid && m_bOutputs) ||
@@ -162,9 +192,10 @@ private:
         m_findings.Warning({kDataDb, 0}, id, message);
     }
 
-    void Report(const std::string& table, const CSidSample& unnamed, const CSidSample& doubled,
-                const CSidSample& taken)
+    void Report(const std::string& table, const Samples& samples)
     {
+        const CSidSample& unnamed = samples.unnamed;
+        const CSidSample& doubled = samples.doubled;
         if (!unnamed.Empty())
         {
             Warn("device-unnamed", unnamed.Text() + " of " + table + unnamed.Verb(" has", " have") +
@@ -175,7 +206,21 @@ private:
             Warn("sid-twice", doubled.Text() + doubled.Verb(" stands", " stand") +
                                   " in several rows of " + table + ": only the first is posted");
         }
-        ReportTaken(table, taken);
+        ReportTaken(table, samples.taken);
+        ReportTwice(table, samples.elsewhere, " too, and is posted from there only",
+                    " too, and are posted from there only");
+        ReportTwice(table, samples.hidden, " too, with a State below 0, so it is not posted",
+                    " too, with a State below 0, so they are not posted");
+    }
+
+    void ReportTwice(const std::string& table, const std::map<std::string, CSidSample>& samples,
+                     const char* one, const char* many)
+    {
+        for (const auto& [earlier, sample] : samples)
+        {
+            Warn("sid-twice", sample.Text() + " of " + earlier + sample.Verb(" stands", " stand") +
+                                  " in " + table + sample.Verb(one, many));
+        }
     }
 
     void ReportTaken(const std::string& from, const CSidSample& taken)
@@ -215,12 +260,18 @@ void check_rows_twice(CCheckDatabase& db, const std::string& from, const std::st
     }
 }
 
+std::string posted_inputs()
+{
+    return "tbSubSysDetail where " + kInputs + " and " + is_sid_found() + " and " +
+           read_as_integer("State") + ">=0";
+}
+
 void check_unnamed_inputs(CCheckDatabase& db, CFindings& findings)
 {
     CSidSample sample;
     for (const std::string& sid :
-         db.Column("select distinct x.SID from tbSubSysDetail x left join tbSM s on s.SID=x.SID"
-                   " where x.SID<>x.SIDD and x.State>=0 and coalesce(s.Name,'')='' order by 1"))
+         db.Column("select distinct x.SID from (select SID from " + posted_inputs() +
+                   ") x left join tbSM s on s.SID=x.SID where coalesce(s.Name,'')='' order by 1"))
     {
         sample.Add(cell_number(sid));
     }
@@ -240,9 +291,7 @@ void check_inputs(CCheckDatabase& db, const HostTable& table, CSidCheck& sids, C
     if (table.Has("State"))
     {
         check_unnamed_inputs(db, findings);
-        sids.Others(table.name, db.Column("select SID from tbSubSysDetail where " + kInputs +
-                                          " and " + is_sid_found() + " and " +
-                                          read_as_integer("State") + ">=0 order by SID"));
+        sids.Others(table.name, db.Column("select SID from " + posted_inputs() + " order by SID"));
     }
 }
 

@@ -13,26 +13,38 @@ namespace
 
 constexpr std::size_t kShown = 3;
 
-// Those of the rows whose SID the daemon reads as another one.
+void report_lost(const std::string& table, std::vector<std::string> sids, const std::string& why,
+                 CFindings& findings)
+{
+    const std::size_t count = sids.size();
+    sids.resize(std::min(count, kShown));
+    if (count > 0)
+    {
+        findings.Warning({kDataDb, 0}, "value-not-integer",
+                         table + ".SID holds " + shortened_list(sids, count) + why);
+    }
+}
+
+// Those of the rows whose SID the daemon reads as another one, or asks for in vain.
 void check_lost(CCheckDatabase& db, const std::string& table, const std::string& rows,
                 CFindings& findings)
 {
-    std::vector<std::string> lost;
-    for (const std::string& sid :
-         db.Column("select coalesce(SID,'') from " + quoted(table) + " where " + rows +
-                   " and not coalesce(" + is_sid_found() + ",0)"))
+    std::vector<std::string> others;
+    std::vector<std::string> texts;
+    for (const auto& row :
+         db.Rows("select coalesce(SID,'')," + is_integer_as_text("SID") + " from " + quoted(table) +
+                 " where " + rows + " and not coalesce(" + is_sid_found() + ",0)"))
     {
-        lost.push_back("\"" + sid + "\"");
+        (row[1] == "1" ? texts : others).push_back("\"" + shortened(row[0]) + "\"");
     }
-    if (!lost.empty())
-    {
-        const std::size_t count = lost.size();
-        lost.resize(std::min(count, kShown));
-        findings.Warning({kDataDb, 0}, "value-not-integer",
-                         table + ".SID holds " + shortened_list(lost, count) +
-                             ": a SID is an integer of 32 bits, and a row without one is never "
-                             "posted");
-    }
+    report_lost(table, others,
+                ": a SID is an integer of 32 bits, and a row without one is never posted",
+                findings);
+    report_lost(table, texts,
+                ", stored as text: rows are asked for by an integer, and such a one is never "
+                "posted; " +
+                    integer_advice("SID"),
+                findings);
 }
 
 // The SQL condition that the row is posted, and the daemon reads another integer than stands there.
@@ -59,7 +71,7 @@ void check_states_and_types(CCheckDatabase& db, const HostTable& table, const st
         {
             findings.Warning({kDataDb, 0}, "value-not-integer",
                              table.name + "." + column + " of SID " + found[0].at(0) + " holds \"" +
-                                 found[0].at(1) +
+                                 shortened(found[0].at(1)) +
                                  "\", which is no integer of 32 bits: it is read as " +
                                  found[0].at(2));
         }

@@ -10,6 +10,11 @@ const std::string kAdd = "data: insert into tbTempHum(SID,Type,State,DateUpd) va
 const std::string kTaken = "0 is the host's own status, 1 are its outputs, from 900 up are the "
                            "general tables; choose another SID";
 
+// Columns that keep a number as the text that it was given as.
+const std::string kLooseInputs =
+    "data: create table x(SID,SIDD,Fld,Type,State,LastUpd); insert into x select * from "
+    "tbSubSysDetail; drop table tbSubSysDetail; alter table x rename to tbSubSysDetail;";
+
 std::vector<CheckCase> row_cases()
 {
     const std::string make = "data: create table tbX(SID,Type,A,B,State,D,DateUpd,E,F);"
@@ -26,6 +31,11 @@ std::vector<CheckCase> row_cases()
          "tmp/dbDat0.db3: warning: SIDs 1001 and 1011 of tbUps stand in tbTempHum too, and are "
          "posted from there only",
          {kAdd + "(7001,2049,0,''),(7002,2049,0,'')"}},
+        {"sid-twice",
+         {kAdd + "(1001,2049,-1,'')"},
+         "tmp/dbDat0.db3: warning: SID 1001 of tbUps stands in tbTempHum too, with a State below "
+         "0, so it is not posted",
+         {kAdd + "(7001,2049,-1,'')"}},
         {"sid-twice",
          {make + "(7,0),(7,0),(7,0)"},
          "tmp/dbDat0.db3: warning: SID 7 stands in several rows of tbX: only the first is posted",
@@ -53,6 +63,19 @@ std::vector<CheckCase> row_cases()
          {"data: update tbSM set Name='' where SID=101;"
           "update tbSubSysDetail set State=-1"}},
         {"device-unnamed",
+         {kLooseInputs + "delete from tbSM where SID=104"},
+         "tmp/dbDat0.db3: warning: SID 104 of tbSubSysDetail has no name in tbSM: sname is posted "
+         "empty",
+         {kLooseInputs + "update tbSubSysDetail set State='-1' where SID=104;"
+                         "delete from tbSM where SID=104"}},
+        {"device-unnamed",
+         {kLooseInputs + "delete from tbSM where SID in (104,105)",
+          "data: update tbSubSysDetail set SID='105' where SID=105"},
+         "tmp/dbDat0.db3: warning: SID 104 of tbSubSysDetail has no name in tbSM: sname is posted "
+         "empty",
+         {kLooseInputs + "update tbSubSysDetail set SID='104' where SID=104;"
+                         "delete from tbSM where SID=104"}},
+        {"device-unnamed",
          {"data: update tbSM set Name='' where SID in (select SID from tbUps)"},
          "tmp/dbDat0.db3: warning: SIDs 1001 and 1011 of tbUps have no name in tbSM: "
          "sname is posted empty",
@@ -75,6 +98,17 @@ std::vector<CheckCase> taken_cases()
          "tmp/dbDat0.db3: warning: SID 1 of tbTempHum is posted for something else as well: " +
              kTaken,
          {kAdd + "(1,2049,0,'')", "POST.DO/Count=0"}},
+        {"sid-taken",
+         {"POST.Detail/tbDio", kAdd + "(1,2049,0,'')"},
+         "tmp/dbDat0.db3: warning: SID 1 of tbTempHum is posted for something else as well: " +
+             kTaken,
+         {"POST.Detail/tbDio"}},
+        {"sid-taken",
+         {"POST.Detail/tbSubSysDetail", input + "900 where SID=101"},
+         "tmp/dbDat0.db3: warning: SID 900 of tbSubSysDetail is posted for something else as "
+         "well: " +
+             kTaken,
+         {"POST.Detail/tbSubSysDetail"}},
         {"sid-taken",
          {input + "900 where SID=101"},
          "tmp/dbDat0.db3: warning: SID 900 of tbSubSysDetail is posted for something else as "
@@ -139,9 +173,29 @@ std::vector<CheckCase> integer_cases()
          "tmp/dbDat0.db3: warning: tbUps.SID holds \"5000000000\"" + kNeverPosted,
          {"data: update tbUps set SID=2147483647 where SID=1011"}},
         {"value-not-integer",
-         {kUntyped + "('abc',1,0),('7',1,0),(null,1,0),(7.5,1,0)"},
-         "tmp/dbDat0.db3: warning: tbX.SID holds \"abc\", \"7\", \"\" and 1 more" + kNeverPosted,
+         {kUntyped + "('abc',1,0),('07',1,0),(null,1,0),(7.5,1,0)"},
+         "tmp/dbDat0.db3: warning: tbX.SID holds \"abc\", \"07\", \"\" and 1 more" + kNeverPosted,
          {kUntyped + "(7,1,0),(8.0,1,0)"}},
+        {"value-not-integer",
+         {kUntyped + "('7',1,0),('-2147483648',1,0)"},
+         "tmp/dbDat0.db3: warning: tbX.SID holds \"7\" and \"-2147483648\", stored as text: rows "
+         "are asked for by an integer, and such a one is never posted; make the column an INTEGER, "
+         "or set it to cast(SID as integer) there",
+         {kUntyped + "(7,1,0),(-2147483648,1,0)"}},
+        {"value-not-integer",
+         {kUntyped + "('2147483648',1,0)"},
+         "tmp/dbDat0.db3: warning: tbX.SID holds \"2147483648\"" + kNeverPosted,
+         {kUntyped + "(2147483647,1,0)"}},
+        {"value-not-integer",
+         {kUntyped + "(printf('%.59cäöü','z'),1,0)"},
+         "tmp/dbDat0.db3: warning: tbX.SID holds \"" + std::string(59, 'z') + "...\"" +
+             kNeverPosted,
+         {kUntyped + "(8,1,0)"}},
+        {"value-not-integer",
+         {"data: update tbUps set State=printf('%.61c','z')"},
+         "tmp/dbDat0.db3: warning: tbUps.State of SID 1001 holds \"" + std::string(60, 'z') +
+             "...\", which is no integer of 32 bits: it is read as 0",
+         {"data: update tbUps set State='0'"}},
         {"sid-twice",
          {kUntyped + "(7,1,0),('abc',1,0),('abd',1,0),(7.0,1,0)"},
          "tmp/dbDat0.db3: warning: SID 7 stands in several rows of tbX: only the first is posted",
