@@ -168,11 +168,14 @@ std::vector<const HostTable*> CCatalogue::OfType(int type) const
 }
 
 void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const std::string& section,
-                      const std::string& key, const std::string& table, CFindings& findings)
+                      const std::string& key, const std::string& table, CFindings& findings,
+                      const std::vector<std::string>& others)
 {
+    std::vector<std::string> candidates = catalogue.Names();
+    candidates.insert(candidates.end(), others.begin(), others.end());
     findings.Warning(ini.At(section, key), "key-unread",
                      "there is no table " + table + ", so " + key + " in section [" + section +
-                         "] has no effect" + did_you_mean(likely_name(table, catalogue.Names())));
+                         "] has no effect" + did_you_mean(likely_name(table, candidates)));
 }
 
 std::string name_problem(CCheckDatabase& db, const HostTable& table, const std::string& text)

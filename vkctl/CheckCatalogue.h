@@ -67,9 +67,11 @@ private:
     std::map<int, std::vector<std::string>> m_types; // type -> device tables
 };
 
-// key-unread: the key in the section names a table that does not exist.
+// key-unread: the key in the section names a table that does not exist. `others`: what may have
+// been meant instead of a table.
 void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const std::string& section,
-                      const std::string& key, const std::string& table, CFindings& findings);
+                      const std::string& key, const std::string& table, CFindings& findings,
+                      const std::vector<std::string>& others = {});
 
 // Why the daemon's SQL, in which `text` stands for the table without quotes, does not read it, as
 // "the name X ... (why)". Empty when it does, and for a table that nobody can read.

@@ -121,8 +121,9 @@ void check_numbers(CCheckDatabase& db, const HostTable& table, const CIniFile& i
         if (!value.empty())
         {
             findings.Warning(ini.At(kDetail, key), "value-not-integer",
-                             table.name + "." + column + " holds \"" + value + "\", and mode " +
-                                 std::to_string(mode) + " prints integers: it is posted as " +
+                             table.name + "." + column + " holds \"" + shortened(value) +
+                                 "\", and mode " + std::to_string(mode) +
+                                 " prints integers: it is posted as " +
                                  std::to_string(std::strtol(value.c_str(), nullptr, 10)));
         }
     }

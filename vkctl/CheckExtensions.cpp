@@ -85,16 +85,27 @@ private:
         }
     }
 
+    int RowsOf(const HostTable& table, const std::string& type)
+    {
+        return cell_number(
+            m_db.Value("select count(*) from " + quoted(table.name) + " where Type=" + type));
+    }
+
     void CheckRows(const HostTable& table)
     {
         const std::string type = text_of(m_extended.type);
-        const int rows = cell_number(
-            m_db.Value("select count(*) from " + quoted(table.name) + " where Type=" + type));
+        const int rows = RowsOf(table, type);
         if (rows == 0)
         {
-            m_findings.Warning(m_place, "extension-empty",
-                               table.name + " has no row with Type " + type +
-                                   ": nothing of it is appended");
+            const bool isText = RowsOf(table, "'" + type + "'") > 0;
+            m_findings.Warning(
+                m_place, "extension-empty",
+                isText
+                    ? "the Type " + type + " of " + table.name +
+                          " is stored as text, and an integer is asked for: nothing of it is "
+                          "appended; " +
+                          integer_advice("Type")
+                    : table.name + " has no row with Type " + type + ": nothing of it is appended");
         }
         else if (rows > 1)
         {

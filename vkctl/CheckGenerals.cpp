@@ -9,6 +9,8 @@ namespace
 {
 
 constexpr char kGeneral[] = "POST.General";
+constexpr char kFirstKey[] = ".0";
+constexpr char kNameKey[] = ".Name";
 
 // What it costs when the table cannot be read by its name.
 void check_general_name(CCheckDatabase& db, const HostTable& table, const CIniFile& ini,
@@ -22,16 +24,30 @@ void check_general_name(CCheckDatabase& db, const HostTable& table, const CIniFi
     }
 }
 
+// The options of the general tables, as keys.
+std::vector<std::string> general_options(const CCatalogue& catalogue)
+{
+    std::vector<std::string> keys;
+    for (const HostTable* table : catalogue.Of(TableRole::kGeneral))
+    {
+        keys.push_back(table->name + kFirstKey);
+        keys.push_back(table->name + kNameKey);
+    }
+    return keys;
+}
+
 void check_general_type(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                         const std::string& table, CFindings& findings)
 {
     const HostTable* found = catalogue.Find(table);
-    check_integer(ini, kGeneral, table, findings);
     if (found == nullptr)
     {
-        warn_of_no_table(catalogue, ini, kGeneral, table, table, findings);
+        warn_of_no_table(catalogue, ini, kGeneral, table, table, findings,
+                         general_options(catalogue));
+        return;
     }
-    else if (found->role == TableRole::kView)
+    check_integer(ini, kGeneral, table, findings);
+    if (found->role == TableRole::kView)
     {
         findings.Warning(ini.At(kGeneral, table), "key-unread",
                          table + " is a view: only tables are posted as general tables");
@@ -100,11 +116,11 @@ void check_generals(CCheckDatabase& db, const CCatalogue& catalogue, const CIniF
     for (const std::string& key : ini.Keys(kGeneral))
     {
         std::string table = key;
-        if (strip_end(table, ".0"))
+        if (strip_end(table, kFirstKey))
         {
             check_general_option(catalogue, ini, key, table, true, findings);
         }
-        else if (strip_end(table, ".Name"))
+        else if (strip_end(table, kNameKey))
         {
             check_general_option(catalogue, ini, key, table, false, findings);
         }

@@ -54,6 +54,19 @@ void check_count(const HostTable& table, const CIniFile& ini, const std::string&
     }
 }
 
+// What it is posted as itself; empty when it is not. A mode would end that.
+std::string posted_as(const HostTable& table)
+{
+    if (table.role == TableRole::kGeneral)
+    {
+        return "is posted as a general table itself";
+    }
+    return table.role == TableRole::kDevice &&
+                   table.Lacks({"SID", "Type", "State", "DateUpd"}).empty()
+               ? "holds devices, which are posted themselves"
+               : "";
+}
+
 // A mode is no remedy where there is no table: it would stall each device.
 void check_not_detail(const CCatalogue& catalogue, const CIniFile& ini, const std::string& table,
                       const std::string& detail, CFindings& findings)
@@ -62,12 +75,17 @@ void check_not_detail(const CCatalogue& catalogue, const CIniFile& ini, const st
     const std::string meant = did_you_mean(likely_name(detail, ini.Keys(kDetail)));
     std::string message = detail + " is no detail table" + effect +
                           "; give it a mode in section [POST.Detail]" + meant;
-    if (ini.Has(kDetail, detail))
+    const HostTable* found = catalogue.FindSql(detail);
+    if (const std::string posted = found != nullptr ? posted_as(*found) : ""; !posted.empty())
+    {
+        message = detail + " " + posted + effect + "; name a detail table" + meant;
+    }
+    else if (ini.Has(kDetail, detail))
     {
         message = detail + " has the mode 0 in section [POST.Detail]" + effect +
                   "; the modes that append are 100 to 103 and 200 to 202";
     }
-    else if (catalogue.FindSql(detail) == nullptr)
+    else if (found == nullptr)
     {
         message = "there is no table " + detail + effect + meant;
     }

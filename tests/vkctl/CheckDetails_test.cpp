@@ -27,6 +27,11 @@ std::vector<CheckCase> unread_cases()
          "vkApp.ini:N: warning: nothing reads tbUps.0: tbUps is no general table",
          {"POST.General/tbGenEnergy.0=2"}},
         {"key-unread",
+         {"POST.General/tbGenPort.name=Foo"},
+         "vkApp.ini:N: warning: there is no table tbGenPort.name, so tbGenPort.name in section "
+         "[POST.General] has no effect; did you mean tbGenPort.Name?",
+         {"POST.General/tbGenPort.Name=Foo"}},
+        {"key-unread",
          {"POST.General/tbSwitch=0", "data: create table tbSwitch(SID,Type,State,DateUpd)"},
          "vkApp.ini:N: warning: tbSwitch=0 has no effect: the type of a general table is 1 or more",
          {"POST.General/tbSwitch=1", "data: create table tbSwitch(SID,Type,State,DateUpd)"}},
@@ -40,6 +45,11 @@ std::vector<CheckCase> unread_cases()
          "vkApp.ini:N: warning: nothing reads tbExtAir.flds: section [POST.Ext.257] has no key "
          "tbExtAir",
          {"POST.Ext.257/tbExtUps.flds=2"}},
+        {"integer-invalid",
+         {"POST.General/tbGenPort=6OOO2"},
+         "vkApp.ini:N: warning: tbGenPort \"6OOO2\" is no number: it is taken as 6; write digits "
+         "only",
+         {"POST.General/tbGenPort.name=Foo"}},
         {"integer-invalid",
          {"POST.Detail/tbUpsItem=2OO"},
          "vkApp.ini:N: warning: tbUpsItem \"2OO\" is no number: it is taken as 2; write digits "
@@ -82,6 +92,11 @@ std::vector<CheckCase> mode_cases()
          "vkApp.ini:N: warning: tbBatCell.Vol holds \"2.25\", and mode 100 prints integers: it is "
          "posted as 2",
          {"data: update tbBatCell set Vol=2.0 where Addr=1"}},
+        {"value-not-integer",
+         {"data: update tbBatCell set Vol=printf('%.61c','z') where Addr=1"},
+         "vkApp.ini:N: warning: tbBatCell.Vol holds \"" + std::string(60, 'z') +
+             "...\", and mode 100 prints integers: it is posted as 0",
+         {"data: update tbBatCell set Vol='4000'"}},
         {"detail-unused",
          {"POST.Master/tbUps"},
          "vkApp.ini:N: warning: tbUpsItem=200, but no device table names it: nothing of it is "
@@ -134,6 +149,21 @@ std::vector<CheckCase> master_cases()
          "vkApp.ini:N: error: tbupsitem is no detail table: nothing of it is appended to the "
          "devices of tbUps; give it a mode in section [POST.Detail]; did you mean tbUpsItem?",
          {"POST.Master/tbUps="}},
+        {"master-not-detail",
+         {"POST.Master/tbUps=tbTempHum"},
+         "vkApp.ini:N: error: tbTempHum holds devices, which are posted themselves: nothing of it "
+         "is appended to the devices of tbUps; name a detail table",
+         {"POST.Master/tbTempHum=tbUpsItem"}},
+        {"master-not-detail",
+         {"POST.Master/tbUps=tbGenPort"},
+         "vkApp.ini:N: error: tbGenPort is posted as a general table itself: nothing of it is "
+         "appended to the devices of tbUps; name a detail table",
+         {"POST.Master/tbUps=tbGenPort", "POST.Detail/tbGenPort=201"}},
+        {"master-not-detail",
+         {"POST.Detail/tbUpsItem"},
+         "vkApp.ini:N: error: tbUpsItem is no detail table: nothing of it is appended to the "
+         "devices of tbUps; give it a mode in section [POST.Detail]",
+         {"POST.Detail/tbUpsItem=202"}},
         {"master-not-detail",
          {"POST.Master/tbUps=tbNo"},
          "vkApp.ini:N: error: there is no table tbNo: nothing of it is appended to the devices of "
@@ -204,6 +234,9 @@ std::vector<CheckCase> range_cases()
 
 std::vector<CheckCase> row_cases()
 {
+    const std::string untyped = "data: drop table tbExtUps; create table tbExtUps(Type,DateUpd,"
+                                "SysLoad,SysRate,SysMode); insert into tbExtUps(Type,DateUpd) "
+                                "select ";
     return {
         {"extension-missing",
          {"data: drop table tbExtUps"},
@@ -228,6 +261,12 @@ std::vector<CheckCase> row_cases()
          {"data: update tbExtUps set Type=258"},
          "vkApp.ini:N: warning: tbExtUps has no row with Type 257: nothing of it is appended",
          {"data: insert into tbExtUps(Type) values(258)"}},
+        {"extension-empty",
+         {untyped + "'257',''"},
+         "vkApp.ini:N: warning: the Type 257 of tbExtUps is stored as text, and an integer is "
+         "asked for: nothing of it is appended; make the column an INTEGER, or set it to cast(Type "
+         "as integer) there",
+         {untyped + "257,''"}},
         {"extension-rows",
          {"data: alter table tbExtUps rename to x; create table tbExtUps as select * from x union "
           "all select * from x; drop table x"},
