@@ -107,7 +107,8 @@ private:
         }
         Warn("value-not-integer",
              column.table + "." + column.name +
-                 " holds no value in a row: it is taken as 0 and posted as \"" + text + "\"");
+                 " holds no value in a row: it is taken as 0 and posted as \"" + shortened(text) +
+                 "\"");
     }
 
     bool HasSid(const TypeColumn& column)
@@ -125,8 +126,8 @@ private:
                                 std::to_string(kValuesRead);
         for (const auto& row : m_db.Rows(sql))
         {
-            numbers.insert({cell_number(row[0]),
-                            (hasSid ? "SID " + row[1] : "a row") + " of " + column.table});
+            numbers.insert({cell_number(row[0]), (hasSid ? "SID " + shortened(row[1]) : "a row") +
+                                                     " of " + column.table});
         }
     }
 
@@ -150,7 +151,7 @@ private:
         const int value = static_cast<int>(std::strtoul(rows[0][0].c_str(), nullptr, 10));
         const std::string more =
             rows.size() > 1 ? "and " + std::to_string(rows.size() - 1) + " more" : "";
-        const std::string sid = hasSid ? "SID " + rows[0][1] : "";
+        const std::string sid = hasSid ? "SID " + shortened(rows[0][1]) : "";
         const std::string rest = sid + (sid.empty() || more.empty() ? "" : ", ") + more;
         Warn("kind-narrow", column.table + "." + column.name + " holds " + std::to_string(value) +
                                 (rest.empty() ? "" : " (" + rest + ")") +
@@ -179,10 +180,10 @@ private:
                        column.where + " and " + is_no_integer(name) + " limit 1");
         if (!text.empty())
         {
-            Warn("value-not-integer", column.table + "." + column.name + " holds \"" + text +
-                                          "\", and kind " + std::to_string(m_iKind) +
-                                          " reads numbers: it is taken as " +
-                                          std::to_string(std::strtol(text.c_str(), nullptr, 10)));
+            Warn("value-not-integer",
+                 column.table + "." + column.name + " holds \"" + shortened(text) +
+                     "\", and kind " + std::to_string(m_iKind) + " reads numbers: it is taken as " +
+                     std::to_string(std::strtol(text.c_str(), nullptr, 10)));
         }
     }
 

@@ -10,11 +10,13 @@ namespace vkctl
 namespace
 {
 
+constexpr std::size_t kLongestSuffix = 11; // "-2147483648"
+
 // A number, "x", or a whole byte, in whatever case.
 bool is_label_suffix(const std::string& suffix)
 {
     const std::size_t sign = suffix[0] == '-' ? 1 : 0;
-    const bool number = suffix.size() > sign && suffix.size() <= 11 &&
+    const bool number = suffix.size() > sign && suffix.size() <= kLongestSuffix &&
                         suffix.find_first_not_of("0123456789", sign) == std::string::npos;
     const bool byte = suffix.size() == 2 && suffix.find_first_not_of("0Ff") == std::string::npos;
     return suffix == "x" || suffix == "X" || number || byte;
@@ -29,7 +31,9 @@ bool has_kind(const CIniFile& ini, int type, const std::string& column)
 std::vector<std::string> possible_owners(const std::string& name)
 {
     std::vector<std::string> owners;
-    for (std::size_t length = name.size() - 1; length > 0; --length)
+    const std::size_t shortest =
+        std::max(name.size(), kLongestSuffix + 1) - kLongestSuffix; // at least one
+    for (std::size_t length = name.size() - 1; length >= shortest; --length)
     {
         if (is_label_suffix(name.substr(length)))
         {

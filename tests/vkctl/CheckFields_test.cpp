@@ -14,6 +14,7 @@ namespace
 
 std::vector<CheckCase> column_cases()
 {
+    const std::string huge(100000, 'y'); // whose every end might be a suffix
     return {
         {"type-unused",
          {"POST.xFld/9.Run=1", "POST.xFld/9.Runx=?"},
@@ -30,6 +31,16 @@ std::vector<CheckCase> column_cases()
          "vkApp.ini:N: warning: nothing reads 60002.baud: no table with values of type 60002 has a "
          "column baud; did you mean Baud?",
          {"POST.xFld/60002.Baud=0"}},
+        {"column-missing",
+         {"POST.xFld/257.Run-21474836480=x"},
+         "vkApp.ini:N: warning: nothing reads 257.Run-21474836480: no table with values of type "
+         "257 has a column Run-21474836480",
+         {"POST.xFld/257.Run-2147483648=x"}},
+        {"column-missing",
+         {"POST.xFld/257." + huge + "=2"},
+         "vkApp.ini:N: warning: nothing reads 257." + huge +
+             ": no table with values of type 257 has a column " + huge,
+         {"POST.xFld/257.Uin=0"}},
         {"column-not-posted",
          {"POST.xFld/257.State=0"},
          "vkApp.ini:N: warning: column State of tbUps is not posted as a value, so 257.State has "
@@ -114,6 +125,11 @@ std::vector<CheckCase> text_label_cases()
         {"value-not-integer",
          {"data: update tbUps set Run='on' where SID=1001"},
          "vkApp.ini:N: warning: tbUps.Run holds \"on\", and kind 1 reads numbers: it is taken as 0",
+         {"data: update tbUps set Run='2' where SID=1001"}},
+        {"value-not-integer",
+         {"data: update tbUps set Run=printf('%.61c','z') where SID=1001"},
+         "vkApp.ini:N: warning: tbUps.Run holds \"" + std::string(60, 'z') +
+             "...\", and kind 1 reads numbers: it is taken as 0",
          {"data: update tbUps set Run='2' where SID=1001"}},
         {"value-not-integer",
          {"data: update tbUps set Run=''", "POST.xFld/257.Run0=off"},
