@@ -20,6 +20,8 @@ const std::string kStall = "stalls the start of the daemon, and each new search,
 
 std::vector<CheckCase> file_cases()
 {
+    const std::string view =
+        "alarms: alter table tbSMAlarm rename to x; create view tbSMAlarm as select * from x";
     return {
         {"database-unreadable",
          {"remove tmp/dbDat0.db3"},
@@ -47,11 +49,21 @@ std::vector<CheckCase> file_cases()
          {"alarms: drop table tbSMAlarm"},
          "tmp/dbData.db3: error: no alarm can be read: no such table: tbSMAlarm",
          {"alarms: alter table tbSMAlarm add column X"}},
+        {"alarm-table",
+         {view},
+         "tmp/dbData.db3: error: no alarm can be marked as sent (cannot modify tbSMAlarm because "
+         "it is a view): the first is posted anew at each signal, and those behind it never are; "
+         "make tbSMAlarm a plain table",
+         {view, "alarms: create trigger t instead of update on tbSMAlarm begin update x set "
+                "AFld=new.AFld where DID=old.DID; end"}},
     };
 }
 
 std::vector<CheckCase> alarm_cases()
 {
+    const std::string untyped = "alarms: alter table tbSMAlarm rename to x; create table tbSMAlarm("
+                                "SID,Type,Alm,LastUpd,AlmBrief,AlmMask,AlmImg,AFld,DID); "
+                                "insert into tbSMAlarm select 1001,257,0,'','',0,'',0,";
     const std::string loose = "alarms: create table x as select * from tbSMAlarm; drop table "
                               "tbSMAlarm; alter table x rename to tbSMAlarm; update tbSMAlarm set ";
     return {
@@ -64,6 +76,17 @@ std::vector<CheckCase> alarm_cases()
          {loose + "DID=null where DID=6"},
          "tmp/dbData.db3: error: an alarm has no DID: " + kUnmarked,
          {loose + "DID=null,AFld=1 where DID=6"}},
+        {"alarm-did",
+         {untyped + "''||DID from x where DID=6"},
+         "tmp/dbData.db3: error: the DID 6 of an alarm is stored as text: it cannot be marked as "
+         "sent, so it is posted anew at each signal, and the alarms behind it never are; make the "
+         "column an INTEGER, or set it to cast(DID as integer) there",
+         {untyped + "DID from x where DID=6"}},
+        {"alarm-did",
+         {untyped + "printf('%.61c','z') from x where DID=6"},
+         "tmp/dbData.db3: error: the DID " + std::string(60, 'z') +
+             "... of an alarm is no 32-bit integer: " + kUnmarked,
+         {untyped + "6.0 from x where DID=6"}},
         {"alarm-did",
          {"alarms: update tbSMAlarm set DID=5000000000,AFld=0 where DID=6"},
          "tmp/dbData.db3: error: the DID 5000000000 of an alarm is no 32-bit integer: " + kUnmarked,
