@@ -61,7 +61,8 @@ struct Outcome
 class CProgram
 {
 public:
-    CProgram(const std::vector<std::string>& arguments, const std::vector<std::string>& env = {});
+    explicit CProgram(const std::vector<std::string>& arguments,
+                      const std::vector<std::string>& env = {});
     ~CProgram();
     CProgram(const CProgram&) = delete;
     CProgram& operator=(const CProgram&) = delete;
