@@ -126,11 +126,11 @@ TEST(CheckCommandTest, AsJsonItIsAFinding)
 TEST(CheckCommandTest, FindingsThatCannotBeWrittenAreAFailure)
 {
     const CCheckedHost host({"POST/Dealy=100"});
-    const std::string run = std::string(VKCTL_PROGRAM) + " check --offline ";
-    for (const char* option : {"", "--json "})
+    std::vector<std::string> command = {VKCTL_PROGRAM, "check", host.Dir()};
+    for (const char* option : {"--offline", "--json"})
     {
-        const Outcome outcome =
-            run_program({"/bin/sh", "-c", run + option + host.Dir() + " >/dev/full"});
+        command.emplace_back(option);
+        const Outcome outcome = run_program(command, "/dev/full");
         EXPECT_EQ(outcome.exitStatus, 74) << option;
         EXPECT_THAT(outcome.err, HasSubstr("standard output cannot be written"));
     }

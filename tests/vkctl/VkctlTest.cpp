@@ -99,15 +99,16 @@ CTestRoom::CTestRoom(vkctl::RoomContent content, vkctl::RoomIni ini)
     vkctl::create_room(options);
 }
 
-CProgram::CProgram(const std::vector<std::string>& arguments, const std::vector<std::string>& env)
+CProgram::CProgram(const std::vector<std::string>& arguments, const std::vector<std::string>& env,
+                   const std::string& out)
 {
     const std::vector<char*> argv = pointers(arguments);
-    const std::string out = m_dir.Path("out");
+    const std::string file = out.empty() ? m_dir.Path("out") : out;
     const std::string err = m_dir.Path("err");
     m_pid = fork();
     if (m_pid == 0)
     {
-        redirect(out, STDOUT_FILENO);
+        redirect(file, STDOUT_FILENO);
         redirect(err, STDERR_FILENO);
         for (const std::string& setting : env)
         {
@@ -176,8 +177,8 @@ int CProgram::Port()
     return std::atoi(notes.c_str() + notes.rfind(':') + 1);
 }
 
-Outcome run_program(const std::vector<std::string>& arguments)
+Outcome run_program(const std::vector<std::string>& arguments, const std::string& out)
 {
-    CProgram program(arguments);
+    CProgram program(arguments, {}, out);
     return program.Wait();
 }

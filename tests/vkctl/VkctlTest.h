@@ -57,12 +57,13 @@ struct Outcome
     std::string err;
 };
 
-// A program that runs beside the test; ended by SIGTERM when the object goes.
+// A program that runs beside the test, its output in files of a temporary directory, or standard
+// output in the file that is named; ended by SIGTERM when the object goes.
 class CProgram
 {
 public:
     explicit CProgram(const std::vector<std::string>& arguments,
-                      const std::vector<std::string>& env = {});
+                      const std::vector<std::string>& env = {}, const std::string& out = "");
     ~CProgram();
     CProgram(const CProgram&) = delete;
     CProgram& operator=(const CProgram&) = delete;
@@ -85,4 +86,5 @@ private:
     pid_t m_pid = -1;
 };
 
-Outcome run_program(const std::vector<std::string>& arguments);
+// To its end; without what went to a file that is named.
+Outcome run_program(const std::vector<std::string>& arguments, const std::string& out = "");
