@@ -15,8 +15,8 @@ namespace
 
 constexpr char kPost[] = "POST";
 constexpr char kGeneral[] = "POST.General";
-constexpr std::size_t kToldTexts =
-    5; // with an encoding that lacks a whole script, others only count
+// Where an encoding lacks a whole script, the other texts only count.
+constexpr std::size_t kToldTexts = 5;
 
 // A key with a text, and how a message names it.
 struct IniText
