@@ -1,8 +1,6 @@
 // Column names resolved once per query.
 #include "vkdb/ColumnNames.h"
 
-#include <cstring>
-
 namespace vkdb
 {
 
@@ -43,6 +41,13 @@ void CColumnNames::Clear()
     m_vHash.clear();
 }
 
+bool CColumnNames::AreThoseOf(sqlite3_stmt* pStmt) const
+{
+    CColumnNames other;
+    other.Load(pStmt);
+    return other.m_strNames == m_strNames;
+}
+
 const char* CColumnNames::Name(int iColumn) const
 {
     return iColumn >= 0 && iColumn < Count()
@@ -56,25 +61,20 @@ int CColumnNames::Find(const char* szName)
     {
         BuildIndex();
     }
-    int iFolded = -1;
     const std::size_t nMask = m_vHash.size() - 1;
     for (std::size_t i = fold_hash(szName) & nMask; m_vHash[i] != 0; i = (i + 1) & nMask)
     {
         const int iColumn = m_vHash[i] - 1;
-        if (std::strcmp(Name(iColumn), szName) == 0)
+        if (sqlite3_stricmp(Name(iColumn), szName) == 0)
         {
             return iColumn;
         }
-        if (iFolded < 0 && sqlite3_stricmp(Name(iColumn), szName) == 0)
-        {
-            iFolded = iColumn;
-        }
     }
-    return iFolded;
+    return -1;
 }
 
 // At most half full: a chain always ends at a free place. Entering the columns in order makes the
-// first of several equal names the first of its chain.
+// first of several names that differ in case only the first of its chain.
 void CColumnNames::BuildIndex()
 {
     std::size_t nSize = 8;

@@ -21,13 +21,16 @@ public:
     void Load(sqlite3_stmt* pStmt);
     void Clear();
 
+    // True when the statement's result has these names, in this order.
+    bool AreThoseOf(sqlite3_stmt* pStmt) const;
+
     int Count() const { return static_cast<int>(m_vStart.size()); }
 
     // The name as SQLite reports it; the empty text beyond the result. Never null.
     const char* Name(int iColumn) const;
 
-    // The first column of that name, or else the first that differs from it only in the case of
-    // its ASCII letters, as column names do in SQL. -1 when there is none.
+    // The first column of that name in the result's order; the case of ASCII letters does not
+    // count, as for column names in SQL. -1 when there is none.
     int Find(const char* szName);
 
 private:

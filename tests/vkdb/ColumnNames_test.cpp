@@ -63,12 +63,37 @@ TEST_F(ColumnNamesTest, MatchInAnyCase)
     EXPECT_EQ(names.Find("DateUpd"), 1);
 }
 
-TEST_F(ColumnNamesTest, PreferTheExactCase)
+// A device table's own Tag1 is no Tag1 of the room's: that one stands first in the result.
+TEST_F(ColumnNamesTest, FindTheFirstEvenWhenALaterOneHasTheExactCase)
 {
     Load("select 1 as VAL, 2 as Val, 3 as val");
-    EXPECT_EQ(names.Find("val"), 2);
-    EXPECT_EQ(names.Find("Val"), 1);
+    EXPECT_EQ(names.Find("val"), 0);
+    EXPECT_EQ(names.Find("Val"), 0);
     EXPECT_EQ(names.Find("vAL"), 0);
+}
+
+// A query of forty columns: twenty names, and then the same ones in another case.
+std::string repeated_columns(const std::string& strFirst, const std::string& strAgain)
+{
+    std::string strSql = "select 0 as " + strFirst + "0";
+    for (int i = 1; i < 40; ++i)
+    {
+        const std::string strName = (i < 20 ? strFirst : strAgain) + std::to_string(i % 20);
+        strSql += "," + std::to_string(i) + " as " + strName;
+    }
+    return strSql;
+}
+
+TEST_F(ColumnNamesTest, OfALongResultAreFoundInAnyCaseTheFirstFirst)
+{
+    Load(repeated_columns("tag", "Tag"));
+    for (int i = 0; i < 20; ++i)
+    {
+        EXPECT_EQ(names.Find(("Tag" + std::to_string(i)).c_str()), i);
+        EXPECT_EQ(names.Find(("tag" + std::to_string(i)).c_str()), i);
+        EXPECT_EQ(names.Find(("TAG" + std::to_string(i)).c_str()), i);
+    }
+    EXPECT_EQ(names.Find("tag20"), -1);
 }
 
 TEST_F(ColumnNamesTest, ManyColumnsAreAllFound)
