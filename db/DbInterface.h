@@ -113,7 +113,8 @@ protected:
 class VKDB_API DbManager
 {
 public:
-    // Makes the database object for the file at path. Flags are 0. Null when it cannot be opened.
+    // Makes the database object for the file at path. Flags are 0. Null on failure, which is for
+    // good: a library that may still come to open the file gives an object, and Open tells.
     virtual DbDatabase* OpenDb(const char* path, int flags) = 0;
 
 protected:

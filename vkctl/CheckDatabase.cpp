@@ -33,14 +33,10 @@ std::string reason_of(int code, const std::string& message)
 } // namespace
 
 CCheckDatabase::CCheckDatabase(const std::string& path)
-try : m_strPath(path), m_db(path, vkdb::kBusyWaitMs, vkdb::CDatabase::Policy::kNoTouch)
+    : m_strPath(path), m_db(path, vkdb::kBusyWaitMs, vkdb::CDatabase::Policy::kNoTouch)
 {
     // A query and not Open, which would wait for a lock just as long and not tell the reason.
     m_db.QryFree(Start("select 1 from sqlite_master"));
-}
-catch (const vkdb::CSqliteFailure& failure)
-{
-    throw CCheckProblem(reason_of(failure.Code(), failure.Exception().errorMessage()));
 }
 
 int CCheckDatabase::Start(const std::string& sql)

@@ -50,10 +50,6 @@ try : m_db(path, busyMs, vkdb::CDatabase::Policy::kNoTouch)
     }
     m_db.QryFree(query);
 }
-catch (const vkdb::CSqliteFailure& failure)
-{
-    refuse(path, failure.Code(), failure.Exception().errorMessage());
-}
 catch (const CppSQLite3Exception& e)
 {
     refuse(path, e.errorCode(), e.errorMessage());

@@ -28,6 +28,16 @@ std::optional<CFileId> file_id(const std::string& strPath)
     return CFileId{st.st_dev, st.st_ino};
 }
 
+std::optional<CFileStamp> file_stamp(const std::string& strPath)
+{
+    struct stat st = {};
+    if (::stat(strPath.c_str(), &st) != 0)
+    {
+        return std::nullopt;
+    }
+    return CFileStamp{st.st_size, st.st_ctim};
+}
+
 CFileId existing_file(const std::string& strPath)
 {
     const std::optional<CFileId> id = file_id(strPath);
@@ -131,7 +141,7 @@ bool CConnection::Serves(const std::string& strPath, Access access) const
 {
     const bool bReader = m_access != Access::kReadWrite;
     const bool bWantsReader = access != Access::kReadWrite;
-    if (bReader != bWantsReader || strPath != m_strPath)
+    if (IsStale() || bReader != bWantsReader || strPath != m_strPath)
     {
         return false;
     }
@@ -145,12 +155,42 @@ bool CConnection::Serves(const std::string& strPath, Access access) const
 
 void CConnection::CheckUsable()
 {
+    const std::optional<CFileStamp> stamp = file_stamp(m_strPath); // before: no change is missed
     const CStatement stmt = Prepare("select 1 from sqlite_master limit 1");
     const int rc = sqlite3_step(stmt.get());
     if (rc != SQLITE_ROW && rc != SQLITE_DONE)
     {
-        throw CSqliteFailure::Of(Handle());
+        throw LastFailure();
     }
+    NoticeOverwriting(stamp);
+}
+
+// A file that has changed while SQLite noticed no change, by the counter in the file's head, was
+// written by something else: what SQLite keeps of it in memory is the old file's.
+void CConnection::NoticeOverwriting(const std::optional<CFileStamp>& stamp)
+{
+    unsigned nVersion = 0;
+    sqlite3_file_control(Handle(), "main", SQLITE_FCNTL_DATA_VERSION, &nVersion);
+    const bool bSameFile = !m_stamp || m_stamp == stamp;
+    if (!bSameFile && nVersion == m_nVersion && m_access != Access::kNoTouch)
+    {
+        m_bMetDamage = true;
+        throw CSqliteFailure(SQLITE_CORRUPT, "database file was written over");
+    }
+    m_stamp = stamp;
+    m_nVersion = nVersion;
+}
+
+bool CConnection::IsStale() const
+{
+    return m_bMetDamage && m_access != Access::kNoTouch && sqlite3_get_autocommit(Handle()) != 0;
+}
+
+CSqliteFailure CConnection::LastFailure()
+{
+    CSqliteFailure failure = CSqliteFailure::Of(Handle());
+    m_bMetDamage = m_bMetDamage || failure.IsDamage();
+    return failure;
 }
 
 CStatement CConnection::Prepare(const char* szSql)
@@ -158,7 +198,7 @@ CStatement CConnection::Prepare(const char* szSql)
     sqlite3_stmt* pRaw = nullptr;
     if (sqlite3_prepare_v2(Handle(), szSql, -1, &pRaw, nullptr) != SQLITE_OK)
     {
-        throw CSqliteFailure::Of(Handle());
+        throw LastFailure();
     }
     return CStatement(pRaw);
 }
@@ -168,7 +208,7 @@ int CConnection::Exec(const char* szSql)
     const int nBefore = sqlite3_total_changes(Handle());
     if (sqlite3_exec(Handle(), szSql, nullptr, nullptr, nullptr) != SQLITE_OK)
     {
-        throw CSqliteFailure::Of(Handle());
+        throw LastFailure();
     }
     // A statement that is no insert, update or delete leaves the count of the one before it.
     return sqlite3_total_changes(Handle()) == nBefore ? 0 : sqlite3_changes(Handle());

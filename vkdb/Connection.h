@@ -12,6 +12,8 @@
 #include <sys/types.h>
 
 #include <chrono>
+#include <ctime>
+#include <optional>
 #include <string>
 
 namespace vkdb
@@ -31,6 +33,18 @@ struct CFileId
     dev_t dev;
     ino_t ino;
     bool operator==(const CFileId& other) const { return dev == other.dev && ino == other.ino; }
+};
+
+// Changes with everything that is done to a file.
+struct CFileStamp
+{
+    off_t nSize;
+    struct timespec changed; // not "modified", which who copies a file may set back
+    bool operator==(const CFileStamp& other) const
+    {
+        return nSize == other.nSize && changed.tv_sec == other.changed.tv_sec &&
+               changed.tv_nsec == other.changed.tv_nsec;
+    }
 };
 
 // Waiting for a lock of another process, as SQLite's own waiting does, but asking every few
@@ -62,11 +76,25 @@ public:
     ~CConnection() = default;
 
     // True when this connection can go on serving the path: it still leads to the same file,
-    // and the access is enough. False also when the file is gone.
+    // and the access is enough. False also when the file is gone, or IsStale.
     bool Serves(const std::string& strPath, Access access) const;
 
-    // Reads the catalogue: fails when the file is no database or stays locked.
+    // Reads the catalogue: fails when the file is no database or stays locked, or when it was
+    // written over without SQLite since this connection read it last.
     void CheckUsable();
+
+    // True when what this connection remembers of the file is not to be trusted any more: it has
+    // met damage, which may be in its own memory only. A file that is emptied and filled again in
+    // place is met half-written, and SQLite does not look at it anew when its change counter is
+    // the old one again. A transaction is not torn for that, nor a kNoTouch connection given up,
+    // whose temporary tables its caller may need.
+    bool IsStale() const;
+
+    // True once it has read the file's catalogue.
+    bool HasServed() const { return m_stamp.has_value(); }
+
+    // The last error of the connection, to be thrown.
+    CSqliteFailure LastFailure();
 
     // The first statement of the text; null when the text holds none.
     CStatement Prepare(const char* szSql);
@@ -81,12 +109,17 @@ public:
     sqlite3* Handle() const { return m_db.get(); }
 
 private:
+    void NoticeOverwriting(const std::optional<CFileStamp>& stamp);
+
     std::string m_strPath;
     Access m_access;
     CFileId m_id; // taken before opening: a file replaced meanwhile counts as replaced
     CLockWait m_wait;
     bool m_bImmutable; // opened while nobody else had it open, without any locking
     CHandle m_db;
+    bool m_bMetDamage = false;
+    std::optional<CFileStamp> m_stamp; // the file's when its catalogue was read last
+    unsigned m_nVersion = 0;           // and SQLite's count of the changes that it noticed
 };
 
 } // namespace vkdb

@@ -2,6 +2,7 @@
 #include "vkdb/Database.h"
 
 #include <algorithm>
+#include <new>
 #include <utility>
 
 namespace vkdb
@@ -29,13 +30,34 @@ int column_of(CQuery& query, const char* szName)
     return iColumn;
 }
 
+// Lets the connection find out whether it is stale.
+void meet_damage(CConnection& conn)
+{
+    try
+    {
+        conn.CheckUsable();
+    }
+    catch (const CSqliteFailure&) // another one is being told
+    {
+    }
+}
+
 } // namespace
 
 CDatabase::CDatabase(std::string strPath, int nBusyMs, Policy policy)
     : m_strPath(std::move(strPath)), m_nBusyMs(nBusyMs), m_policy(policy), m_strTarget(m_strPath),
       m_access(AccessOf(0))
 {
-    Connect();
+    try
+    {
+        Connect();
+    }
+    catch (const CSqliteFailure&) // connects later, see the header
+    {
+    }
+    catch (const std::bad_alloc&)
+    {
+    }
 }
 
 Access CDatabase::AccessOf(int mode) const
@@ -54,19 +76,12 @@ bool CDatabase::Open(const char* path, int mode)
     m_access = AccessOf(mode);
     try
     {
-        Connect();
-        try
-        {
-            m_conn->CheckUsable();
-        }
-        catch (const CSqliteFailure& failure)
-        {
-            if (!ConnectAfter(failure))
+        WithTries(
+            [this]
             {
-                return false;
-            }
-            m_conn->CheckUsable();
-        }
+                Connect();
+                m_conn->CheckUsable();
+            });
     }
     catch (const CSqliteFailure&)
     {
@@ -97,10 +112,7 @@ int CDatabase::Exec(const char* sql)
     const std::lock_guard<std::mutex> lock(m_mutex);
     try
     {
-        if (!m_conn)
-        {
-            Connect();
-        }
+        StayConnected();
         return m_conn->Exec(text_or_empty(sql));
     }
     catch (const CSqliteFailure& failure)
@@ -121,22 +133,12 @@ int CDatabase::StartQuery(int iqry, const char* szSql)
     CQuery& query = m_aQuery[static_cast<std::size_t>(iqry)];
     try
     {
-        try
-        {
-            if (!m_conn)
+        WithTries(
+            [&]
             {
-                Connect();
-            }
-            query.Start(m_conn, szSql);
-        }
-        catch (const CSqliteFailure& failure)
-        {
-            if (!ConnectAfter(failure)) // a writer crashed since Open
-            {
-                throw;
-            }
-            query.Start(m_conn, szSql);
-        }
+                StayConnected();
+                query.Start(m_conn, szSql);
+            });
     }
     catch (const CSqliteFailure& failure)
     {
@@ -239,6 +241,55 @@ const char* CDatabase::QryGetStr(int iqry, const char* fld)
 {
     CQuery* pQuery = OpenQuery(iqry);
     return pQuery == nullptr ? "" : pQuery->Text(column_of(*pQuery, fld));
+}
+
+// Does the work, and does it again at once while that may help.
+template <class Work> void CDatabase::WithTries(Work work)
+{
+    for (int nTry = 1; nTry < kTries; ++nTry)
+    {
+        try
+        {
+            work();
+            return;
+        }
+        catch (const CSqliteFailure& failure)
+        {
+            if (!MayWorkNow(failure))
+            {
+                throw;
+            }
+        }
+        catch (const std::bad_alloc&) // may be there again
+        {
+        }
+    }
+    work();
+}
+
+// True when another try, which connects anew where the connection is stale, may end otherwise. It
+// will not when a fresh connection has met the same damage.
+bool CDatabase::MayWorkNow(const CSqliteFailure& failure)
+{
+    if (ConnectAfter(failure) || failure.IsAccident())
+    {
+        return true;
+    }
+    if (m_conn && failure.Code() == SQLITE_ERROR)
+    {
+        // "No such table" is also what SQLite says when it cannot read the file to look again.
+        meet_damage(*m_conn);
+    }
+    return m_conn && m_conn->IsStale() && m_conn->HasServed();
+}
+
+// A unit of work stays on its connection.
+void CDatabase::StayConnected()
+{
+    if (!m_conn || m_conn->IsStale())
+    {
+        Connect();
+    }
 }
 
 // Keeps the connection while it serves; queries that still run on an old one keep that.

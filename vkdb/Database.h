@@ -11,8 +11,11 @@
 //
 // Failure: a lock is waited for, up to the wait given to the constructor, in milliseconds. After
 // that, as for every passing obstacle, Open says false and QryExec -1; Exec and QryNext throw.
-// An obstacle that stays throws CppSQLite3Exception from QryExec, too, whether or not Open
-// was asked before, so that the reason gets known. Memory running out throws std::bad_alloc.
+// A failure of the machine (a read error, no memory, no descriptor) in the first read of a unit of
+// work or of a query is met by trying again at once, kTries times in all; so is a file that was
+// filled anew in place. An obstacle that stays throws CppSQLite3Exception from QryExec, too,
+// whether or not Open was asked before, so that the reason gets known. Memory running out throws
+// std::bad_alloc.
 #pragma once
 
 #include "db/DbInterface.h"
@@ -30,9 +33,10 @@ class CDatabase final : public DbDatabase
 {
 public:
     static constexpr int kQueries = 32; // query indexes of one object
+    static constexpr int kTries = 3;    // of what a unit of work or a query begins with
 
-    // For the file at the path. CSqliteFailure when it cannot be opened; it is not read yet, so
-    // a file that is locked just now, or is no database, is for Open to tell.
+    // For the file at the path. It is not read yet, nor need it be possible to open it just now:
+    // what is wrong with it is for Open and the queries to tell, which try again.
     // kNoTouch: the units of work of every mode only read, whatever the file's state.
     enum class Policy
     {
@@ -59,8 +63,11 @@ public:
 
 private:
     Access AccessOf(int mode) const;
+    template <class Work> void WithTries(Work work);
+    bool MayWorkNow(const CSqliteFailure& failure);
     void Connect();
     bool ConnectAfter(const CSqliteFailure& failure);
+    void StayConnected();
     CQuery* OpenQuery(int iqry);
     int PickIndex(int iqry) const;
     int StartQuery(int iqry, const char* szSql);

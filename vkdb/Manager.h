@@ -24,10 +24,13 @@ public:
     explicit CManager(int nBusyMs = kBusyWaitMs) : m_nBusyMs(nBusyMs) {}
     ~CManager() = default;
 
-    // Null when there is no such file, or it cannot be opened. The file is not read yet.
+    // Null when there is no such file. The file is not read yet, and need not be one that can be
+    // opened just now: what fails for a while must not cost the caller his database for good.
     DbDatabase* OpenDb(const char* path, int flags) override;
 
 private:
+    DbDatabase* Make(const char* szPath);
+
     const int m_nBusyMs;
     std::mutex m_mutex; // guards m_vDatabase
     std::vector<std::unique_ptr<CDatabase>> m_vDatabase;

@@ -2,9 +2,31 @@
 #include "vkdb/Query.h"
 
 #include <limits>
+#include <utility>
 
 namespace vkdb
 {
+
+namespace
+{
+
+bool may_have_passed(const std::exception_ptr& failure)
+{
+    try
+    {
+        std::rethrow_exception(failure);
+    }
+    catch (const CSqliteFailure& e)
+    {
+        return e.IsPassing() || e.IsAccident();
+    }
+    catch (...) // memory ran out, and may be there again
+    {
+        return true;
+    }
+}
+
+} // namespace
 
 void CQuery::Start(std::shared_ptr<CConnection> conn, const char* szSql)
 {
@@ -40,7 +62,7 @@ void CQuery::ReadFirst(const char* szSql)
         m_stmt.reset();
         return;
     }
-    KeepRow();
+    KeepRow(m_rows);
     ReadRows(kFirstRows, kFirstBytes);
 }
 
@@ -51,21 +73,21 @@ void CQuery::Next()
         return;
     }
     ++m_iRow;
-    if (!m_stmt)
+    if (m_stmt && (AtEnd() || !m_bWalked))
     {
-        return;
+        if (AtEnd())
+        {
+            m_gone.Add(m_rows, m_rows.Rows());
+            m_iRow = 0;
+            m_rows.Clear(static_cast<std::size_t>(m_names.Count()));
+        }
+        m_bWalked = true;
+        ReadRows(std::numeric_limits<std::size_t>::max(), kReadAheadBytes);
     }
-    if (AtEnd())
+    if (AtEnd() && m_failure)
     {
-        m_rows.Clear(static_cast<std::size_t>(m_names.Count()));
-        m_iRow = 0;
+        std::rethrow_exception(std::exchange(m_failure, nullptr));
     }
-    else if (m_bWalked)
-    {
-        return; // rows enough for now
-    }
-    m_bWalked = true;
-    ReadRows(std::numeric_limits<std::size_t>::max(), kReadAheadBytes);
 }
 
 void CQuery::End()
@@ -73,32 +95,97 @@ void CQuery::End()
     m_stmt.reset();
     m_conn.reset();
     m_names.Clear();
+    m_gone = {};
     m_rows.Clear(0);
     m_iRow = 0;
+    m_failure = nullptr;
     m_bWalked = false;
 }
 
-// On failure the rows that came before are dropped, too: a part of a result must not look like
-// the whole of it.
+// Throws nothing: a failure stays behind the rows that came before it.
 void CQuery::ReadRows(std::size_t nMaxRows, std::size_t nMaxBytes)
 {
     try
     {
-        while (m_rows.Rows() < nMaxRows && m_rows.Bytes() < nMaxBytes)
-        {
-            if (!Step())
-            {
-                m_stmt.reset();
-                return;
-            }
-            KeepRow();
-        }
+        Fill(m_rows, nMaxRows, nMaxBytes);
+        return;
     }
     catch (...)
     {
-        m_stmt.reset();
-        m_rows.Clear(0);
-        throw;
+        m_failure = std::current_exception();
+    }
+    for (int nTry = 1; nTry < kReadTries && may_have_passed(m_failure); ++nTry)
+    {
+        if (ReadAgain(nMaxRows, nMaxBytes))
+        {
+            m_failure = nullptr;
+            return;
+        }
+    }
+    m_stmt.reset();
+}
+
+// Runs the statement from its beginning and reads what the caller has not seen. False when that
+// failed, or when he has seen other rows than there are now: the rows read before stay then.
+bool CQuery::ReadAgain(std::size_t nMaxRows, std::size_t nMaxBytes)
+{
+    try
+    {
+        CRowDigest seen = m_gone;
+        seen.Add(m_rows, m_iRow);
+        sqlite3_reset(m_stmt.get()); // gives the failure once more
+        bool bRow = Step();
+        if ((bRow && !m_names.AreThoseOf(m_stmt.get())) || !SkipSeen(seen, bRow))
+        {
+            return false;
+        }
+        CRowBuffer unseen;
+        unseen.Clear(static_cast<std::size_t>(m_names.Count()));
+        if (bRow)
+        {
+            KeepRow(unseen);
+            Fill(unseen, nMaxRows, nMaxBytes);
+        }
+        else
+        {
+            m_stmt.reset();
+        }
+        m_gone = seen;
+        m_rows = std::move(unseen);
+        m_iRow = 0;
+        return true;
+    }
+    catch (...) // the first failure is the one to tell
+    {
+        return false;
+    }
+}
+
+// Steps from the first row to the one that the caller has not seen; bRow: there is a current one.
+// False when the rows before it are others than those that he has seen.
+bool CQuery::SkipSeen(const CRowDigest& seen, bool& bRow)
+{
+    CRowDigest found;
+    CRowBuffer row;
+    for (; bRow && found.Rows() < seen.Rows(); bRow = Step())
+    {
+        row.Clear(static_cast<std::size_t>(m_names.Count()));
+        KeepRow(row);
+        found.Add(row, 1);
+    }
+    return found == seen;
+}
+
+void CQuery::Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes)
+{
+    while (rows.Rows() < nMaxRows && rows.Bytes() < nMaxBytes)
+    {
+        if (!Step())
+        {
+            m_stmt.reset();
+            return;
+        }
+        KeepRow(rows);
     }
 }
 
@@ -108,14 +195,14 @@ bool CQuery::Step()
     const int rc = sqlite3_step(m_stmt.get());
     if (rc != SQLITE_ROW && rc != SQLITE_DONE)
     {
-        throw CSqliteFailure::Of(m_conn->Handle());
+        throw m_conn->LastFailure();
     }
     return rc == SQLITE_ROW;
 }
 
-void CQuery::KeepRow()
+void CQuery::KeepRow(CRowBuffer& rows)
 {
-    if (!m_rows.Append(m_stmt.get()))
+    if (!rows.Append(m_stmt.get()))
     {
         throw CSqliteFailure(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM));
     }

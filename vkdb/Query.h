@@ -6,16 +6,24 @@
 // Only a result larger than kReadAheadBytes keeps its lock while the caller walks it. Either way
 // the rows of one query are one state of the database.
 //
+// For its caller all that is as if each row were read when it is asked for. A failure behind some
+// rows waits until the caller steps onto the row that could not be read. Before that the statement
+// is run again, if the failure may have passed: what the caller has seen must come again as it was,
+// so that his rows stay one state of the database.
+//
 // Owns statement and rows; shares the connection until End. Start, Next and End use the connection
 // (the caller holds the database object's mutex); everything else touches only the query's own
 // memory. A text or name stays valid until Next, End or Start.
-// Failure: Start and Next throw CSqliteFailure; a query whose Next failed has no more rows.
+// Failure: Start and Next throw CSqliteFailure, or std::bad_alloc. A query whose Next failed has no
+// more rows.
 #pragma once
 
 #include "vkdb/ColumnNames.h"
 #include "vkdb/Connection.h"
 #include "vkdb/RowBuffer.h"
+#include "vkdb/RowDigest.h"
 
+#include <exception>
 #include <memory>
 #include <thread>
 
@@ -30,6 +38,7 @@ public:
     static constexpr std::size_t kFirstRows = 64;
     static constexpr std::size_t kFirstBytes = 64 * 1024;
     static constexpr std::size_t kReadAheadBytes = 4 * 1024 * 1024;
+    static constexpr int kReadTries = 3; // of rows that follow the first
 
     // Runs a statement that returns rows, up to its first row. On failure the query is not open.
     void Start(std::shared_ptr<CConnection> conn, const char* szSql);
@@ -56,15 +65,20 @@ private:
     bool HasCell(int iColumn) const;
     void ReadFirst(const char* szSql);
     void ReadRows(std::size_t nMaxRows, std::size_t nMaxBytes);
+    bool ReadAgain(std::size_t nMaxRows, std::size_t nMaxBytes);
+    bool SkipSeen(const CRowDigest& seen, bool& bRow);
+    void Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes);
     bool Step();
-    void KeepRow();
+    void KeepRow(CRowBuffer& rows);
 
     std::shared_ptr<CConnection> m_conn; // null when the query is not open
-    CStatement m_stmt;                   // null as soon as the last row has been read
+    CStatement m_stmt;                   // null as soon as no more rows will be read
     CColumnNames m_names;
-    CRowBuffer m_rows;
-    std::size_t m_iRow = 0; // the current row, in m_rows
-    bool m_bWalked = false; // Next has been called
+    CRowDigest m_gone;            // the rows before those of m_rows
+    CRowBuffer m_rows;            // read and kept
+    std::size_t m_iRow = 0;       // the current row, in m_rows
+    std::exception_ptr m_failure; // of the row behind m_rows; null: none so far
+    bool m_bWalked = false;       // Next has been called
     std::thread::id m_owner;
 };
 

@@ -19,10 +19,13 @@ public:
     // Empties the buffer for rows of nColumns columns; keeps a moderate amount of memory.
     void Clear(std::size_t nColumns);
 
-    // Copies the statement's current row. False when memory ran out while SQLite converted it;
-    // the buffer then holds a part of the row and is of no use.
+    // Copies the statement's current row. False when memory ran out while SQLite converted it,
+    // std::bad_alloc when it ran out here: the rows before it are whole, none can follow.
     bool Append(sqlite3_stmt* pStmt);
 
+    std::size_t Columns() const { return m_nColumns; }
+
+    // A row of which only a part was copied does not count.
     std::size_t Rows() const { return m_nColumns == 0 ? 0 : m_vCell.size() / m_nColumns; }
 
     // Memory that the rows take, in bytes.

@@ -54,6 +54,18 @@ public:
                nCode == SQLITE_SCHEMA;
     }
 
+    // True for a failure of the machine in a single call, which the next one may not meet: a read
+    // error, no memory, no descriptor.
+    bool IsAccident() const
+    {
+        const int nCode = Code();
+        return nCode == SQLITE_IOERR || nCode == SQLITE_NOMEM || nCode == SQLITE_CANTOPEN;
+    }
+
+    // True when what was read is no sound database. That may be the file, or the memory of a
+    // connection whose file was written over without SQLite.
+    bool IsDamage() const { return Code() == SQLITE_NOTADB || Code() == SQLITE_CORRUPT; }
+
     // True when reading would first have to write: a crashed writer's journal to roll back, or
     // the files beside a WAL database to make.
     bool NeedsRepair() const { return Code() == SQLITE_READONLY || Code() == SQLITE_CANTOPEN; }

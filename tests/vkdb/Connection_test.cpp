@@ -168,4 +168,32 @@ TEST(ConnectionTest, RepairRollsBackWhatACrashedWriterLeft)
     EXPECT_EQ(CWriter(file.Path()).Value("select a from t"), 7);
 }
 
+// The child is killed, as it were, with its last transaction still in the write-ahead log.
+int crash_behind_a_commit(const std::string& strPath)
+{
+    return run_in_child(
+        [&]
+        {
+            CWriter writer(strPath);
+            writer.Sql("update t set a=8");
+            return (::_exit(0), 1);
+        });
+}
+
+// Also as the last to go, which is when SQLite copies the log into the database otherwise.
+TEST(ConnectionTest, RepairMakesNoCheckpoint)
+{
+    const CDbFile file("pragma journal_mode=wal; create table t(a); insert into t values(7)");
+    const std::string strBytes = file.Bytes();
+    ASSERT_EQ(crash_behind_a_commit(file.Path()), 0);
+    const auto nLog = std::filesystem::file_size(file.Path() + "-wal");
+    {
+        CConnection conn(file.Path(), Access::kRepair, 0);
+        conn.CheckUsable();
+        EXPECT_NO_THROW(conn.Prepare("select a from t"));
+    }
+    EXPECT_EQ(std::filesystem::file_size(file.Path() + "-wal"), nLog);
+    EXPECT_EQ(file.Bytes(), strBytes);
+}
+
 } // namespace

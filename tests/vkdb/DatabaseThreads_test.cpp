@@ -1,7 +1,9 @@
 // Database objects in two threads. The thread sanitizer's build makes these tests complete.
 #include "tests/vkdb/DatabaseTest.h"
+#include "tests/vkdb/FaultVfs.h"
 
 #include <atomic>
+#include <functional>
 #include <thread>
 
 namespace
@@ -50,6 +52,83 @@ TEST_F(DatabaseTest, CloseLeavesTheQueriesOfAnotherThreadAlone)
     EXPECT_STREQ(Db().QryGetStr(iqry, "Name"), "动环");
     Db().QryNext(iqry);
     EXPECT_STREQ(Db().QryGetStr(iqry, "Name"), "UPS");
+}
+
+// --- Each operation has the object to itself
+// ------------------------------------------------------
+
+class LockTest : public DatabaseTest
+{
+protected:
+    // Whether a second thread gets through this operation while a query of the first one is in
+    // the middle of a read.
+    bool GetsThrough(const std::function<void(DbDatabase&)>& operation)
+    {
+        std::atomic<bool> bDone{false};
+        std::thread second;
+        faults.AtRead(1,
+                      [&]
+                      {
+                          second = std::thread([&] { operation(Db()), bDone = true; });
+                          for (int i = 0; i < kYields && !bDone; ++i)
+                          {
+                              std::this_thread::yield();
+                          }
+                          bGotThrough = bDone.load();
+                      });
+        EXPECT_EQ(read_rows(Db(), "select * from tbSM").size(), 2U);
+        EXPECT_TRUE(faults.IsDone());
+        second.join();
+        return bGotThrough;
+    }
+
+    void SetUp() override
+    {
+        DatabaseTest::SetUp();
+        ASSERT_TRUE(Db().Open(nullptr, 0));
+    }
+
+    static constexpr int kYields = 20000; // plenty for an operation that is let through
+    bool bGotThrough = false;
+    CFaultVfs faults;
+};
+
+TEST_F(LockTest, ReadingOnesOwnQueryWaitsForNobody)
+{
+    const int iqry = Query("select Name from tbSM");
+    EXPECT_TRUE(GetsThrough([&](DbDatabase& db) { db.QryGetStr(iqry, "Name"); }));
+}
+
+TEST_F(LockTest, OpenWaitsForAQueryThatStarts)
+{
+    EXPECT_FALSE(GetsThrough([](DbDatabase& db) { db.Open(nullptr, 0); }));
+}
+
+TEST_F(LockTest, CloseWaitsForAQueryThatStarts)
+{
+    EXPECT_FALSE(GetsThrough([](DbDatabase& db) { db.Close(); }));
+}
+
+TEST_F(LockTest, ExecWaitsForAQueryThatStarts)
+{
+    EXPECT_FALSE(GetsThrough([](DbDatabase& db) { db.Exec("delete from tbSM where SID=1"); }));
+}
+
+TEST_F(LockTest, QryExecWaitsForAQueryThatStarts)
+{
+    EXPECT_FALSE(GetsThrough([](DbDatabase& db) { db.QryFree(db.QryExec("select 1", 20)); }));
+}
+
+TEST_F(LockTest, QryNextWaitsForAQueryThatStarts)
+{
+    const int iqry = Query("select Name from tbSM");
+    EXPECT_FALSE(GetsThrough([&](DbDatabase& db) { db.QryNext(iqry); }));
+}
+
+TEST_F(LockTest, QryFreeWaitsForAQueryThatStarts)
+{
+    const int iqry = Query("select Name from tbSM");
+    EXPECT_FALSE(GetsThrough([&](DbDatabase& db) { db.QryFree(iqry); }));
 }
 
 } // namespace

@@ -159,30 +159,6 @@ TEST_F(DatabaseTest, AQueryThatThrewTakesNoIndex)
     EXPECT_EQ(Query("select SID from tbSM"), 0);
 }
 
-TEST_F(DatabaseTest, ACorruptTableThrows)
-{
-    file.Sql("create table t(a);"
-             "with recursive n(i) as (select 1 union all select i+1 from n where i<30)"
-             "insert into t select hex(zeroblob(500)) from n");
-    file.SpoilLastPages(3);
-    ASSERT_TRUE(Db().Open(nullptr, -2));
-    EXPECT_EQ(thrown_by([&] { Query("select a from t"); }), "11 database disk image is malformed");
-}
-
-// The rows that were read before the error must not pass for the whole result.
-TEST_F(DatabaseTest, AnErrorBetweenTwoRowsThrows)
-{
-    file.Sql("create table t(a);"
-             "with recursive n(i) as (select 1 union all select i+1 from n where i<900)"
-             "insert into t select hex(zeroblob(50)) from n");
-    file.SpoilLastPages(3);
-    ASSERT_TRUE(Db().Open(nullptr, -2));
-    const int iqry = Query("select a from t");
-    ASSERT_GE(iqry, 0);
-    EXPECT_EQ(thrown_by([&] { Db().QryNext(iqry); }), "11 database disk image is malformed");
-    EXPECT_TRUE(Db().QryEof(iqry));
-}
-
 TEST_F(DatabaseTest, ExecTellsTheNumberOfChangedRows)
 {
     ASSERT_TRUE(Db().Open(nullptr, 0));

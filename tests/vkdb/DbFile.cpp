@@ -2,6 +2,7 @@
 
 #include <cstdlib>
 #include <fstream>
+#include <sstream>
 #include <stdexcept>
 
 namespace fs = std::filesystem;
@@ -78,12 +79,31 @@ void CDbFile::Bytes(const std::string& strBytes) const
     std::ofstream(Path(), std::ios::binary | std::ios::trunc) << strBytes;
 }
 
+std::string CDbFile::Bytes() const
+{
+    std::ostringstream bytes;
+    bytes << std::ifstream(Path(), std::ios::binary).rdbuf();
+    return bytes.str();
+}
+
+int CDbFile::Pages() const
+{
+    return static_cast<int>(fs::file_size(Path()) / 4096);
+}
+
 void CDbFile::SpoilLastPages(int nPages) const
 {
-    const auto nSpoilt = static_cast<std::size_t>(nPages) * 4096;
+    for (int i = 0; i < nPages; ++i)
+    {
+        SpoilPage(Pages() - i);
+    }
+}
+
+void CDbFile::SpoilPage(int iPage) const
+{
     std::fstream file(Path(), std::ios::binary | std::ios::in | std::ios::out);
-    file.seekp(static_cast<std::streamoff>(fs::file_size(Path()) - nSpoilt));
-    file << std::string(nSpoilt, '\xff');
+    file.seekp(static_cast<std::streamoff>(iPage - 1) * 4096);
+    file << std::string(4096, '\xff');
     if (!file.flush())
     {
         throw std::runtime_error("cannot write " + Path());

@@ -29,7 +29,7 @@ public:
     // The one integer that the query returns.
     int Value(const std::string& strSql);
 
-    sqlite3* Handle() { return m_db.get(); }
+    sqlite3* Handle() const { return m_db.get(); }
 
 private:
     std::unique_ptr<sqlite3, int (*)(sqlite3*)> m_db;
@@ -55,8 +55,16 @@ public:
     // Makes the file hold these bytes.
     void Bytes(const std::string& strBytes) const;
 
+    // The file's bytes.
+    std::string Bytes() const;
+
+    int Pages() const;
+
     // Overwrites the last pages of the file with 0xff.
     void SpoilLastPages(int nPages) const;
+
+    // Overwrites one page, counted from 1, with 0xff.
+    void SpoilPage(int iPage) const;
 
 private:
     std::filesystem::path m_dir;

@@ -1,5 +1,6 @@
 // The built library as a host sees it: loaded at run time, with symbols kept to itself.
 #include "db/DbInterface.h"
+#include "tests/vkdb/ChildProcess.h"
 #include "tests/vkdb/DbFile.h"
 
 #include <gmock/gmock.h>
@@ -122,6 +123,38 @@ TEST(ExportsSymbolsTest, AreTheTwoFunctionsAndTheTypeOfTheException)
                 testing::UnorderedElementsAre("T GetDbManager", "T FreeDbManager",
                                               "V _ZTI19CppSQLite3Exception",
                                               "V _ZTS19CppSQLite3Exception"));
+}
+
+// Settings of the process need one in which SQLite is not at work yet: here one that starts it
+// anew, with the settings that a host has by default.
+int settings_in_a_new_process(DbManager* (*getManager)())
+{
+    sqlite3_shutdown();
+    sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 1);
+    sqlite3_config(SQLITE_CONFIG_SERIALIZED);
+    if (getManager() == nullptr)
+    {
+        return 100;
+    }
+    const CWriter plain(":memory:"); // as any connection of the process
+    const int nCounts = sqlite3_memory_used() == 0 ? 0 : 1;
+    const int nLocks = sqlite3_db_mutex(plain.Handle()) == nullptr ? 0 : 2;
+    return nCounts + nLocks;
+}
+
+TEST_F(ExportsTest, TheLibraryMakesNoConnectionsShareALock)
+{
+    EXPECT_EQ(run_in_child([this] { return settings_in_a_new_process(getManager); }), 0);
+}
+
+// What the test above relies on.
+TEST_F(ExportsTest, WithoutTheLibraryConnectionsShareALock)
+{
+    EXPECT_EQ(
+        run_in_child(
+            []
+            { return settings_in_a_new_process([] { return reinterpret_cast<DbManager*>(1); }); }),
+        3);
 }
 
 } // namespace

@@ -107,8 +107,9 @@ TEST_F(NoTouchTest, DatabaseWithAWriteAheadLogIsReadWithoutOne)
 
 TEST_F(NoTouchTest, NoFileIsMade)
 {
-    EXPECT_THROW(CDatabase(file.Path() + "x", 0, CDatabase::Policy::kNoTouch),
-                 vkdb::CSqliteFailure);
+    CDatabase missing(file.Path() + "x", 0, CDatabase::Policy::kNoTouch);
+    EXPECT_FALSE(missing.Open(nullptr, 0));
+    EXPECT_EQ(thrown_by([&] { read_rows(missing, kRows); }), "14 unable to open database file");
     EXPECT_EQ(Folder().size(), 1U);
 }
 
@@ -129,6 +130,13 @@ TEST_F(NoTouchTest, TemporaryTableIsNoFile)
     db->Exec("create temp table tbSM as select * from main.tbSM where SID>7");
     EXPECT_THAT(read_rows(*db, kRows), ElementsAre("9|air"));
     EXPECT_EQ(Folder(), before);
+}
+
+// One that is larger than SQLite's memory for pages would be a file in the temporary directory.
+TEST_F(NoTouchTest, TemporaryTablesStayInMemory)
+{
+    const auto db = Open();
+    EXPECT_THAT(read_rows(*db, "pragma temp_store"), ElementsAre("2"));
 }
 
 // --- A writer at work ----------------------------------------------------------------------------

@@ -1,0 +1,145 @@
+// A damaged page costs the rows behind it and no others: a query gives what reading row by row
+// gives, and throws where that fails.
+#include "tests/vkdb/DbFile.h"
+#include "vkdb/Database.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+// As many rows as a result gives before it ends, and how it ends.
+struct Reading
+{
+    int nRows = 0;
+    std::string strEnd;
+};
+
+// By SQLite's own functions, row by row.
+Reading read_plainly(const std::string& strPath)
+{
+    CWriter plain(strPath);
+    sqlite3_stmt* pStmt = nullptr;
+    sqlite3_prepare_v2(plain.Handle(), "select SID,Name from tbSM", -1, &pStmt, nullptr);
+    Reading reading;
+    int rc = sqlite3_step(pStmt);
+    for (; rc == SQLITE_ROW; rc = sqlite3_step(pStmt))
+    {
+        ++reading.nRows;
+    }
+    reading.strEnd = rc == SQLITE_DONE ? "no exception"
+                                       : std::to_string(rc) + " " + sqlite3_errmsg(plain.Handle());
+    sqlite3_finalize(pStmt);
+    return reading;
+}
+
+// Through the library; every row must be the one that was written there.
+Reading read_by_library(DbDatabase& db)
+{
+    Reading reading;
+    EXPECT_TRUE(db.Open(nullptr, -2));
+    const int iqry = db.QryExec("select SID,Name from tbSM", -1);
+    EXPECT_GE(iqry, 0);
+    reading.strEnd = thrown_by(
+        [&]
+        {
+            for (; !db.QryEof(iqry); db.QryNext(iqry))
+            {
+                EXPECT_EQ(db.QryGetInt(iqry, "SID"), reading.nRows + 1);
+                ++reading.nRows;
+            }
+        });
+    EXPECT_TRUE(db.QryEof(iqry));
+    EXPECT_EQ(thrown_by([&] { db.QryNext(iqry); }), "no exception"); // it has been told
+    EXPECT_TRUE(db.QryEof(iqry));
+    db.QryFree(iqry);
+    return reading;
+}
+
+class DamagedFileTest : public testing::Test
+{
+protected:
+    // Devices 1 to nRows, each with a name of that length; the page at that part of the file, in
+    // percent, is destroyed. The result is what can be read.
+    Reading Read(int nRows, int nNameBytes, int nPercent)
+    {
+        file.Sql("create table tbSM(SID,Name);"
+                 "with recursive n(i) as (select 1 union all select i+1 from n where i<" +
+                 std::to_string(nRows) + ") insert into tbSM select i,hex(zeroblob(" +
+                 std::to_string(nNameBytes / 2) + ")) from n");
+        file.SpoilPage(file.Pages() * nPercent / 100);
+        const Reading plain = read_plainly(file.Path());
+        const Reading reading = read_by_library(db());
+        EXPECT_EQ(reading.nRows, plain.nRows);
+        EXPECT_EQ(reading.strEnd, plain.strEnd);
+        EXPECT_EQ(reading.strEnd, "11 database disk image is malformed");
+        EXPECT_LT(reading.nRows, nRows);
+        return reading;
+    }
+
+    vkdb::CDatabase& db()
+    {
+        m_db = m_db ? std::move(m_db) : std::make_unique<vkdb::CDatabase>(file.Path(), 0);
+        return *m_db;
+    }
+
+    CDbFile file;
+
+private:
+    std::unique_ptr<vkdb::CDatabase> m_db;
+};
+
+TEST_F(DamagedFileTest, GivesTheDevicesBeforeTheDamage)
+{
+    EXPECT_GT(Read(300, 50, 80).nRows, static_cast<int>(vkdb::CQuery::kFirstRows));
+}
+
+TEST_F(DamagedFileTest, GivesTheRowsOfALongTableBeforeTheDamage)
+{
+    EXPECT_GT(Read(3000, 50, 50).nRows, 1000);
+}
+
+// The damage is met while the query starts; there are rows all the same.
+TEST_F(DamagedFileTest, GivesTheRowsBeforeADamageThatStartMeets)
+{
+    const int nRows = Read(40, 1000, 50).nRows;
+    EXPECT_GT(nRows, 0);
+    EXPECT_LT(nRows, 40);
+}
+
+// The damage is met when the rows that were read ahead have been given.
+TEST_F(DamagedFileTest, GivesTheRowsOfAResultLargerThanTheReadAhead)
+{
+    const int nRows = Read(3000, 2000, 90).nRows;
+    EXPECT_GT(nRows * 2000, static_cast<int>(vkdb::CQuery::kReadAheadBytes));
+}
+
+TEST_F(DamagedFileTest, ThrowsFromQryExecWhenItsFirstRowCannotBeRead)
+{
+    file.Sql("create table t(a); insert into t values(1)");
+    file.SpoilLastPages(1);
+    ASSERT_TRUE(db().Open(nullptr, -2));
+    EXPECT_EQ(thrown_by([&] { db().QryExec("select a from t", -1); }),
+              "11 database disk image is malformed");
+}
+
+// Who wants the first row of many never steps onto the damage.
+TEST_F(DamagedFileTest, SaysNothingOfADamageThatNobodyStepsOnto)
+{
+    Read(300, 50, 80);
+    const int iqry = db().QryExec("select SID,Name from tbSM", -1);
+    EXPECT_EQ(db().QryGetInt(iqry, "SID"), 1);
+    EXPECT_EQ(thrown_by([&] { db().QryFree(iqry); }), "no exception");
+    EXPECT_EQ(thrown_by([&] { db().Close(); }), "no exception");
+}
+
+TEST_F(DamagedFileTest, AQueryUnderTheSameIndexKnowsNothingOfTheDamageBefore)
+{
+    Read(300, 50, 80);
+    const int iqry = db().QryExec("select SID,Name from tbSM", -1);
+    EXPECT_EQ(db().QryExec("select 7 as SID", iqry), iqry);
+    EXPECT_EQ(db().QryGetInt(iqry, "SID"), 7);
+    EXPECT_EQ(thrown_by([&] { db().QryNext(iqry); }), "no exception");
+}
+
+} // namespace

@@ -1,0 +1,33 @@
+// Files as SQLite sees them, with faults where a test wants them.
+//
+// While a CFaultVfs lives, connections are opened through it: it is SQLite's default VFS and hands
+// every call on to the one before. One at a time. Connections opened meanwhile stay usable behind
+// it.
+#pragma once
+
+#include <functional>
+
+class CFaultVfs
+{
+public:
+    CFaultVfs();
+    ~CFaultVfs();
+    CFaultVfs(const CFaultVfs&) = delete;
+    CFaultVfs& operator=(const CFaultVfs&) = delete;
+
+    // Read number nRead from now on, counted from 1, fails with a read error, and so do those
+    // behind it, nTimes in all. onFault is called at each.
+    void FailRead(int nRead, int nTimes = 1, std::function<void()> onFault = nullptr);
+
+    // The next nTimes openings of a database fail, as when there are no descriptors.
+    void FailOpens(int nTimes);
+
+    // Called at read number nRead, counted from 1, which then succeeds.
+    void AtRead(int nRead, std::function<void()> call);
+
+    // Called when somebody else's lock has been found nTimes.
+    void AtBusyLock(int nTimes, std::function<void()> call);
+
+    // True when all faults ordered have happened.
+    bool IsDone() const;
+};

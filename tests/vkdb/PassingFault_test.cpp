@@ -1,0 +1,266 @@
+// Faults of the machine that pass: a read that fails once, a file that cannot be opened just now.
+#include "tests/vkdb/DbFile.h"
+#include "tests/vkdb/FaultVfs.h"
+#include "vkdb/Manager.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+using Rows = std::vector<std::string>;
+
+namespace
+{
+
+constexpr char kNames[] = "select SID,Name from tbSM";
+
+// Devices 1 to nRows; Name is their number in front of a filling of nBytes.
+std::string devices(int nRows, int nBytes)
+{
+    return "create table tbSM(SID,Name);"
+           "with recursive n(i) as (select 1 union all select i+1 from n where i<" +
+           std::to_string(nRows) + ") insert into tbSM select i,i||' '||hex(zeroblob(" +
+           std::to_string(nBytes / 2) + ")) from n;";
+}
+
+class PassingFaultTest : public testing::Test
+{
+protected:
+    // All rows of a fresh object's first unit of work.
+    Rows ReadAll() const
+    {
+        vkdb::CDatabase db(file.Path(), 0);
+        EXPECT_TRUE(db.Open(nullptr, -2));
+        return read_rows(db, kNames);
+    }
+
+    // Lets one read in nStep fail, one after the other, each for a reading of its own that must
+    // not notice. The result is how many there were.
+    int FailEachRead(int nStep)
+    {
+        const Rows rows = ReadAll();
+        int nFaults = 0;
+        for (int nRead = 1;; nRead += nStep)
+        {
+            faults.FailRead(nRead);
+            EXPECT_EQ(ReadAll(), rows) << "read " << nRead;
+            if (!faults.IsDone() || HasFailure())
+            {
+                return nFaults;
+            }
+            ++nFaults;
+        }
+    }
+
+    CDbFile file;
+    CFaultVfs faults;
+};
+
+TEST_F(PassingFaultTest, OneReadErrorAnywhereCostsNoName)
+{
+    file.Sql(devices(199, 150));
+    EXPECT_GE(FailEachRead(1), 10);
+}
+
+TEST_F(PassingFaultTest, OneReadErrorCostsNoRowOfAResultLargerThanTheReadAhead)
+{
+    file.Sql(devices(2300, 2000));
+    EXPECT_GE(FailEachRead(111), 10);
+}
+
+// --- Read errors that stay -----------------------------------------------------------------------
+
+TEST_F(PassingFaultTest, AReadErrorThatStaysIsThrownBehindTheRowsBeforeIt)
+{
+    file.Sql(devices(300, 150));
+    vkdb::CDatabase db(file.Path(), 0);
+    ASSERT_TRUE(db.Open(nullptr, -2));
+    const int iqry = db.QryExec(kNames, -1);
+    faults.FailRead(3, 1000000);
+    int nRows = 1;
+    EXPECT_EQ(thrown_by(
+                  [&]
+                  {
+                      for (db.QryNext(iqry); !db.QryEof(iqry); db.QryNext(iqry))
+                      {
+                          ++nRows;
+                          EXPECT_EQ(db.QryGetInt(iqry, "SID"), nRows);
+                      }
+                  }),
+              "10 disk I/O error");
+    EXPECT_GT(nRows, 64);
+    EXPECT_LT(nRows, 300);
+}
+
+TEST_F(PassingFaultTest, AReadErrorThatStaysIsThrownByAQueryThatHasNoRow)
+{
+    file.Sql(devices(300, 150));
+    vkdb::CDatabase db(file.Path(), 0);
+    faults.FailRead(1, 1000000);
+    EXPECT_FALSE(db.Open(nullptr, -2));
+    EXPECT_EQ(thrown_by([&] { db.QryExec(kNames, -1); }), "10 disk I/O error");
+    faults.FailRead(1, 0);
+    EXPECT_TRUE(db.Open(nullptr, -2));
+    EXPECT_EQ(read_rows(db, kNames).size(), 300U);
+}
+
+// --- A writer between the fault and the second reading -------------------------------------------
+
+class FaultBesideWriterTest : public PassingFaultTest
+{
+protected:
+    // Begins to read a WAL database in which a writer does this when the reading fails, behind
+    // the rows that Start read. The first row has been seen then.
+    int Begin(const std::string& strWrite, const std::string& strSql = kNames)
+    {
+        m_writer.Sql("pragma journal_mode=wal;" + devices(300, 150));
+        m_writer.Sql("pragma wal_checkpoint(truncate)"); // so that the database itself is read
+        EXPECT_TRUE(m_db.Open(nullptr, -2));
+        const int iqry = m_db.QryExec(strSql.c_str(), -1);
+        faults.FailRead(3, 1, [this, strWrite] { m_writer.Sql(strWrite); });
+        return iqry;
+    }
+
+    // The names from the current row on, without their fillings, and what is thrown at their end.
+    Rows Walk(int iqry)
+    {
+        Rows names;
+        const std::string strThrown = thrown_by(
+            [&]
+            {
+                for (; !m_db.QryEof(iqry); m_db.QryNext(iqry))
+                {
+                    const std::string strName = m_db.QryGetStr(iqry, "Name");
+                    names.push_back(strName.substr(0, strName.find(' ')));
+                }
+            });
+        EXPECT_TRUE(faults.IsDone());
+        names.push_back(strThrown);
+        return names;
+    }
+
+    CWriter m_writer{file.Path()}; // makes it
+    vkdb::CDatabase m_db{file.Path(), 0};
+};
+
+TEST_F(FaultBesideWriterTest, RowsAreOneStateWhenTheSeenOnesAreTheSame)
+{
+    const int iqry = Begin("update tbSM set Name='new' where SID>1");
+    const Rows names = Walk(iqry);
+    ASSERT_EQ(names.size(), 301U);
+    EXPECT_EQ(names[0], "1");
+    EXPECT_EQ(names[1], "new"); // read ahead as "2", and not given
+    EXPECT_EQ(names[299], "new");
+    EXPECT_EQ(names[300], "no exception");
+}
+
+TEST_F(FaultBesideWriterTest, TheErrorIsThrownWhenASeenRowIsAnother)
+{
+    const int iqry = Begin("update tbSM set Name='new'");
+    const Rows names = Walk(iqry);
+    EXPECT_GT(names.size(), 64U);
+    EXPECT_LT(names.size(), 300U);
+    EXPECT_EQ(names[1], "2"); // all of the state that was read first
+    EXPECT_EQ(names[names.size() - 2], std::to_string(names.size() - 1));
+    EXPECT_EQ(names.back(), "10 disk I/O error");
+}
+
+TEST_F(FaultBesideWriterTest, TheErrorIsThrownWhenTheSeenRowIsGone)
+{
+    const int iqry = Begin("delete from tbSM");
+    const Rows names = Walk(iqry);
+    EXPECT_GT(names.size(), 64U);
+    EXPECT_EQ(names.back(), "10 disk I/O error");
+}
+
+TEST_F(FaultBesideWriterTest, TheErrorIsThrownWhenTheColumnsAreOthers)
+{
+    const int iqry = Begin("alter table tbSM add column Note", "select * from tbSM");
+    const Rows names = Walk(iqry);
+    EXPECT_EQ(names.back(), "10 disk I/O error");
+    EXPECT_EQ(m_db.QryFldCount(iqry), 2);
+}
+
+TEST_F(FaultBesideWriterTest, RowsThatAreGoneBehindTheSeenOnesEndTheResult)
+{
+    const int iqry = Begin("delete from tbSM where SID>1");
+    EXPECT_EQ(Walk(iqry), (Rows{"1", "no exception"}));
+}
+
+// --- Opening -------------------------------------------------------------------------------------
+
+TEST_F(PassingFaultTest, AFileThatCannotBeOpenedAtFirstIsOpenedLater)
+{
+    file.Sql(devices(3, 2));
+    vkdb::CManager manager(0);
+    faults.FailOpens(1);
+    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_TRUE(faults.IsDone());
+    ASSERT_NE(pDb, nullptr);
+    EXPECT_TRUE(pDb->Open(nullptr, 0));
+    EXPECT_EQ(pDb->Exec("delete from tbSM where SID>1"), 2);
+    EXPECT_EQ(read_rows(*pDb, kNames), Rows{"1|1 00"});
+}
+
+TEST_F(PassingFaultTest, AQueryOpensTheFileThatOpenDbCouldNot)
+{
+    file.Sql(devices(3, 2));
+    vkdb::CManager manager(0);
+    faults.FailOpens(1);
+    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(pDb, nullptr);
+    EXPECT_EQ(read_rows(*pDb, kNames).size(), 3U);
+}
+
+TEST_F(PassingFaultTest, ExecOpensTheFileThatOpenDbCouldNot)
+{
+    file.Sql(devices(3, 2));
+    vkdb::CManager manager(0);
+    faults.FailOpens(1);
+    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(pDb, nullptr);
+    EXPECT_EQ(pDb->Exec("delete from tbSM"), 3);
+}
+
+TEST_F(PassingFaultTest, OpenTriesAgainAtOnce)
+{
+    file.Sql(devices(3, 2));
+    vkdb::CManager manager(0);
+    faults.FailOpens(vkdb::CDatabase::kTries);
+    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    EXPECT_TRUE(pDb->Open(nullptr, 0)); // its last try
+    EXPECT_TRUE(faults.IsDone());
+}
+
+TEST_F(PassingFaultTest, AFileThatStaysShutIsToldByOpenAndTheQuery)
+{
+    file.Sql(devices(3, 2));
+    faults.FailOpens(1000);
+    vkdb::CManager manager(0);
+    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(pDb, nullptr);
+    EXPECT_FALSE(pDb->Open(nullptr, 0));
+    EXPECT_EQ(thrown_by([&] { pDb->QryExec(kNames, -1); }), "14 unable to open database file");
+}
+
+// --- Locks ---------------------------------------------------------------------------------------
+
+TEST_F(PassingFaultTest, ALockThatIsReleasedInTimeIsWaitedOut)
+{
+    file.Sql(devices(3, 2));
+    CWriter writer(file.Path());
+    vkdb::CDatabase db(file.Path(), vkdb::kBusyWaitMs);
+    for (const int nBusy : {1, 5})
+    {
+        writer.Sql("begin exclusive");
+        faults.AtBusyLock(nBusy, [&] { writer.Sql("commit"); });
+        EXPECT_TRUE(db.Open(nullptr, -2));
+        EXPECT_TRUE(faults.IsDone());
+
+        writer.Sql("begin exclusive");
+        faults.AtBusyLock(nBusy, [&] { writer.Sql("commit"); });
+        EXPECT_EQ(read_rows(db, kNames).size(), 3U); // and not "negative"
+        EXPECT_TRUE(faults.IsDone());
+    }
+}
+
+} // namespace

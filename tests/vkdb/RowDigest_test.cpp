@@ -1,0 +1,71 @@
+#include "vkdb/RowDigest.h"
+
+#include "tests/vkdb/DbFile.h"
+
+#include <gtest/gtest.h>
+
+namespace
+{
+
+// The digest of a query's rows.
+vkdb::CRowDigest digest(const std::string& strSql)
+{
+    CWriter memory(":memory:");
+    sqlite3_stmt* pStmt = nullptr;
+    sqlite3_prepare_v2(memory.Handle(), strSql.c_str(), -1, &pStmt, nullptr);
+    vkdb::CRowBuffer rows;
+    rows.Clear(static_cast<std::size_t>(sqlite3_column_count(pStmt)));
+    while (sqlite3_step(pStmt) == SQLITE_ROW)
+    {
+        rows.Append(pStmt);
+    }
+    sqlite3_finalize(pStmt);
+    vkdb::CRowDigest made;
+    made.Add(rows, rows.Rows());
+    return made;
+}
+
+TEST(RowDigestTest, IsThatOfTheRows)
+{
+    EXPECT_EQ(digest("values (1,'a'),(2,'b')"), digest("values (1,'a'),(2,'b')"));
+    EXPECT_EQ(digest("values (1,'a'),(2,'b')").Rows(), 2U);
+}
+
+TEST(RowDigestTest, IsAnotherForOtherRows)
+{
+    const auto rows = digest("values (1,'a'),(2,'b')");
+    EXPECT_FALSE(rows == digest("values (1,'a'),(2,'c')"));
+    EXPECT_FALSE(rows == digest("values (2,'a'),(2,'b')"));
+    EXPECT_FALSE(rows == digest("values (1,'a'),(2,'b'),(3,'c')"));
+    EXPECT_FALSE(rows == digest("values (2,'b'),(1,'a')"));
+    EXPECT_FALSE(rows == digest("values ('a',1),('b',2)"));
+    EXPECT_FALSE(rows == digest("values (1,'a')"));
+}
+
+// The text ends at its NUL; the integer of the whole value does not.
+TEST(RowDigestTest, CountsTheIntegerOfACell)
+{
+    EXPECT_FALSE(digest("values (x'0031')") == digest("values ('1')"));
+    EXPECT_FALSE(digest("values ('')") == digest("values ('0')"));
+}
+
+TEST(RowDigestTest, GrowsRowByRow)
+{
+    const auto whole = digest("values (1,'a'),(2,'b')");
+    CWriter memory(":memory:");
+    vkdb::CRowDigest grown;
+    for (const char* szSql : {"values (1,'a')", "values (2,'b')"})
+    {
+        sqlite3_stmt* pStmt = nullptr;
+        sqlite3_prepare_v2(memory.Handle(), szSql, -1, &pStmt, nullptr);
+        sqlite3_step(pStmt);
+        vkdb::CRowBuffer row;
+        row.Clear(2);
+        row.Append(pStmt);
+        sqlite3_finalize(pStmt);
+        grown.Add(row, 1);
+    }
+    EXPECT_EQ(grown, whole);
+}
+
+} // namespace
