@@ -21,6 +21,7 @@
 #include "vkctl/CheckSettings.h"
 #include "vkctl/CheckTables.h"
 #include "vkctl/CheckUrls.h"
+#include "vkctl/CheckWriteAheadLog.h"
 #include "vkctl/CliError.h"
 
 namespace vkctl
@@ -96,6 +97,17 @@ catch (const CCheckProblem& problem)
     return false;
 }
 
+// Behind the databases' other checks, which have them open. Alarms are not looked at without
+// AlmUrl.
+void check_write_ahead_logs(const CIniFile& ini, int sqliteVersion, CFindings& findings)
+{
+    check_write_ahead_log(kDataDb, sqliteVersion, findings);
+    if (!ini.Text("POST", "AlmUrl").empty())
+    {
+        check_write_ahead_log(kAlarmDb, sqliteVersion, findings);
+    }
+}
+
 // False: a database that could be read before cannot be any more.
 bool check_all_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts, bool alarms,
                       bool progress, CFindings& findings)
@@ -137,6 +149,7 @@ bool check_host(const CheckOptions& options, CFindings& findings)
     bool hasAlarms = false;
     bool data = check_data(ini, iniTexts, findings);
     const bool alarms = check_alarms(ini, hasAlarms, findings);
+    check_write_ahead_logs(ini, options.sqliteVersion, findings);
     data = data && check_all_bodies(ini, iniTexts, hasAlarms, options.progress, findings);
     if (!options.offline)
     {

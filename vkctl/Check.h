@@ -2,6 +2,8 @@
 // opened to be written, none is made, nothing is sent but a handshake to https servers.
 #pragma once
 
+#include <sqlite3.h>
+
 #include <string>
 
 #include "vkctl/Finding.h"
@@ -12,8 +14,9 @@ namespace vkctl
 struct CheckOptions
 {
     std::string directory = ".";
-    bool offline = false;  // no server is asked
-    bool progress = false; // shown on standard error
+    bool offline = false;                            // no server is asked
+    bool progress = false;                           // shown on standard error
+    int sqliteVersion = sqlite3_libversion_number(); // of the library that is loaded
 };
 
 // Changes into the directory, as paths in vkApp.ini are relative to it. False when the directory

@@ -11,6 +11,7 @@ constexpr std::array kFindingIds = {
     // The files
     "file-unreadable",
     "database-unreadable",
+    "database-wal-reset",
     "file-bom",
     "section-indented",
     "line-without-value",

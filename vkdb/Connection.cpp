@@ -122,11 +122,7 @@ CConnection::CConnection(const std::string& strPath, Access access, int nBusyMs)
       m_db(open_handle(strPath, access, m_bImmutable))
 {
     m_wait.Attach(m_db.get());
-    if (access == Access::kRepair || access == Access::kNoTouch)
-    {
-        // A reader that goes away leaves the WAL as it is.
-        sqlite3_db_config(m_db.get(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
-    }
+    NeverCheckpoint();
     if (access == Access::kRepair)
     {
         Exec("pragma query_only=1"); // beyond the repair this connection is a reader
@@ -135,6 +131,16 @@ CConnection::CConnection(const std::string& strPath, Access access, int nBusyMs)
     {
         Exec("pragma temp_store=memory"); // what a caller makes for itself is no file either
     }
+}
+
+// Two connections that checkpoint a write-ahead log at the same instant can damage the database
+// (SQLite before 3.51.3). The host's writer does that work, so this side never does, neither
+// behind its own transactions nor when it is the last to go. By calls, since a pragma would read
+// the file already now.
+void CConnection::NeverCheckpoint()
+{
+    sqlite3_wal_autocheckpoint(Handle(), 0);
+    sqlite3_db_config(Handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
 bool CConnection::Serves(const std::string& strPath, Access access) const

@@ -4,7 +4,8 @@
 // connection that was given up (file replaced) stays until its last query is freed.
 // Failure: every operation throws CSqliteFailure.
 // Threads: SQLite's own locking of the connection is off; the database object's mutex guards it.
-// No cache is shared between connections.
+// No cache is shared between connections. A write-ahead log is written to and never copied into its
+// database: that is left to the host's writer.
 #pragma once
 
 #include "vkdb/Sqlite.h"
@@ -110,6 +111,7 @@ public:
 
 private:
     void NoticeOverwriting(const std::optional<CFileStamp>& stamp);
+    void NeverCheckpoint();
 
     std::string m_strPath;
     Access m_access;

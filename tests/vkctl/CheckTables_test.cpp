@@ -16,6 +16,10 @@ const std::string kUnmarked =
     "it cannot be marked as sent, so it is posted anew at each signal, and "
     "the alarms behind it never are; give it a DID of its own";
 
+const std::string kCheckpoints =
+    ", and SQLite 3.40.1 can damage it when two connections checkpoint at the same instant; the "
+    "daemon never does, so leave it to one process of the host, or install SQLite 3.51.3 or later";
+
 const std::string kStall = "stalls the start of the daemon, and each new search, for 100 s";
 
 std::vector<CheckCase> file_cases()
@@ -41,6 +45,14 @@ std::vector<CheckCase> file_cases()
          "tmp/dbDat0.db3: error: cannot be read: a process crashed in the middle of a write "
          "(attempt to write a readonly database); the next one that writes puts it in order",
          {"write tmp/dbDat0.db3-journal "}},
+        {"database-wal-reset",
+         {"data: pragma journal_mode=wal"},
+         "tmp/dbDat0.db3: note: has a write-ahead log" + kCheckpoints,
+         {"alarms: pragma journal_mode=wal", "POST/AlmUrl="}},
+        {"database-wal-reset",
+         {"alarms: pragma journal_mode=wal"},
+         "tmp/dbData.db3: note: has a write-ahead log" + kCheckpoints,
+         {"data: pragma journal_mode=persist"}},
         {"alarm-table",
          {"alarms: alter table tbSMAlarm drop column AlmImg"},
          "tmp/dbData.db3: error: tbSMAlarm has no column AlmImg: no alarm is posted",

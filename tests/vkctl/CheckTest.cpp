@@ -139,11 +139,12 @@ void CCheckedHost::Edit(const std::string& edit)
     }
 }
 
-vkctl::CFindings CCheckedHost::Findings(bool offline) const
+vkctl::CFindings CCheckedHost::Findings(bool offline, int sqliteVersion) const
 {
     const fs::path before = fs::current_path();
     vkctl::CFindings findings;
     vkctl::CheckOptions options;
+    options.sqliteVersion = sqliteVersion;
     options.directory = Dir();
     options.offline = offline;
     vkctl::check_host(options, findings);

@@ -19,6 +19,9 @@
 class CCheckedHost
 {
 public:
+    static constexpr int kOldSqlite = 3040001;
+    static constexpr int kNewSqlite = 3051003;
+
     explicit CCheckedHost(const std::vector<std::string>& edits = {});
 
     std::string Dir() const { return m_dir.Path("host"); }
@@ -26,8 +29,9 @@ public:
 
     std::vector<std::string> Files() const; // all, sorted
 
-    // Checks without a network; the working directory is as before afterwards.
-    vkctl::CFindings Findings(bool offline = true) const;
+    // Checks without a network; the working directory is as before afterwards. What is said does
+    // not depend on the machine's SQLite.
+    vkctl::CFindings Findings(bool offline = true, int sqliteVersion = kOldSqlite) const;
 
     // All that is printed.
     std::string Check() const;

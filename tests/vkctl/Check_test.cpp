@@ -7,6 +7,7 @@
 #include <set>
 
 #include "CheckTest.h"
+#include "vkctl/CheckWriteAheadLog.h"
 #include "vkctl/FindingIds.h"
 
 namespace
@@ -95,6 +96,18 @@ TEST(CheckTest, AWriteAheadLogIsLeftAsItIs)
 {
     const CCheckedHost host({"data: pragma journal_mode=wal", "alarms: pragma journal_mode=wal"});
     const std::vector<std::string> before = host.Files();
-    EXPECT_EQ(host.Check(), "");
+    EXPECT_TRUE(host.Findings(true, CCheckedHost::kNewSqlite).Empty());
     EXPECT_EQ(host.Files(), before);
+}
+
+TEST(CheckTest, AWriteAheadLogIsSafeFromTheVersionOnThatMendsIt)
+{
+    for (const int version : {3007000, 3040001, 3051002})
+    {
+        EXPECT_TRUE(vkctl::has_unsafe_checkpoints(version)) << version;
+    }
+    for (const int version : {3051003, 3052000, 4000000})
+    {
+        EXPECT_FALSE(vkctl::has_unsafe_checkpoints(version)) << version;
+    }
 }
