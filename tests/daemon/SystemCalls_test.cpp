@@ -102,6 +102,15 @@ TEST(SystemCalls, UnknownCallIsAnAct)
     EXPECT_TRUE(acts("io_uring_setup(8, {}) = 3"));
 }
 
+TEST(SystemCalls, WrittenFilesAreFoundInARecord)
+{
+    const std::string record = std::string(kRead) +
+                               "\n12  pwrite64(5</h/a.db3-wal>, \"\"..., 24, 0) = 24"
+                               "\n12  pread64(6</h/a.db3>, \"\"..., 24, 0) = 24"
+                               "\n12  ftruncate(7</h/b>, 0 <unfinished ...>\n";
+    EXPECT_THAT(written_files(record), ElementsAre("/h/a.db3-wal", "/h/b"));
+}
+
 TEST(SystemCalls, ActsAreFoundInARecord)
 {
     const std::string record = std::string(kRead) + "\n12  unlink(\"a\") = 0\n12  +++ exited +++\n";

@@ -25,7 +25,7 @@ vk_unit_test(vk_preview_truth_test
 # What a program does is told by its system calls, and an emulator makes calls of its own among them;
 # measuring coverage writes files, as ThreadSanitizer does.
 if(NOT CMAKE_CROSSCOMPILING AND NOT VK_COVERAGE AND NOT VK_SANITIZE MATCHES "thread")
-    add_executable(vk_harmless_tests Harmless_test.cpp)
+    add_executable(vk_harmless_tests Harmless_test.cpp WriteAheadLog_test.cpp)
     target_link_libraries(vk_harmless_tests PRIVATE vk_preview_support in_box)
     add_dependencies(vk_harmless_tests vkAppPost vkdb vkctl)
     gtest_discover_tests(vk_harmless_tests DISCOVERY_MODE PRE_TEST

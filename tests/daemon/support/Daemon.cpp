@@ -24,6 +24,20 @@ void redirect(int fd, const std::string& path)
     dup2(file, fd);
 }
 
+// Returns only when that fails.
+void exec_daemon(const std::string& record)
+{
+    char program[] = VK_DAEMON;
+    if (record.empty())
+    {
+        exec_program({program, nullptr});
+        return;
+    }
+    // -D: strace is a grandchild, so that the daemon has this process's number.
+    execlp("strace", "strace", "-D", "-f", "-y", "-s", "0", "-e", "trace=%desc", "-o",
+           record.c_str(), program, nullptr);
+}
+
 int as_status(int waited)
 {
     return WIFSIGNALED(waited) ? kEndedBySignal + WTERMSIG(waited) : WEXITSTATUS(waited);
@@ -54,8 +68,7 @@ void CDaemon::Start(const std::string& dir)
     redirect(STDERR_FILENO, dir + "/stderr");
     if (chdir(dir.c_str()) == 0)
     {
-        char program[] = VK_DAEMON;
-        exec_program({program, nullptr});
+        exec_daemon(m_strRecord);
     }
     _exit(kNoExec);
 }

@@ -19,6 +19,10 @@ public:
     // Set before Start, beside the test's own environment.
     void Env(const std::string& name, const std::string& value) { m_env[name] = value; }
 
+    // Set before Start: strace -y writes down there what files the daemon opens, reads and writes.
+    // It has the whole record when it says how the daemon ended.
+    void Trace(const std::string& record) { m_strRecord = record; }
+
     // Throws std::runtime_error when there is no process to be had.
     void Start(const std::string& dir);
 
@@ -38,6 +42,7 @@ public:
 private:
     std::map<std::string, std::string> m_env;
     std::string m_strDir;
+    std::string m_strRecord; // empty: not traced
     pid_t m_pid = -1;
     int m_status = -1; // as WaitExit returns it; -1 while it runs
 };

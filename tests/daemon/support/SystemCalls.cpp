@@ -149,6 +149,26 @@ std::vector<std::string> find_acts(const std::string& record)
     return acts;
 }
 
+std::set<std::string> written_files(const std::string& record)
+{
+    static const std::set<std::string> kWriting = {"write",    "writev",    "pwrite64",
+                                                   "pwritev",  "ftruncate", "fallocate",
+                                                   "pwritev2", "sendfile",  "copy_file_range"};
+    std::set<std::string> files;
+    std::istringstream lines(record);
+    for (std::string line; std::getline(lines, line);)
+    {
+        const SystemCall call = parse_call(line);
+        const size_t path = call.arguments.find('<');
+        const size_t end = call.arguments.find('>');
+        if (kWriting.count(call.name) != 0 && path < end && end != std::string::npos)
+        {
+            files.insert(call.arguments.substr(path + 1, end - path - 1));
+        }
+    }
+    return files;
+}
+
 TracedRun run_traced(const std::vector<std::string>& arguments)
 {
     char record[] = "/tmp/strace-XXXXXX";

@@ -7,6 +7,7 @@
 // socket, and every call that is not known to be harmless, so that an unknown one is looked at.
 #pragma once
 
+#include <set>
 #include <string>
 #include <vector>
 
@@ -24,6 +25,9 @@ bool is_act(const SystemCall& call);
 
 // The lines of a record that tell of acts.
 std::vector<std::string> find_acts(const std::string& record);
+
+// The paths of the files that were written or cut through a descriptor, by a record of strace -y.
+std::set<std::string> written_files(const std::string& record);
 
 // Runs the program under strace, with the processes that it starts.
 struct TracedRun
