@@ -22,16 +22,20 @@ std::size_t fold_hash(const char* szName)
 
 } // namespace
 
-void CColumnNames::Load(sqlite3_stmt* pStmt)
+bool CColumnNames::Load(sqlite3_stmt* pStmt)
 {
     Clear();
+    bool bWhole = true;
     const int nCount = sqlite3_column_count(pStmt);
     for (int i = 0; i < nCount; ++i)
     {
         const char* szName = sqlite3_column_name(pStmt, i);
         m_vStart.push_back(m_strNames.size());
         m_strNames.append(szName != nullptr ? szName : "").push_back('\0');
+        bWhole = bWhole && szName != nullptr;
     }
+    BuildIndex();
+    return bWhole;
 }
 
 void CColumnNames::Clear()

@@ -1,7 +1,7 @@
 // The column names of one result, and the look-up of a column by its name.
 //
-// Owns copies of the names; they stay until the next Load. The look-up table is made at the first
-// Find of a result, so a Find costs one hash of the name and one comparison, whatever the number
+// Owns copies of the names; they stay until the next Load. The look-up table is made with them and
+// copied with them, so a Find costs one hash of the name and one comparison, whatever the number
 // of columns. One thread at a time.
 #pragma once
 
@@ -17,8 +17,9 @@ namespace vkdb
 class CColumnNames
 {
 public:
-    // Takes over the names of a statement's result.
-    void Load(sqlite3_stmt* pStmt);
+    // Takes over the names of a statement's result. False when memory ran out for one, which is
+    // empty then.
+    bool Load(sqlite3_stmt* pStmt);
     void Clear();
 
     // True when the statement's result has these names, in this order.

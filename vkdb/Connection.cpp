@@ -119,7 +119,7 @@ int CLockWait::OnBusy(void* pThis, int nCalls)
 CConnection::CConnection(const std::string& strPath, Access access, int nBusyMs)
     : m_strPath(strPath), m_access(access), m_id(existing_file(strPath)), m_wait(nBusyMs),
       m_bImmutable(access == Access::kNoTouch && is_resting_wal(strPath)),
-      m_db(open_handle(strPath, access, m_bImmutable))
+      m_db(open_handle(strPath, access, m_bImmutable)), m_statements(m_db.get())
 {
     m_wait.Attach(m_db.get());
     NeverCheckpoint();
@@ -162,7 +162,7 @@ bool CConnection::Serves(const std::string& strPath, Access access) const
 void CConnection::CheckUsable()
 {
     const std::optional<CFileStamp> stamp = file_stamp(m_strPath); // before: no change is missed
-    const CStatement stmt = Prepare("select 1 from sqlite_master limit 1");
+    const CStatementLease stmt = Take("select 1 from sqlite_master limit 1");
     const int rc = sqlite3_step(stmt.get());
     if (rc != SQLITE_ROW && rc != SQLITE_DONE)
     {
@@ -199,14 +199,26 @@ CSqliteFailure CConnection::LastFailure()
     return failure;
 }
 
-CStatement CConnection::Prepare(const char* szSql)
+CStatementLease CConnection::Take(const char* szSql)
+try
 {
-    sqlite3_stmt* pRaw = nullptr;
-    if (sqlite3_prepare_v2(Handle(), szSql, -1, &pRaw, nullptr) != SQLITE_OK)
-    {
-        throw LastFailure();
-    }
-    return CStatement(pRaw);
+    return m_statements.Take(szSql);
+}
+catch (const CSqliteFailure& failure)
+{
+    m_bMetDamage = m_bMetDamage || failure.IsDamage();
+    throw;
+}
+
+CStatementLease CConnection::TakePlain(const char* szSql)
+try
+{
+    return m_statements.TakePlain(szSql);
+}
+catch (const CSqliteFailure& failure)
+{
+    m_bMetDamage = m_bMetDamage || failure.IsDamage();
+    throw;
 }
 
 int CConnection::Exec(const char* szSql)

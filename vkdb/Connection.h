@@ -9,6 +9,7 @@
 #pragma once
 
 #include "vkdb/Sqlite.h"
+#include "vkdb/StatementCache.h"
 
 #include <sys/types.h>
 
@@ -97,8 +98,10 @@ public:
     // The last error of the connection, to be thrown.
     CSqliteFailure LastFailure();
 
-    // The first statement of the text; null when the text holds none.
-    CStatement Prepare(const char* szSql);
+    // A statement to read with, kept from an earlier query or compiled now; nothing when the text
+    // holds none. TakePlain: compiled from the text as it stands.
+    CStatementLease Take(const char* szSql);
+    CStatementLease TakePlain(const char* szSql);
 
     // Runs the text to its end. The result is the number of rows that its last statement changed.
     int Exec(const char* szSql);
@@ -122,6 +125,7 @@ private:
     bool m_bMetDamage = false;
     std::optional<CFileStamp> m_stamp; // the file's when its catalogue was read last
     unsigned m_nVersion = 0;           // and SQLite's count of the changes that it noticed
+    CStatementCache m_statements;      // goes before the handle
 };
 
 } // namespace vkdb

@@ -46,7 +46,7 @@ void CQuery::Start(std::shared_ptr<CConnection> conn, const char* szSql)
 
 void CQuery::ReadFirst(const char* szSql)
 {
-    m_stmt = m_conn->Prepare(szSql);
+    m_stmt = m_conn->Take(szSql);
     if (!m_stmt || sqlite3_column_count(m_stmt.get()) == 0)
     {
         throw CSqliteFailure(SQLITE_ERROR, "not a statement that returns rows");
@@ -54,8 +54,8 @@ void CQuery::ReadFirst(const char* szSql)
 
     // Names only after the first step: a table that changed since it was last read is noticed
     // there, and "select *" may have other columns afterwards.
-    const bool bRow = Step();
-    m_names.Load(m_stmt.get());
+    const bool bRow = StepFirst(szSql);
+    m_names = m_stmt.Names();
     m_rows.Clear(static_cast<std::size_t>(m_names.Count()));
     if (!bRow)
     {
@@ -187,6 +187,25 @@ void CQuery::Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes)
         }
         KeepRow(rows);
     }
+}
+
+// False for an empty result. What a statement complains of that was compiled for another query is
+// asked once more of the text itself, so that the words are those that belong to it.
+bool CQuery::StepFirst(const char* szSql)
+{
+    try
+    {
+        return Step();
+    }
+    catch (const CSqliteFailure& failure)
+    {
+        if (m_stmt.IsPlain() || failure.Code() != SQLITE_ERROR)
+        {
+            throw;
+        }
+    }
+    m_stmt = m_conn->TakePlain(szSql);
+    return Step();
 }
 
 // False at the end of the result.

@@ -68,11 +68,12 @@ private:
     bool ReadAgain(std::size_t nMaxRows, std::size_t nMaxBytes);
     bool SkipSeen(const CRowDigest& seen, bool& bRow);
     void Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes);
+    bool StepFirst(const char* szSql);
     bool Step();
     void KeepRow(CRowBuffer& rows);
 
     std::shared_ptr<CConnection> m_conn; // null when the query is not open
-    CStatement m_stmt;                   // null as soon as no more rows will be read
+    CStatementLease m_stmt;              // null as soon as no more rows will be read
     CColumnNames m_names;
     CRowDigest m_gone;            // the rows before those of m_rows
     CRowBuffer m_rows;            // read and kept

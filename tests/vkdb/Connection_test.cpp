@@ -63,7 +63,7 @@ TEST(ConnectionTest, TakesAPathForAFileNameWhateverItLooksLike)
     std::filesystem::current_path(std::filesystem::path(dir.Path()).parent_path());
     CWriter("./file:x?mode=memory").Sql("create table t(a)");
     EXPECT_NO_THROW(
-        CConnection("file:x?mode=memory", Access::kReadOnly, 0).Prepare("select a from t"));
+        CConnection("file:x?mode=memory", Access::kReadOnly, 0).Take("select a from t"));
     std::filesystem::current_path(before);
 }
 
@@ -190,7 +190,7 @@ TEST(ConnectionTest, RepairMakesNoCheckpoint)
     {
         CConnection conn(file.Path(), Access::kRepair, 0);
         conn.CheckUsable();
-        EXPECT_NO_THROW(conn.Prepare("select a from t"));
+        EXPECT_NO_THROW(conn.Take("select a from t"));
     }
     EXPECT_EQ(std::filesystem::file_size(file.Path() + "-wal"), nLog);
     EXPECT_EQ(file.Bytes(), strBytes);

@@ -1,0 +1,156 @@
+#include "vkdb/StatementCache.h"
+
+#include "tests/vkdb/DbFile.h"
+
+#include <gtest/gtest.h>
+
+using vkdb::CStatementCache;
+using vkdb::CStatementLease;
+
+namespace
+{
+
+constexpr char kDevice[] = "select SID,Name from tbSM where SID=";
+
+std::string device(int nSid)
+{
+    return kDevice + std::to_string(nSid);
+}
+
+class StatementCacheTest : public testing::Test
+{
+protected:
+    // Runs a query to its first row; the result is the statement that did it.
+    sqlite3_stmt* Run(const std::string& strSql)
+    {
+        CStatementLease stmt = cache.Take(strSql.c_str());
+        sqlite3_step(stmt.get());
+        return stmt.get();
+    }
+
+    std::string NameOf(int nSid)
+    {
+        const CStatementLease stmt = cache.Take(device(nSid).c_str());
+        const bool bRow = sqlite3_step(stmt.get()) == SQLITE_ROW;
+        const void* pText = bRow ? sqlite3_column_text(stmt.get(), 1) : nullptr;
+        return bRow ? static_cast<const char*>(pText) : "none";
+    }
+
+    CDbFile file{"create table tbSM(SID,Name); insert into tbSM values(7,'UPS'),(9,'air')"};
+    CWriter connection{file.Path()};
+    CStatementCache cache{connection.Handle()};
+};
+
+} // namespace
+
+TEST_F(StatementCacheTest, RunsTheStatementOfOneDeviceForTheNext)
+{
+    sqlite3_stmt* const pFirst = Run(device(7));
+    EXPECT_EQ(Run(device(9)), pFirst);
+    EXPECT_EQ(NameOf(7), "UPS");
+    EXPECT_EQ(NameOf(9), "air");
+    EXPECT_EQ(NameOf(8), "none");
+    EXPECT_EQ(cache.Kept(), 1U);
+}
+
+TEST_F(StatementCacheTest, KeepsTheStatementOfATextWithoutANumber)
+{
+    sqlite3_stmt* const pFirst = Run("select * from tbSM");
+    EXPECT_EQ(Run("select * from tbSM"), pFirst);
+    EXPECT_NE(Run("select * from tbSM "), pFirst);
+}
+
+TEST_F(StatementCacheTest, SharesNoStatementInUse)
+{
+    const CStatementLease first = cache.Take(device(7).c_str());
+    ASSERT_EQ(sqlite3_step(first.get()), SQLITE_ROW);
+    EXPECT_EQ(NameOf(9), "air");
+    EXPECT_EQ(sqlite3_column_int(first.get(), 0), 7);
+}
+
+TEST_F(StatementCacheTest, EndsTheReadLockWithTheLoan)
+{
+    CStatementLease stmt = cache.Take("select SID from tbSM");
+    ASSERT_EQ(sqlite3_step(stmt.get()), SQLITE_ROW);
+    CWriter writer(file.Path());
+    EXPECT_EQ(writer.Try("delete from tbSM"), SQLITE_BUSY);
+    stmt.reset();
+    EXPECT_EQ(writer.Try("delete from tbSM"), SQLITE_OK);
+    EXPECT_EQ(cache.Kept(), 1U);
+}
+
+TEST_F(StatementCacheTest, KeepsTheLatestOnly)
+{
+    sqlite3_stmt* const pDevice = Run(device(7));
+    for (std::size_t i = 1; i < CStatementCache::kStatements; ++i)
+    {
+        Run("select " + std::to_string(i));
+    }
+    EXPECT_EQ(Run(device(9)), pDevice);
+    EXPECT_EQ(cache.Kept(), CStatementCache::kStatements);
+    Run("select 0"); // takes the place of "select 1"
+    EXPECT_EQ(cache.Kept(), CStatementCache::kStatements);
+    EXPECT_EQ(Run(device(7)), pDevice);
+    EXPECT_FALSE(cache.Take("select 2").IsPlain());
+    EXPECT_TRUE(cache.Take("select 1").IsPlain());
+}
+
+TEST_F(StatementCacheTest, KeepsNoLongText)
+{
+    const std::string strBlanks(CStatementCache::kTextBytes - device(7).size(), ' ');
+    Run(device(7) + strBlanks + " ");
+    EXPECT_EQ(cache.Kept(), 0U);
+    Run(device(7) + strBlanks);
+    EXPECT_EQ(cache.Kept(), 1U);
+}
+
+TEST_F(StatementCacheTest, KeepsNoLargeStatement)
+{
+    std::string strColumns = "a0";
+    for (int i = 1; i < 1500; ++i)
+    {
+        strColumns += ",a" + std::to_string(i);
+    }
+    connection.Sql("create table tbWide(" + strColumns + ")");
+    Run("select * from tbWide");
+    EXPECT_EQ(cache.Kept(), 0U);
+}
+
+TEST_F(StatementCacheTest, KeepsNoStatementThatFailed)
+{
+    Run("select abs(-9223372036854775808)");
+    EXPECT_EQ(cache.Kept(), 0U);
+}
+
+TEST_F(StatementCacheTest, GivesNothingForATextWithoutAStatement)
+{
+    EXPECT_FALSE(cache.Take(""));
+    EXPECT_FALSE(cache.Take("-- nothing"));
+    EXPECT_EQ(cache.Kept(), 0U);
+}
+
+TEST_F(StatementCacheTest, TellsTheErrorOfTheTextAsItStands)
+{
+    connection.Sql("create index i on tbSM(Name) where SID=7");
+    const std::string strHint = "select Name from tbSM indexed by i where SID=";
+    EXPECT_TRUE(cache.Take((strHint + "7").c_str()).IsPlain()); // only the number makes it possible
+    EXPECT_THROW(cache.Take((strHint + "8").c_str()), vkdb::CSqliteFailure);
+    EXPECT_THROW(cache.Take("select Name from tbNone where SID=8"), vkdb::CSqliteFailure);
+}
+
+TEST_F(StatementCacheTest, ReadsTheNamesAnewWithTheSchema)
+{
+    const auto names = [this]
+    {
+        CStatementLease stmt = cache.Take("select * from tbSM where SID=7");
+        sqlite3_step(stmt.get());
+        const vkdb::CColumnNames& found = stmt.Names();
+        return std::to_string(found.Count()) + " " + found.Name(found.Count() - 1);
+    };
+    EXPECT_EQ(names(), "2 Name");
+    CWriter(file.Path()).Sql("alter table tbSM add column Note");
+    EXPECT_EQ(names(), "3 Note");
+    CWriter(file.Path()).Sql("alter table tbSM rename column Note to Tag1");
+    EXPECT_EQ(names(), "3 Tag1");
+    EXPECT_EQ(cache.Kept(), 1U);
+}

@@ -1,0 +1,101 @@
+// Compiled statements of one connection, kept for the next query of the same text.
+//
+// Compiling costs several times what running a query for one device's row does, and the next
+// device's differs in its number alone. So that number becomes a parameter, wherever the statement
+// provably gives the same (bindable_integer), and a statement that has been run is kept, with the
+// names of its columns, for the next one. A statement in use is not shared.
+//
+// Bounded: kStatements, the one not used for longest goes first; none longer or larger than
+// kTextBytes and kStatementBytes is kept, nor one that failed.
+// A schema that changed: SQLite compiles a kept statement anew at its first step, which the names
+// notice. An error is always that of the text as it stands (CStatementLease::IsPlain).
+// Owned by the connection, and gone before its handle. Failure: CSqliteFailure; giving back never
+// fails. Threads: as the connection.
+#pragma once
+
+#include "vkdb/ColumnNames.h"
+#include "vkdb/Sqlite.h"
+
+#include <memory>
+#include <string>
+#include <vector>
+
+namespace vkdb
+{
+
+class CStatementCache;
+
+// A compiled statement, from one query to the next.
+struct CCompiled
+{
+    std::string strText; // with the parameter
+    CStatement stmt;
+    CColumnNames names;   // none before the first run
+    int nReprepared = -1; // how often SQLite had compiled it anew when the names were read
+    bool bMeasured = false;
+    bool bKeep = true;
+};
+
+// A statement on loan; goes back at the latest with this object, which must not outlive the cache.
+class CStatementLease
+{
+public:
+    CStatementLease() = default;
+    CStatementLease(CStatementCache& cache, std::unique_ptr<CCompiled> compiled, bool bPlain)
+        : m_pCache(&cache), m_compiled(std::move(compiled)), m_bPlain(bPlain)
+    {
+    }
+    CStatementLease(CStatementLease&& other) noexcept = default;
+    CStatementLease& operator=(CStatementLease&& other) noexcept;
+    ~CStatementLease() { reset(); }
+
+    // Null when there is none, or the text held no statement.
+    sqlite3_stmt* get() const { return m_compiled ? m_compiled->stmt.get() : nullptr; }
+    explicit operator bool() const { return get() != nullptr; }
+
+    // Ends the run, and with it its read lock, and gives the statement back.
+    void reset();
+
+    // Compiled just now from the very text: what SQLite says of it is what it would say to anyone.
+    bool IsPlain() const { return m_bPlain; }
+
+    // The names of the columns of the result under way. There must be a statement; after its
+    // first step only, where a table that changed is noticed. Valid until reset.
+    const CColumnNames& Names();
+
+private:
+    CStatementCache* m_pCache = nullptr;
+    std::unique_ptr<CCompiled> m_compiled;
+    bool m_bPlain = false;
+};
+
+class CStatementCache
+{
+public:
+    static constexpr std::size_t kStatements = 32;
+    static constexpr std::size_t kTextBytes = 1000;
+    static constexpr int kStatementBytes = 64 * 1024;
+
+    explicit CStatementCache(sqlite3* pDb);
+
+    // The first statement of the text, ready to run; nothing when the text holds none.
+    CStatementLease Take(const char* szSql);
+
+    // The same, compiled from the text as it stands.
+    CStatementLease TakePlain(const char* szSql);
+
+    std::size_t Kept() const { return m_vKept.size(); }
+
+private:
+    friend class CStatementLease;
+
+    std::unique_ptr<CCompiled> FindKept();
+    CStatementLease TakeBound(int nValue);
+    void GiveBack(std::unique_ptr<CCompiled> compiled);
+
+    sqlite3* m_pDb;
+    std::string m_strText;                           // what is looked for
+    std::vector<std::unique_ptr<CCompiled>> m_vKept; // the one used last is the last one
+};
+
+} // namespace vkdb
