@@ -1,5 +1,9 @@
 // Configuration: vkApp.ini, read once at start-up into the members that hold it.
 #include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <new>
+#include <unistd.h>
 
 #include "app/AppInternal.h"
 #include "vkPub/vkLog.h"
@@ -11,6 +15,50 @@ namespace
 {
 
 constexpr char kConfigSection[] = "POST";
+constexpr int kReadTries = 3;
+constexpr int kReadRetryPauseMs = 200;
+
+// Why a file that was not loaded could not be: 0 when there is none, or none that may be read,
+// which leaves every setting at its default; else an errno.
+int failure_of(const SimpleIni& ini, int open_error)
+{
+    if (ini.ReadError() != 0)
+    {
+        return ini.ReadError();
+    }
+    // Lack of memory or descriptors says nothing about the file.
+    const bool is_there = access(kConfigFile, R_OK) == 0;
+    return is_there ? open_error : 0;
+}
+
+// 0 when the file was read to its end or its lack is borne. Else why not, and nothing of it is
+// kept: half a file is no configuration.
+int load_error(SimpleIni& ini)
+try
+{
+    errno = EIO; // where the library reports no reason
+    return ini.Load(kConfigFile) ? 0 : failure_of(ini, errno);
+}
+catch (const std::bad_alloc&)
+{
+    return ENOMEM;
+}
+
+// A failure may pass, such as an I/O error of the flash. When it stays, the settings are the
+// defaults, whose empty URLs end the start-up.
+void read_document(SimpleIni& ini)
+{
+    int error = load_error(ini);
+    for (int attempt = 1; error != 0 && attempt < kReadTries; ++attempt)
+    {
+        pause_ms(kReadRetryPauseMs);
+        error = load_error(ini);
+    }
+    if (error != 0)
+    {
+        VKLOG_TRACE("%s cannot be read: %s\r\n", kConfigFile, std::strerror(error));
+    }
+}
 
 void read_head_format(CAppPost& app)
 {
@@ -83,7 +131,7 @@ void read_url_lists(CAppPost& app)
 
 void load_configuration(CAppPost& app)
 {
-    app.m_ini.Load(kConfigFile); // a missing file leaves every setting at its default
+    read_document(app.m_ini);
     read_settings(app);
     VKLOG_TRACE("msg=%d POST url=%s almurl=%s dept=%s timeout=%ds delay=%dms encoding=%s\n",
                 app.m_msgTrayid, app.m_strUrl.c_str(), app.m_strAlmUrl.c_str(),

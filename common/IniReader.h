@@ -1,8 +1,9 @@
 // Reads the lines of an INI file one by one, in file order: what SimpleIni makes a document of, and
 // what a checker wants to see line by line, doubles included.
 //
-// Owns nothing: the stream is the caller's and must outlive the reader. Never fails; a stream that
-// cannot be read is an empty file. One thread at a time.
+// Owns nothing: the stream is the caller's and must outlive the reader. A stream that cannot be
+// read, or no further, is taken for a file that ends there; whoever must know asks the stream, or
+// lets it throw (std::istream::exceptions). One thread at a time.
 #pragma once
 
 #include <istream>

@@ -1,6 +1,7 @@
 #include "common/SimpleIni.h"
 
 #include <algorithm>
+#include <cerrno>
 #include <climits>
 #include <cstdlib>
 #include <fstream>
@@ -23,13 +24,35 @@ SimpleIni::~SimpleIni()
 bool SimpleIni::Load(const std::string& fileName)
 {
     Free();
+    m_readError = 0;
     m_fileName = fileName;
     std::ifstream in(fileName);
     if (!in)
     {
         return false;
     }
+    try
+    {
+        // Without this a stream takes a failed read, and lack of memory in it, for the file's end.
+        in.exceptions(std::ios::badbit);
+        Read(in);
+        return true;
+    }
+    catch (const std::ios_base::failure& failed)
+    {
+        m_readError = failed.code().value() != 0 ? failed.code().value() : EIO;
+        Free();
+        return false;
+    }
+    catch (...)
+    {
+        Free();
+        throw;
+    }
+}
 
+void SimpleIni::Read(std::istream& in)
+{
     std::string description; // the comment lines waiting for a section or a key
     const auto attach_description = [&](const std::string& section, const std::string& key)
     {
@@ -57,7 +80,6 @@ bool SimpleIni::Load(const std::string& fileName)
             break;
         }
     }
-    return true;
 }
 
 bool SimpleIni::Save()

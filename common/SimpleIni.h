@@ -73,9 +73,14 @@ public:
     SimpleIni(const SimpleIni&) = default;
     SimpleIni& operator=(const SimpleIni&) = default;
 
-    // Replaces the sections by the file's. False when the file cannot be read; the sections are
-    // empty then. Descriptions of earlier loads stay.
+    // Replaces the sections by the file's. False when the file cannot be opened, or not be read to
+    // its end; the sections are empty then, also when an exception (memory) passes to the caller.
+    // Descriptions of earlier loads stay.
     bool Load(const std::string& fileName);
+
+    // Why the last Load could not read the file that it had opened, an errno such as EIO or EISDIR;
+    // 0 when it could not be opened at all, or was read.
+    int ReadError() const { return m_readError; }
 
     // Writes the document to the file last given to Load, or to another one, in normal form:
     // sections and keys in name order, key=value without blanks, comments behind "#" above and
@@ -123,12 +128,14 @@ public:
     static std::string Trim(const std::string& text);
 
 private:
+    void Read(std::istream& in);
     const KeyMap& Keys(const std::string& section) const;
     const IniLine* Find(const std::string& section, const std::string& key) const;
 
     SectionMap m_sections;
     std::map<std::string, std::map<std::string, std::string>> m_descriptions; // "" is the section's
     std::string m_fileName;
+    int m_readError = 0;
 };
 
 template <>
