@@ -2,9 +2,11 @@
 // request thread.
 #include "app/AppPost.h"
 
+#include <cerrno>
 #include <curl/curl.h>
 #include <dlfcn.h>
 #include <sys/msg.h>
+#include <unistd.h>
 
 #include "app/AlarmSignal.h"
 #include "app/AppInternal.h"
@@ -15,6 +17,17 @@ namespace
 
 constexpr char kDbLibrary[] = "./libvkdb.so";
 
+// A library that throws where it should answer is taken at its word: not usable.
+DbManager* ask_for_manager(DbManager* (*ask)())
+try
+{
+    return ask();
+}
+catch (...)
+{
+    return nullptr;
+}
+
 // Looks both functions of the library up; the manager is asked for only when both are there.
 void get_manager(CAppPost& app)
 {
@@ -22,8 +35,18 @@ void get_manager(CAppPost& app)
     app.m_pfnFreeDbManager = reinterpret_cast<void (*)()>(dlsym(app.m_hDbLib, "FreeDbManager"));
     if (app.m_pfnGetDbManager != nullptr && app.m_pfnFreeDbManager != nullptr)
     {
-        app.m_pDbMngr = app.m_pfnGetDbManager();
+        app.m_pDbMngr = ask_for_manager(app.m_pfnGetDbManager);
     }
+}
+
+// The library goes away next, whatever it throws.
+void call_release(void (*release)())
+try
+{
+    release();
+}
+catch (...)
+{
 }
 
 // Drops both databases and releases the library. The manager pointer is the caller's to clear.
@@ -36,7 +59,7 @@ void release_library(CAppPost& app)
     app.pDb = nullptr;
     if (app.m_pfnFreeDbManager != nullptr)
     {
-        app.m_pfnFreeDbManager();
+        call_release(app.m_pfnFreeDbManager);
     }
     if (app.m_hDbLib != nullptr)
     {
@@ -45,7 +68,6 @@ void release_library(CAppPost& app)
     }
 }
 
-// A library that throws where it should answer is taken at its word: not usable.
 DbDatabase* open_file(DbManager& manager, const char* path)
 try
 {
@@ -54,6 +76,12 @@ try
 catch (...)
 {
     return nullptr;
+}
+
+// Whether there is plainly no such file; one that cannot be looked at may well be there.
+bool is_missing(const char* path)
+{
+    return access(path, F_OK) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 bool is_usable(DbDatabase* db)
@@ -92,6 +120,12 @@ void open_databases(CAppPost& app)
     {
         release_library(app); // m_pDbMngr keeps its value on purpose: Free releases once more
         VKLOG_TRACE("pDb err\r\n");
+        return;
+    }
+    // A host without alarms is an ordinary one; a library that cannot open its file is not.
+    if (app.pDbAlm == nullptr && !is_missing(kAlarmDb))
+    {
+        VKLOG_TRACE("%s cannot be opened, alarms are not posted\r\n", kAlarmDb);
     }
 }
 
@@ -126,6 +160,7 @@ CAppPost::~CAppPost()
 }
 
 void CAppPost::Init()
+try
 {
     if (m_msgTrayid < 0)
     {
@@ -141,6 +176,12 @@ void CAppPost::Init()
     curl_global_init(CURL_GLOBAL_ALL);
 
     start_request_thread(*this); // last: it reads members that are set above
+}
+catch (...)
+{
+    // Memory. Half a start-up is none: without a data database the poster is not usable.
+    pDb = nullptr;
+    VKLOG_TRACE("vkAppPost init exception\r\n");
 }
 
 bool CAppPost::IsOk()

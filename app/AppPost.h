@@ -52,7 +52,7 @@ public:
     // --- Start-up and release -------------------------------------------------------------
 
     // Reads vkApp.ini, loads ./libvkdb.so, opens both databases and both queues, initialises
-    // libcurl and starts the request thread. Ask IsOk() for the outcome.
+    // libcurl and starts the request thread. Ask IsOk() for the outcome; nothing is thrown.
     void Init();
 
     // True when the poster has a URL to post to and a data database to read from.
@@ -72,7 +72,8 @@ public:
 
     // --- Discovery ------------------------------------------------------------------------
 
-    // Rebuilds the catalogue of tables, devices, inputs and cameras. Nothing is thrown.
+    // Rebuilds the catalogue of tables, devices, inputs and cameras. Database failures are logged
+    // and tried again; lack of memory may be thrown, and leaves the catalogue unfinished.
     void GetTbls();
 
     // --- Posting: each reads its kind of data and posts a body for each item ---------------

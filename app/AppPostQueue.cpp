@@ -60,6 +60,22 @@ void record_request(CAppPost& app, const RequestMessage& message)
     app.m_devCtrlupdSta = 1;
 }
 
+// Takes one request from the queue and records it. The thread outlives whatever is thrown there
+// (memory); the request is lost then.
+void poll_requests(CAppPost& app)
+try
+{
+    RequestMessage message{};
+    if (receive(app.m_msgCtrlid, message) && message.type == kRequestMessageType)
+    {
+        record_request(app, message);
+    }
+}
+catch (...)
+{
+    VKLOG_TRACE("[CAppPost::ProcMsg] exception\r\n");
+}
+
 void post_request(CAppPost& app, int sid)
 {
     const auto device = app.m_mapSidTbl.find(sid);
@@ -90,11 +106,7 @@ void CAppPost::ProcMsg()
 {
     for (;;)
     {
-        RequestMessage message{};
-        if (receive(m_msgCtrlid, message) && message.type == kRequestMessageType)
-        {
-            record_request(*this, message);
-        }
+        poll_requests(*this);
         pause_ms(kPollPauseMs);
     }
 }

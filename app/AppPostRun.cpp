@@ -10,6 +10,9 @@ namespace
 
 constexpr int kStepRequests = 5;
 constexpr int kLastSweepStep = 4;
+constexpr int kDiscoveryTries = 10;
+constexpr int kDiscoveryPauseMs = 10000;
+constexpr char kExceptionLine[] = "[CAppPost::Run] db exception\r\n";
 
 bool is_due(const CRunState& state, int delay_ms)
 {
@@ -67,12 +70,35 @@ void advance(CRunState& state)
     }
 }
 
+bool discover(CAppPost& app)
+try
+{
+    app.GetTbls();
+    return true;
+}
+catch (...) // memory: the catalogue is unfinished
+{
+    VKLOG_TRACE(kExceptionLine);
+    return false;
+}
+
+// The first discovery begins anew until nothing is thrown: without ReTbls there is no other one.
+// Given up after as many tries as its own phases make.
+void discover_at_start(CAppPost& app)
+{
+    for (int attempt = 1; !discover(app) && attempt < kDiscoveryTries; ++attempt)
+    {
+        app.SendMsgToTray(0, 1);
+        pause_ms(kDiscoveryPauseMs);
+    }
+}
+
 } // namespace
 
 void CAppPost::Run()
 {
     SendMsgToTray(1, 1);
-    GetTbls();
+    discover_at_start(*this);
     for (CRunState state;;)
     {
         Run(state);
@@ -121,5 +147,5 @@ try
 catch (...)
 {
     // The state stays as it was: the step that failed is tried again on the next pass.
-    VKLOG_TRACE("[CAppPost::Run] db exception\r\n");
+    VKLOG_TRACE(kExceptionLine);
 }

@@ -24,12 +24,24 @@ bool is_locked_by_other(int fd)
     return fcntl(fd, F_SETLK, &lock) == -1 && (errno == EACCES || errno == EAGAIN);
 }
 
+// False, with errno set, when the file does not hold the whole number: a part of it is the number
+// of another process, so none is left there.
 bool write_pid(int fd)
 {
     char digits[16] = {};
     std::snprintf(digits, sizeof(digits), "%d", static_cast<int>(getpid()));
-    [[maybe_unused]] const int ignored = ftruncate(fd, 0); // the write tells whether it can be used
-    return write(fd, digits, std::strlen(digits)) >= 0;
+    const size_t length = std::strlen(digits);
+    [[maybe_unused]] int ignored = ftruncate(fd, 0); // the write tells whether it can be used
+    const ssize_t written = write(fd, digits, length);
+    if (written < 0 || static_cast<size_t>(written) == length)
+    {
+        return written >= 0;
+    }
+    // Why no more was taken, the system says only when it is asked for more.
+    const int error = write(fd, digits, length) < 0 ? errno : ENOSPC;
+    ignored = ftruncate(fd, 0);
+    errno = error;
+    return false;
 }
 
 } // namespace

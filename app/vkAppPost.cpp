@@ -1,5 +1,5 @@
-// The process entry: clears the last run's log, takes the single-instance lock, installs the
-// signals and hands over to the poster. Composition only.
+// The process entry: puts in order what was inherited, clears the last run's log, takes the
+// single-instance lock, installs the signals and hands over to the poster. Composition only.
 #include <array>
 #include <cerrno>
 #include <csignal>
@@ -8,6 +8,7 @@
 
 #include "app/AlarmSignal.h"
 #include "app/AppPost.h"
+#include "app/Inherited.h"
 #include "app/SingleInstance.h"
 #include "vkPub/vkLog.h"
 
@@ -47,8 +48,30 @@ static void delete_last_log()
     [[maybe_unused]] const int ignored = std::system(command.data());
 }
 
-int main()
+static void install_signals()
 {
+    if (!prepare_alarm_signal(SIGRTMIN + 1))
+    {
+        VKLOG_TRACE("vkAppPost timer err\r\n");
+    }
+    if (std::signal(SIGRTMIN + 1, _OnAlmIns) == SIG_ERR)
+    {
+        VKLOG_TRACE("vkAppPost signal err\r\n"); // the signal stays ignored, the alarms wait
+    }
+    else
+    {
+        VKLOG_TRACE("vkAppPost signal %d\r\n", SIGRTMIN + 1);
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+}
+
+int main()
+try
+{
+    // From here until its handler stands: whoever reads the pid may send it at once.
+    std::signal(SIGRTMIN + 1, SIG_IGN);
+    put_inherited_in_order();
+
     delete_last_log();
     if (runSingleInstance() != 1)
     {
@@ -56,20 +79,7 @@ int main()
         return -3;
     }
     VKLOG_TRACE("vkAppPost compile time: %s %s\n", __DATE__, __TIME__);
-
-    if (!prepare_alarm_signal(SIGRTMIN + 1))
-    {
-        VKLOG_TRACE("vkAppPost timer err\r\n");
-    }
-    if (std::signal(SIGRTMIN + 1, _OnAlmIns) == SIG_ERR)
-    {
-        VKLOG_TRACE("vkAppPost signal err\r\n");
-    }
-    else
-    {
-        VKLOG_TRACE("vkAppPost signal %d\r\n", SIGRTMIN + 1);
-    }
-    std::signal(SIGPIPE, SIG_IGN);
+    install_signals();
 
     m_aApp.Init();
     if (!m_aApp.IsOk())
@@ -80,4 +90,10 @@ int main()
         return 0;
     }
     m_aApp.Run();
+}
+catch (...)
+{
+    // Memory, before there was a pid file: the poster lets nothing through.
+    VKLOG_TRACE("vkAppPost exception\r\n");
+    return 1;
 }

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 #include <deque>
+#include <new>
 #include <sys/msg.h>
 
 #include "tests/support/PosterTest.h"
@@ -23,6 +24,7 @@ struct Queues
     std::deque<Message> waiting;
     int getResult = 55;
     bool removed = false; // whether receiving fails with EIDRM
+    int throwing = 0;     // receives that throw
 };
 Queues queues;
 
@@ -88,6 +90,11 @@ extern "C" ssize_t msgrcv(int queue, void* text, size_t size, long type, int fla
     EXPECT_EQ(size, 88U);
     EXPECT_EQ(type, 0);
     EXPECT_EQ(flags, IPC_NOWAIT);
+    if (queues.throwing > 0)
+    {
+        --queues.throwing;
+        throw std::bad_alloc();
+    }
     if (queues.waiting.empty() || queues.removed)
     {
         errno = queues.removed ? EIDRM : ENOMSG;
@@ -205,6 +212,18 @@ TEST_F(QueueTest, ShortMessageHasZerosForWhatItLacks)
     EXPECT_THAT(app.m_mapCtrlReq, ElementsAre(Pair(0, 1), Pair(7, 1)));
     EXPECT_EQ(rec.Logs().at(0), "AppPost ProcMsg line=2735 msg.type=38154,msg.wParam=7,"
                                 "msg.lParam=0,iSid=7\r\n");
+}
+
+TEST_F(QueueTest, ThreadOutlivesAnException)
+{
+    queues.throwing = 2;
+    Request(7);
+    Rounds(3);
+    EXPECT_THAT(rec.Logs(),
+                ElementsAre("[CAppPost::ProcMsg] exception\r\n",
+                            "[CAppPost::ProcMsg] exception\r\n", StartsWith("AppPost ProcMsg ")));
+    EXPECT_THAT(rec.Pauses(), ElementsAre(50, 50, 50));
+    EXPECT_THAT(app.m_mapCtrlReq, ElementsAre(Pair(7, 1)));
 }
 
 TEST_F(QueueTest, ThreadWithoutAPosterEndsWithALine)

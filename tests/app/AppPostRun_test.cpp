@@ -1,4 +1,7 @@
 // The main cycle: pass by pass, with the steps replaced by recorders.
+#include <cstdlib>
+
+#include "tests/support/Child.h"
 #include "tests/support/PosterTest.h"
 
 namespace
@@ -387,7 +390,43 @@ TEST_F(RunTest, RequestServiceThatThrowsIsTriedAgain)
 
 TEST_F(RunTest, CycleAnnouncesItselfThenDiscovers)
 {
-    ThrowIn("GetTbls"); // the only way out: a pass lets no exception through
-    EXPECT_THROW(app.Run(), ForeignError);
-    EXPECT_THAT(rec.Events(), ElementsAre("tray(1,1)", "GetTbls"));
+    ThrowIn("GetTbls");
+    rec.onPause = [](int)
+    {
+        throw EndOfTest{}; // the only way out: a pass lets no exception through
+    };
+    EXPECT_THROW(app.Run(), EndOfTest);
+    EXPECT_THAT(rec.Events(),
+                ElementsAre("tray(1,1)", "GetTbls", kException, kTick, "pause 10000"));
+}
+
+// The cycle is never left; the tests end its process at a step, with a status that they expect.
+TEST_F(RunTest, FirstDiscoveryThatThrowsBeginsAnew)
+{
+    on_step = [this, tries = 0](const std::string& step) mutable
+    {
+        if (step != "GetTbls")
+        {
+            std::exit(step == "PostNormal" ? rec.Count(kException) : 100);
+        }
+        if (++tries < 4)
+        {
+            throw ForeignError{};
+        }
+    };
+    EXPECT_EQ(run_in_child([this] { app.Run(); }), 3);
+}
+
+TEST_F(RunTest, FirstDiscoveryIsGivenUpAfterTenTries)
+{
+    on_step = [this](const std::string& step)
+    {
+        if (step == "PostNormal")
+        {
+            EXPECT_EQ(rec.PauseSum(), 9 * 10000);
+            std::exit(HasFailure() ? 100 : rec.Count("GetTbls"));
+        }
+        throw ForeignError{};
+    };
+    EXPECT_EQ(run_in_child([this] { app.Run(); }), 10);
 }

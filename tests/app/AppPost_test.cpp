@@ -11,6 +11,7 @@
 #include <memory>
 #include <pthread.h>
 #include <sys/msg.h>
+#include <sys/resource.h>
 
 #include "app/AppInternal.h"
 #include "tests/support/Recorder.h"
@@ -565,6 +566,154 @@ TEST_F(AppPostTest, AQueueWithIdentifierZeroIsRemoved)
     script.requestQueue = 0;
     LoadEvents();
     EXPECT_THAT(FreeEvents(), Contains("remove queue 0"));
+}
+
+// --- A library that throws ----------------------------------------------------------------------
+
+TEST_F(AppPostTest, ALibraryWhoseManagersFunctionThrowsCannotBeUsed)
+{
+    stub_script.throws = StubThrows::kGet;
+    EXPECT_EQ(LoadEvents(),
+              (Texts{"dlopen ./libvkdb.so", "GetDbManager", "log libDb.mngr==NULL\r\n",
+                     "FreeDbManager", "dlclose", "log pDb err\r\n"}));
+    ExpectNoDatabase();
+    EXPECT_EQ(app->m_pDbMngr, nullptr);
+}
+
+TEST_F(AppPostTest, AReleaseFunctionThatThrowsIsCalledAndTheLibraryUnloaded)
+{
+    LoadEvents();
+    stub_script.throws = StubThrows::kFree;
+    EXPECT_EQ(FreeEvents(),
+              (Texts{kEnd, "remove queue 12", "FreeDbManager", "dlclose", "curl_global_cleanup"}));
+    ExpectNoDatabase();
+}
+
+TEST_F(AppPostTest, AReleaseFunctionThatThrowsAfterAFailedTestEndsNothing)
+{
+    stub_script.dataOpen = false;
+    stub_script.throws = StubThrows::kFree;
+    LoadEvents();
+    ExpectNoDatabase();
+    EXPECT_THAT(FreeEvents(), Contains("FreeDbManager"));
+}
+
+TEST_F(AppPostTest, ADataDatabaseWhoseMakingThrowsIsNone)
+{
+    stub_script.throws = StubThrows::kOpenData;
+    EXPECT_EQ(LoadEvents(),
+              (Texts{"dlopen ./libvkdb.so", "GetDbManager", "OpenDb(tmp/dbDat0.db3,0)",
+                     "OpenDb(tmp/dbData.db3,0)", "FreeDbManager", "dlclose", "log pDb err\r\n"}));
+    ExpectNoDatabase();
+}
+
+TEST_F(AppPostTest, ADataDatabaseWhoseTestThrowsIsNone)
+{
+    stub_script.throws = StubThrows::kOpen;
+    EXPECT_EQ(LoadEvents().back(), "log pDb err\r\n");
+    ExpectNoDatabase();
+}
+
+// --- The alarm database -------------------------------------------------------------------------
+
+namespace
+{
+
+constexpr char kNoAlarms[] = "log tmp/dbData.db3 cannot be opened, alarms are not posted\r\n";
+
+} // namespace
+
+TEST_F(AppPostTest, AnAlarmDatabaseThatIsNotThereIsNotLogged)
+{
+    stub_script.alarmDb = false;
+    EXPECT_EQ(LoadEvents().back(), "data Open(NULL,0)");
+    EXPECT_TRUE(app->IsOk());
+}
+
+TEST_F(AppPostTest, AnAlarmDatabaseThatIsThereAndCannotBeOpenedIsLogged)
+{
+    std::filesystem::create_directory("tmp");
+    write_file("tmp/dbData.db3", "");
+    stub_script.alarmDb = false;
+    EXPECT_EQ(LoadEvents().back(), kNoAlarms);
+    EXPECT_TRUE(app->IsOk());
+}
+
+TEST_F(AppPostTest, AnAlarmDatabaseWhoseMakingThrowsIsLoggedWhenItsFileIsThere)
+{
+    std::filesystem::create_directory("tmp");
+    write_file("tmp/dbData.db3", "");
+    stub_script.throws = StubThrows::kOpenAlarm;
+    EXPECT_EQ(LoadEvents().back(), kNoAlarms);
+    EXPECT_TRUE(app->IsOk());
+    EXPECT_EQ(app->pDbAlm, nullptr);
+}
+
+TEST_F(AppPostTest, WithoutADataDatabaseTheAlarmDatabaseIsNotLogged)
+{
+    std::filesystem::create_directory("tmp");
+    write_file("tmp/dbData.db3", "");
+    stub_script.alarmDb = false;
+    stub_script.dataOpen = false;
+    EXPECT_EQ(LoadEvents().back(), "log pDb err\r\n");
+}
+
+// --- A configuration that cannot be read --------------------------------------------------------
+
+TEST_F(AppPostTest, AConfigurationIsReadAgainAndThenWhole)
+{
+    std::filesystem::create_directory("vkApp.ini"); // can be opened and not be read
+    rec.onPause = [](int)
+    {
+        std::filesystem::remove("vkApp.ini");
+        write_file("vkApp.ini", "[POST]\nUrl=http://h/\n");
+    };
+    app->Init();
+    EXPECT_EQ(app->m_strUrl, "http://h/");
+    EXPECT_THAT(rec.Pauses(), ElementsAre(200));
+    EXPECT_THAT(rec.Logs().front(), StartsWith("msg=11 POST url=http://h/ "));
+}
+
+TEST_F(AppPostTest, AConfigurationThatLackOfDescriptorsKeepsShutIsReadAgain)
+{
+    write_file("vkApp.ini", "[POST]\nUrl=http://h/\n");
+    rlimit usual{};
+    getrlimit(RLIMIT_NOFILE, &usual);
+    const rlimit none{0, usual.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    rec.onPause = [&](int)
+    {
+        setrlimit(RLIMIT_NOFILE, &usual);
+    };
+    app->Init();
+    EXPECT_EQ(app->m_strUrl, "http://h/");
+    EXPECT_THAT(rec.Pauses(), ElementsAre(200));
+}
+
+TEST_F(AppPostTest, AConfigurationThatLeadsNowhereIsLikeNone)
+{
+    std::filesystem::create_symlink("nowhere", "vkApp.ini");
+    app->Init();
+    EXPECT_THAT(rec.Pauses(), IsEmpty());
+    EXPECT_THAT(rec.Logs().front(), StartsWith("msg=11 POST url= almurl= "));
+}
+
+TEST_F(AppPostTest, AConfigurationThatStaysUnreadableIsSaidAndNotUsable)
+{
+    std::filesystem::create_directory("vkApp.ini");
+    Library();
+    app->Init();
+    EXPECT_THAT(rec.Pauses(), ElementsAre(200, 200));
+    EXPECT_EQ(rec.Logs().front(), "vkApp.ini cannot be read: Is a directory\r\n");
+    EXPECT_THAT(rec.Logs()[1], StartsWith("msg=11 POST url= almurl= "));
+    EXPECT_FALSE(app->IsOk());
+}
+
+TEST_F(AppPostTest, AConfigurationThatCannotBeOpenedIsNotReadAgain)
+{
+    app->Init();
+    EXPECT_THAT(rec.Pauses(), IsEmpty());
+    EXPECT_THAT(rec.Logs().front(), StartsWith("msg=11 POST url= almurl= "));
 }
 
 // --- Lock ---------------------------------------------------------------------------------------

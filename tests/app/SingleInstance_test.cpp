@@ -35,6 +35,7 @@ struct SystemScript
     const char* exe = nullptr; // where /proc/self/exe points to; null: the system's own answer
     bool exeFails = false;
     struct flock asked = {}; // the lock asked for
+    size_t pidRoom = 100;    // bytes that the pid file takes before the disk is full
 };
 SystemScript script;
 
@@ -81,6 +82,24 @@ extern "C" ssize_t readlink(const char* path, char* buffer, size_t size) noexcep
         return static_cast<ssize_t>(length);
     }
     return syscall(SYS_readlinkat, AT_FDCWD, path, buffer, size);
+}
+
+extern "C" ssize_t write(int fd, const void* bytes, size_t size)
+{
+    struct stat status = {};
+    struct stat pid_file = {};
+    if (fstat(fd, &status) == 0 && stat(kPidFile, &pid_file) == 0 &&
+        status.st_ino == pid_file.st_ino && status.st_dev == pid_file.st_dev)
+    {
+        size = std::min(size, script.pidRoom);
+        script.pidRoom -= size;
+        if (size == 0)
+        {
+            errno = EFBIG;
+            return -1;
+        }
+    }
+    return syscall(SYS_write, fd, bytes, size);
 }
 
 namespace
@@ -283,4 +302,14 @@ TEST_F(SingleInstanceTest, AFullFileSystemEndsTheProcessWithStatus1)
     EXPECT_EQ(RunStatus(), 1);
     EXPECT_THAT(Log(), EndsWith("] Write file failed, file: /var/run/app_single_instance_test.pid, "
                                 "error: No space left on device\n"));
+}
+
+TEST_F(SingleInstanceTest, APidThatIsWrittenInPartIsNotWritten)
+{
+    // The reason is the one that the rest of it meets; no part of a number stays.
+    script.pidRoom = 1;
+    EXPECT_EQ(RunStatus(), 1);
+    EXPECT_THAT(Log(), EndsWith("] Write file failed, file: /var/run/app_single_instance_test.pid, "
+                                "error: File too large\n"));
+    EXPECT_EQ(PidFile(), "");
 }

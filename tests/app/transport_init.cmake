@@ -32,6 +32,9 @@ add_dependencies(app_post_test stub_full stub_no_get stub_no_free stub_empty)
 # In the box: the pid file's folder is fixed.
 vk_app_test(app_single_instance_test SOURCES SingleInstance_test.cpp LIBS in_box)
 
+# What a parent leaves behind, left by the test.
+vk_app_test(app_inherited_test SOURCES Inherited_test.cpp)
+
 # Pauses and clock on system calls of the test's own.
 vk_app_test(app_pause_test SOURCES AppPause_test.cpp)
 

@@ -2,17 +2,34 @@
 //   STUB_MANAGER   GetDbManager is there; 0: it returns null, 1: a manager
 //   STUB_RELEASE   FreeDbManager is there; each call leaves a letter in the file "released"
 //   STUB_DATABASE  what the manager opens; 0: null, 1: a database that cannot be used
+//   STUB_THROWS    FreeDbManager throws, and with it 1: GetDbManager, 2: a database's Open
 #include <cstdio>
 
 #include "db/DbInterface.h"
 
+#ifndef STUB_THROWS
+#define STUB_THROWS 0
+#endif
+
 namespace
 {
+
+[[maybe_unused]] void throw_if(bool throws)
+{
+    if (throws)
+    {
+        throw CppSQLite3Exception(14, "the library says so");
+    }
+}
 
 class CUselessDatabase final : public DbDatabase
 {
 public:
-    bool Open(const char*, int) override { return false; }
+    bool Open(const char*, int) override
+    {
+        throw_if(STUB_THROWS == 2);
+        return false;
+    }
     int Close() override { return 0; }
     int Exec(const char*) override { return 0; }
     int QryExec(const char*, int) override { return -1; }
@@ -43,6 +60,7 @@ private:
 #ifdef STUB_MANAGER
 DbManager* GetDbManager()
 {
+    throw_if(STUB_THROWS == 1);
     return STUB_MANAGER ? &manager : nullptr;
 }
 #endif
@@ -55,5 +73,6 @@ void FreeDbManager()
         std::fputc('r', file);
         std::fclose(file);
     }
+    throw_if(STUB_THROWS != 0);
 }
 #endif

@@ -68,6 +68,10 @@ void CDaemon::Start(const std::string& dir)
     redirect(STDERR_FILENO, dir + "/stderr");
     if (chdir(dir.c_str()) == 0)
     {
+        if (m_before)
+        {
+            m_before();
+        }
         exec_daemon(m_strRecord);
     }
     _exit(kNoExec);

@@ -4,6 +4,7 @@
 // output and error go to files in its directory.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <sys/types.h>
@@ -22,6 +23,8 @@ public:
     // Set before Start: strace -y writes down there what files the daemon opens, reads and writes.
     // It has the whole record when it says how the daemon ended.
     void Trace(const std::string& record) { m_strRecord = record; }
+    // Done in the daemon's process right before the program starts: what a parent leaves behind.
+    void Before(std::function<void()> work) { m_before = std::move(work); }
 
     // Throws std::runtime_error when there is no process to be had.
     void Start(const std::string& dir);
@@ -41,6 +44,7 @@ public:
 
 private:
     std::map<std::string, std::string> m_env;
+    std::function<void()> m_before;
     std::string m_strDir;
     std::string m_strRecord; // empty: not traced
     pid_t m_pid = -1;

@@ -10,6 +10,14 @@
 namespace
 {
 
+void throw_if(StubThrows function)
+{
+    if (stub_script.throws == function)
+    {
+        throw CppSQLite3Exception(14, "the library says so");
+    }
+}
+
 class CStubDatabase final : public DbDatabase
 {
 public:
@@ -19,6 +27,7 @@ public:
     {
         const std::string shown = path != nullptr ? path : "NULL";
         stub_called((m_name + " Open(" + shown + "," + std::to_string(mode) + ")").c_str());
+        throw_if(StubThrows::kOpen);
         return stub_script.dataOpen;
     }
     int Close() override
@@ -49,6 +58,7 @@ public:
     {
         stub_called(("OpenDb(" + std::string(path) + "," + std::to_string(flags) + ")").c_str());
         const bool isData = std::strcmp(path, "tmp/dbDat0.db3") == 0;
+        throw_if(isData ? StubThrows::kOpenData : StubThrows::kOpenAlarm);
         CStubDatabase& db = isData ? m_data : m_alarm;
         return (isData ? stub_script.dataDb : stub_script.alarmDb) ? &db : nullptr;
     }
@@ -66,6 +76,7 @@ private:
 DbManager* GetDbManager()
 {
     stub_called("GetDbManager");
+    throw_if(StubThrows::kGet);
     return stub_script.manager ? &manager : nullptr;
 }
 #endif
@@ -74,5 +85,6 @@ DbManager* GetDbManager()
 void FreeDbManager()
 {
     stub_called("FreeDbManager");
+    throw_if(StubThrows::kFree);
 }
 #endif

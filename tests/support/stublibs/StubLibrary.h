@@ -2,6 +2,17 @@
 // names and exports them; the library tells what is called and does as the script says.
 #pragma once
 
+// Which of the library's functions throws.
+enum class StubThrows
+{
+    kNothing,
+    kGet,      // GetDbManager
+    kFree,     // FreeDbManager
+    kOpenData, // OpenDb of the data database
+    kOpenAlarm,
+    kOpen, // Open of the data database
+};
+
 // What the stub library answers.
 struct StubScript
 {
@@ -9,6 +20,7 @@ struct StubScript
     bool dataDb = true;   // OpenDb("tmp/dbDat0.db3") gives one
     bool alarmDb = true;  // OpenDb of any other file
     bool dataOpen = true; // Open of the data database
+    StubThrows throws = StubThrows::kNothing;
 };
 
 extern "C"
