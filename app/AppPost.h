@@ -34,7 +34,8 @@ struct CRunState
     int nPostType = 0;       // next step: 0 devices, 1 general tables, 2 DI/DO, 3 cameras, 4 host,
                              // 5 requests
     int64_t nowMs = 0;       // wall clock of this pass
-    int64_t lastSweepMs = 0; // wall clock of the pass that ended the last sweep; 0: due at once
+    int64_t lastSweepMs = 0; // wall clock of the pass that ended the last sweep; 0, or one that is
+                             // still to come: due at once
     int64_t passCount = 0;   // passes since the last reset; puts an idle pass between two steps
     int64_t reTblsCount = 0; // due passes since the tables were last discovered
 };

@@ -14,9 +14,12 @@ constexpr int kDiscoveryTries = 10;
 constexpr int kDiscoveryPauseMs = 10000;
 constexpr char kExceptionLine[] = "[CAppPost::Run] db exception\r\n";
 
+// Due at once is also what a board finds whose clock begins in 1970, below any Delay, and what one
+// finds whose clock was set back: it would be silent until the clock is there again.
 bool is_due(const CRunState& state, int delay_ms)
 {
-    return state.nowMs - state.lastSweepMs >= delay_ms;
+    return state.lastSweepMs == 0 || state.nowMs < state.lastSweepMs ||
+           state.nowMs - state.lastSweepMs >= delay_ms;
 }
 
 void rediscover_when_counted(CAppPost& app, CRunState& state)
@@ -66,7 +69,9 @@ void advance(CRunState& state)
     if (state.nPostType > kLastSweepStep)
     {
         state.nPostType = 0;
-        state.lastSweepMs = state.nowMs; // the sweep is over, the wait for the next one begins
+        // The sweep is over, the wait for the next one begins. 0 would be due at once, and with a
+        // clock that stands there, as one does that cannot be read, for ever.
+        state.lastSweepMs = state.nowMs != 0 ? state.nowMs : -1;
     }
 }
 

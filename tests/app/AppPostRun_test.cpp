@@ -179,13 +179,87 @@ TEST_F(RunTest, ClockThatFailsKeepsTheLastTime)
     EXPECT_EQ(Walk(1), "PostNormal");
 }
 
-TEST_F(RunTest, ClockThatGoesBackHoldsTheNextSweep)
+TEST_F(RunTest, ClockThatGoesBackEndsTheWait)
 {
     Passes(9);
     rec.clockMs -= 60000;
-    EXPECT_EQ(Walk(1), "idle");
-    rec.clockMs += 65000;
+    EXPECT_EQ(Walk(9), "PostNormal idle PostGeneral idle PostDio idle PostCam idle PostOther");
+    EXPECT_EQ(Walk(1), "idle"); // the next wait counts from the new time
+    rec.clockMs += 5000;
     EXPECT_EQ(Walk(1), "PostNormal");
+}
+
+TEST_F(RunTest, ClockThatGoesBackLessThanTheWaitHasLastedLengthensIt)
+{
+    Passes(9);
+    rec.clockMs += 3000;
+    EXPECT_EQ(Walk(1), "idle");
+    rec.clockMs -= 3000; // the very moment at which the sweep ended
+    EXPECT_EQ(Walk(1), "idle");
+    rec.clockMs -= 1;
+    EXPECT_EQ(Walk(1), "PostNormal");
+}
+
+TEST_F(RunTest, ClockThatGoesBackInTheMiddleOfASweepDoesNotHoldIt)
+{
+    Passes(9);
+    rec.clockMs += 5000;
+    EXPECT_EQ(Walk(2), "PostNormal idle");
+    rec.clockMs -= 3600000;
+    EXPECT_EQ(Walk(7), "PostGeneral idle PostDio idle PostCam idle PostOther");
+    EXPECT_EQ(state.lastSweepMs, rec.clockMs);
+}
+
+TEST_F(RunTest, BoardThatStartsIn1970SweepsAtOnceAndThenKeepsTheDelay)
+{
+    rec.clockMs = 40; // less than Delay
+    EXPECT_EQ(Walk(10),
+              "PostNormal idle PostGeneral idle PostDio idle PostCam idle PostOther idle");
+    rec.clockMs += 4999;
+    EXPECT_EQ(Walk(1), "idle");
+    rec.clockMs += 1;
+    EXPECT_EQ(Walk(1), "PostNormal");
+}
+
+TEST_F(RunTest, ClockThatIsSetRightAfterAStartIn1970EndsTheWait)
+{
+    rec.clockMs = 40;
+    Passes(10);
+    rec.clockMs = 1714536000000;
+    EXPECT_EQ(Walk(1), "PostNormal");
+}
+
+TEST_F(RunTest, ClockBefore1970IsAClockLikeAnyOther)
+{
+    rec.clockMs = -7200000;
+    EXPECT_EQ(Walk(10),
+              "PostNormal idle PostGeneral idle PostDio idle PostCam idle PostOther idle");
+    rec.clockMs += 5000;
+    EXPECT_EQ(Walk(1), "PostNormal");
+}
+
+TEST_F(RunTest, SweepThatEndsAtTheVeryFirstMomentOf1970IsFollowedByAWait)
+{
+    rec.clockMs = 0;
+    Passes(9);
+    EXPECT_EQ(Walk(3), "idle idle idle");
+    rec.clockMs = 5000;
+    EXPECT_EQ(Walk(1), "PostNormal");
+}
+
+TEST_F(RunTest, ClockThatNeverWorksLeavesOneSweepAndNotAnEndlessOne)
+{
+    rec.clockWorks = false;
+    Passes(9);
+    EXPECT_EQ(Walk(3), "idle idle idle");
+}
+
+TEST_F(RunTest, RequestIsServedOnABoardThatStartedIn1970)
+{
+    rec.clockMs = 40;
+    Passes(9 + 3);
+    app.m_devCtrlupdSta = 1;
+    EXPECT_THAT(Pass(), Contains("PostMsgrecv"));
 }
 
 // --- Rediscovery --------------------------------------------------------------------------------
