@@ -33,10 +33,12 @@ void sort_table(CAppPost& app, const std::string& table)
     (general ? app.m_vGenTbls : app.m_vTbls).push_back(table);
 }
 
-void read_names(CAppPost& app, int& iqry)
+// False when the query could not be started: nothing is known of the names then.
+bool read_names(CAppPost& app, int& iqry)
 {
     DbDatabase& db = *app.pDb;
     iqry = db.QryExec("select SID,Name from tbSM", -1); // not tested: no query is an empty one
+    const bool started = iqry >= 0;
     for (; !db.QryEof(iqry); db.QryNext(iqry))
     {
         const std::string name = text_or_empty(db.QryGetStr(iqry, "Name"));
@@ -46,9 +48,10 @@ void read_names(CAppPost& app, int& iqry)
     }
     db.QryFree(iqry);
     iqry = -1;
+    return started;
 }
 
-Try read_tables_and_names(CAppPost& app, int tryNumber, int& iqry)
+Try read_tables_and_names(CAppPost& app, int tryNumber, int& iqry, bool& has_names)
 {
     DbDatabase& db = *app.pDb;
     iqry =
@@ -66,12 +69,27 @@ Try read_tables_and_names(CAppPost& app, int tryNumber, int& iqry)
     db.QryFree(iqry);
     iqry = -1;
 
-    read_names(app, iqry);
+    has_names = read_names(app, iqry);
     return Try::kDone;
 }
 
-Try try_tables(CAppPost& app, int tryNumber)
+// Alarms do not wait for the phase, which may take minutes, and none goes out a second time. So
+// they get what each try has read. But what a failed try has read of the names takes the place of
+// others only if it is all of them.
+void publish_names_of_try(CAppPost& app, bool has_all)
 {
+    const auto published = std::atomic_load(&app.m_pAlmNames);
+    const bool has_none = published == nullptr || published->empty();
+    if (!app.m_mapSmName.empty() && (has_all || has_none))
+    {
+        publish_names(app);
+    }
+}
+
+// has_names: whether all names were read, be there any or none.
+Try try_tables(CAppPost& app, int tryNumber, bool& has_names)
+{
+    has_names = false;
     app.m_vTbls.clear();
     app.m_vGenTbls.clear();
     app.m_mapSmName.clear();
@@ -80,7 +98,7 @@ Try try_tables(CAppPost& app, int tryNumber)
     int iqry = -1;
     try
     {
-        if (read_tables_and_names(app, tryNumber, iqry) == Try::kNoQuery)
+        if (read_tables_and_names(app, tryNumber, iqry, has_names) == Try::kNoQuery)
         {
             return Try::kNoQuery;
         }
@@ -95,7 +113,9 @@ Try try_tables(CAppPost& app, int tryNumber)
     }
     free_quietly(*app.pDb, iqry);
 
-    if (!app.m_vTbls.empty() && !app.m_mapSmName.empty())
+    const bool done = !app.m_vTbls.empty() && !app.m_mapSmName.empty();
+    publish_names_of_try(app, done || has_names);
+    if (done)
     {
         return Try::kDone;
     }
@@ -207,8 +227,12 @@ template <typename Attempt> void with_tries(CAppPost& app, Attempt attempt)
 
 void discover_tables(CAppPost& app)
 {
-    with_tries(app, [&](int tryNumber) { return try_tables(app, tryNumber); });
-    publish_names(app);
+    bool has_names = false;
+    with_tries(app, [&](int tryNumber) { return try_tables(app, tryNumber, has_names); });
+    if (has_names && app.m_mapSmName.empty())
+    {
+        publish_names(app); // in all tries there were none: the last discovery's are no longer true
+    }
     VKLOG_TRACE("[CAppPost::GetTbls] table size: %d\n", static_cast<int>(app.m_vTbls.size()));
 }
 

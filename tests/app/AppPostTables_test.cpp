@@ -43,6 +43,16 @@ protected:
         Inputs({{"Door", "31"}});
         Cameras({{"40", "Cam-1"}});
     }
+    // The names that alarms go out with.
+    std::map<int, std::string> Published() const
+    {
+        return app.m_pAlmNames != nullptr ? *app.m_pAlmNames : std::map<int, std::string>();
+    }
+    void Publish(std::map<int, std::string> names) // by an earlier discovery
+    {
+        app.m_mapSmName = std::move(names);
+        publish_names(app);
+    }
     std::string NoQuery(const std::string& what, int tryNumber)
     {
         return "[CAppPost::GetTbls] Read " + what +
@@ -146,6 +156,112 @@ TEST_F(TablesTest, PublishesTheNamesToTheAlarmRoutine)
     SmallRoom();
     app.GetTbls();
     EXPECT_THAT(*app.m_pAlmNames, ElementsAre(Pair(7, "UPS-1")));
+}
+
+TEST_F(TablesTest, AlarmDuringTheTriesOfAHostWithoutADeviceTableHasItsName)
+{
+    Tables({});
+    Names({{"7", "UPS-1"}});
+    Inputs({});
+    Cameras({});
+    app.m_strAlmUrl = "a";
+    app.m_vAlmUrls = {"a"};
+    dbAlm.Rows("DID,SID,Type,Alm,LastUpd,AlmBrief,AlmMask,AlmImg",
+               {{"3", "7", "1024", "0", "T", "hot", "0", ""}});
+    dbAlm.On("tbSMAlarm").Rows("DID", {});
+    rec.onPause = [&](int)
+    {
+        app.OnAlmIns();
+    };
+    rec.onPost = [&]
+    {
+        EXPECT_EQ(rec.PauseSum(), kLong); // it waited for one try
+    };
+    app.GetTbls();
+    EXPECT_THAT(rec.Bodies(), ElementsAre(HasSubstr("&sname=UPS-1&")));
+}
+
+TEST_F(TablesTest, NamesArePublishedBeforeTheLineThatEndsAFailedTry)
+{
+    Tables({});
+    Names({{"7", "UPS-1"}});
+    Inputs({});
+    Cameras({});
+    rec.onTray = [&](int, int) // the second tick comes right behind the line
+    {
+        if (rec.Count("log Read Tables Error! Try Count: 1\n") == 1)
+        {
+            EXPECT_THAT(Published(), ElementsAre(Pair(7, "UPS-1")));
+        }
+    };
+    app.GetTbls();
+    EXPECT_EQ(rec.Count("log Read Tables Error! Try Count: 10\n"), 1);
+}
+
+TEST_F(TablesTest, DiscoveryThatCannotReadTheNamesLeavesTheLastOnes)
+{
+    Publish({{7, "UPS-1"}});
+    db.On(kNames).Throw(11, "malformed", 9);
+    db.On(kNames).Fail(1);
+    SmallRoom();
+    app.GetTbls();
+    EXPECT_EQ(rec.Count("log Read Tables Error! Try Count: 10\n"), 1);
+    EXPECT_THAT(app.m_mapSmName, Not(Contains(Pair(7, "UPS-1"))));
+    EXPECT_THAT(Published(), ElementsAre(Pair(7, "UPS-1")));
+}
+
+TEST_F(TablesTest, PartOfTheNamesIsBetterThanNone)
+{
+    Tables({});
+    Names({{"7", "new"}, {"8", "new"}});
+    Inputs({});
+    Cameras({});
+    for (int nth = 1; nth <= 10; ++nth)
+    {
+        db.ThrowIn("QryNext", nth, 10, "disk I/O error"); // behind the first name of each try
+    }
+    app.GetTbls();
+    EXPECT_THAT(Published(), ElementsAre(Pair(7, "new")));
+}
+
+TEST_F(TablesTest, PartOfTheNamesDoesNotReplaceTheLastOnes)
+{
+    Publish({{7, "old"}, {8, "old"}});
+    Tables({});
+    Names({{"7", "new"}, {"8", "new"}});
+    Inputs({});
+    Cameras({});
+    for (int nth = 1; nth <= 10; ++nth)
+    {
+        db.ThrowIn("QryNext", nth, 10, "disk I/O error"); // behind the first name of each try
+    }
+    app.GetTbls();
+    EXPECT_THAT(Published(), ElementsAre(Pair(7, "old"), Pair(8, "old")));
+}
+
+TEST_F(TablesTest, NamesThatAreGoneAreForgottenWhenTheTriesAreOver)
+{
+    Publish({{7, "old"}});
+    Tables({"tbUps"});
+    Names({});
+    Sids("tbUps", {{"7"}});
+    Inputs({});
+    Cameras({});
+    rec.onPause = [&](int)
+    {
+        EXPECT_THAT(Published(), ElementsAre(Pair(7, "old")));
+    };
+    app.GetTbls();
+    EXPECT_THAT(Published(), IsEmpty());
+}
+
+TEST_F(TablesTest, DiscoveryPublishesChangedNames)
+{
+    Publish({{7, "old"}, {8, "old"}});
+    SmallRoom();
+    db.ThrowIn("QryFree", 2, 10, "disk I/O error"); // of the names' query: a success all the same
+    app.GetTbls();
+    EXPECT_THAT(Published(), ElementsAre(Pair(7, "UPS-1")));
 }
 
 // --- Tables and names -------------------------------------------------------------------------
