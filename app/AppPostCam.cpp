@@ -33,9 +33,8 @@ void post_camera(CAppPost& app, size_t i, int& number, int& iqry)
         app.m_iPostRow = number++;
         app.SendMsgToTray(0, 1);
     }
-    const int done = iqry;
+    db.QryFree(iqry); // one that throws leaves the query to try_camera
     iqry = -1;
-    db.QryFree(done);
     if (gone)
     {
         app.SendMsgToTray(0, 1);

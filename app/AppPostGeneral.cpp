@@ -64,9 +64,8 @@ bool post_table(CAppPost& app, GeneralTable table, const std::string& name, int&
             return false;
         }
         post_rows(app, table, name, iqry, columns);
-        const int done = iqry;
+        app.pDb->QryFree(iqry);
         iqry = -1;
-        app.pDb->QryFree(done);
     }
     catch (...) // without a message, on purpose: the table's remaining rows come next time
     {

@@ -123,6 +123,28 @@ TEST_F(CamTest, HeldQueryIsFreedAfterThePause)
     EXPECT_THAT(rec.Bodies(), ElementsAre(Body(40)));
 }
 
+TEST_F(CamTest, QueryWhoseFreeingThrowsIsFreedOnceMoreAndTheCameraTriedAgain)
+{
+    db.ThrowIn("QryFree", 1, 10, "disk I/O error");
+    Camera(40);
+    app.PostCam();
+    EXPECT_EQ(db.OpenQueries(), 0);
+    EXPECT_THAT(rec.Between("log [CAppPost", "sql"),
+                ElementsAre("log [CAppPost::PostDio] Post Cam exception, SID=40, TryCnt=1\n",
+                            "pause 2000", "free"));
+    EXPECT_THAT(rec.Bodies(), ElementsAre(Body(40)));
+}
+
+TEST_F(CamTest, QueryOfARowThatHasGoneIsFreedOnceMoreToo)
+{
+    Found(40);
+    db.ThrowIn("QryFree", 1, 10, "disk I/O error");
+    db.On("SID=40").Rows("SID", {});
+    app.PostCam();
+    EXPECT_EQ(db.OpenQueries(), 0);
+    EXPECT_EQ(rec.Count("close"), 1);
+}
+
 TEST_F(CamTest, SuccessClearsTheFailureCount)
 {
     Camera(40);
@@ -135,6 +157,7 @@ TEST_F(CamTest, ExceptionWhileRecoveringEndsTheCamerasAndCloses)
 {
     db.ThrowForeignIn("QryGetStr", 1);
     db.ThrowForeignIn("QryFree", 1);
+    db.ExpectLeftOpen(1); // to Close
     Camera(40);
     Camera(41);
     EXPECT_NO_THROW(app.PostCam());

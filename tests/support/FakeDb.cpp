@@ -237,12 +237,12 @@ void FakeDb::QryFree(int iqry)
 {
     Query* query = Get(iqry);
     Recorder::Get().Add(query != nullptr ? "free" : "free of no query");
+    Enter("QryFree"); // one that throws has freed nothing
     if (query != nullptr)
     {
         Spoil(*query);
         m_queries.erase(iqry);
     }
-    Enter("QryFree");
 }
 
 int FakeDb::QryFldCount(int iqry)
