@@ -16,11 +16,6 @@ pthread_t request_thread; // set before has_request_thread
 std::atomic<bool> has_timer{false};
 timer_t timer; // set before has_timer
 
-bool is_request_thread()
-{
-    return pthread_equal(pthread_self(), request_thread) != 0;
-}
-
 // Two signals that wait for the timer become one, which loses nothing: one run of the routine
 // takes all alarms that are waiting.
 void send_again_soon()
@@ -50,9 +45,14 @@ void pass_alarm_signals_to(pthread_t thread)
     has_request_thread = true;
 }
 
+bool on_request_thread()
+{
+    return has_request_thread && pthread_equal(pthread_self(), request_thread) != 0;
+}
+
 bool pass_alarm_signal_on(int sig)
 {
-    const bool mine = !has_request_thread || is_request_thread();
+    const bool mine = !has_request_thread || on_request_thread();
     if (mine && at_rest())
     {
         return false;

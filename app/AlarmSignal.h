@@ -22,6 +22,9 @@ bool prepare_alarm_signal(int sig);
 // main thread before it first rests, so that the two never both think the routine is theirs.
 void pass_alarm_signals_to(pthread_t thread);
 
+// Whether the caller is the request thread.
+bool on_request_thread();
+
 // In the handler: true when the signal was passed on, false when the routine is to run here and
 // now.
 bool pass_alarm_signal_on(int sig);

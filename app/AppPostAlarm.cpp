@@ -6,6 +6,7 @@
 
 #include <cstring>
 
+#include "app/AlarmSignal.h"
 #include "vkPub/vkLog.h"
 
 namespace
@@ -30,6 +31,15 @@ struct Alarm
     std::string updated;
     std::string title;
     std::string image;
+};
+
+// What one call knows from pass to pass.
+struct AlarmRun
+{
+    int failures = 0;
+    bool hasLast = false;
+    int lastDid = 0;
+    int64_t posts = 0;
 };
 
 Alarm read_alarm(DbDatabase& db, int iqry)
@@ -139,22 +149,35 @@ void compose_alarm(CAppPost& app, const Alarm& alarm, char* buffer)
     body.LogLeftOut("sid", alarm.sid);
 }
 
-void post_alarm(CAppPost& app, const char* body)
+// Alarms for a server that does not answer take the request thread for minutes. No lock of its is
+// held while it rests, which is where the routine interrupts it.
+void poll_between_posts(CAppPost& app)
+{
+    if (!on_request_thread())
+    {
+        return; // the thread is at work itself, or there is none
+    }
+    try
+    {
+        poll_requests(app);
+    }
+    catch (...) // out of memory: a request lost must not leave an alarm that was posted unmarked
+    {
+    }
+}
+
+void post_alarm(CAppPost& app, AlarmRun& run, const char* body)
 {
     for (const std::string& url : app.m_vAlmUrls)
     {
+        if (run.posts++ > 0)
+        {
+            poll_between_posts(app);
+        }
         const bool sent = app.DoPost(body, url.c_str()) != 0;
         VKLOG_TRACE("CAppPost::OnAlmIns post %s %s\r\n", url.c_str(), sent ? "ok" : "fail");
     }
 }
-
-// What one call knows from pass to pass.
-struct AlarmRun
-{
-    int failures = 0;
-    bool hasLast = false;
-    int lastDid = 0;
-};
 
 // The index of a query on the oldest alarm not yet sent; -1 when it failed too often.
 int query_alarm(CAppPost& app, AlarmRun& run)
@@ -206,7 +229,7 @@ bool post_next_alarm(CAppPost& app, AlarmRun& run)
     char body[kAlarmBodyBytes];
     compose_alarm(app, alarm, body);
     db.QryFree(iqry);
-    post_alarm(app, body);
+    post_alarm(app, run, body);
     db.Exec(format_text("update tbSMAlarm set AFld=1 where DID=%ld", long{alarm.did}).c_str());
     return true;
 }

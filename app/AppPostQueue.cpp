@@ -92,6 +92,15 @@ void post_request(CAppPost& app, int sid)
 
 } // namespace
 
+void poll_requests(CAppPost& app)
+{
+    RequestMessage message{};
+    if (receive(app.m_msgCtrlid, message) && message.type == kRequestMessageType)
+    {
+        record_request(app, message);
+    }
+}
+
 void* CAppPost::ProcMsgRun1(void* arg)
 {
     if (arg != nullptr)

@@ -6,6 +6,9 @@
 #include <new>
 #include <sys/msg.h>
 
+#include <thread>
+
+#include "app/AlarmSignal.h"
 #include "tests/support/PosterTest.h"
 
 namespace
@@ -241,6 +244,110 @@ TEST_F(QueueTest, ThreadRunsTheLoopOfItsPoster)
     };
     EXPECT_THROW(CAppPost::ProcMsgRun1(&app), EndOfTest);
     EXPECT_THAT(app.m_mapCtrlReq, ElementsAre(Pair(7, 1)));
+}
+
+// --- Between two alarms -------------------------------------------------------------------------
+
+namespace
+{
+
+class AlarmPollTest : public QueueTest
+{
+protected:
+    AlarmPollTest()
+    {
+        app.m_strAlmUrl = "a";
+        app.m_vAlmUrls = {"a"};
+    }
+    void Alarms(int count)
+    {
+        for (int did = 1; did <= count; ++did)
+        {
+            dbAlm.Rows("DID,SID,Type,Alm,LastUpd,AlmBrief,AlmMask,AlmImg",
+                       {{std::to_string(did), "7", "0", "0", "T", "x", "0", ""}});
+        }
+        dbAlm.Rows("DID", {});
+    }
+    // The routine on the request thread, as the handler runs it there.
+    void RunOnRequestThread()
+    {
+        std::thread thread(
+            [&]
+            {
+                pass_alarm_signals_to(pthread_self());
+                app.OnAlmIns();
+            });
+        thread.join();
+    }
+    // Posts, marks and looks into the queue, in their order.
+    std::vector<std::string> Walk() const
+    {
+        std::vector<std::string> walk;
+        for (const std::string& event : rec.Events())
+        {
+            const std::string word = event.substr(0, event.find_first_of(" ("));
+            if (word == "post" || word == "exec" || word == "msgrcv")
+            {
+                walk.push_back(word);
+            }
+        }
+        return walk;
+    }
+};
+
+} // namespace
+
+TEST_F(AlarmPollTest, QueueIsLookedIntoOnceBetweenTwoPosts)
+{
+    Alarms(3);
+    RunOnRequestThread();
+    EXPECT_THAT(Walk(),
+                ElementsAre("post", "exec", "msgrcv", "post", "exec", "msgrcv", "post", "exec"));
+}
+
+TEST_F(AlarmPollTest, TheSameHoldsForTheServersOfOneAlarm)
+{
+    app.m_vAlmUrls = {"a", "b"};
+    Alarms(1);
+    RunOnRequestThread();
+    EXPECT_THAT(Walk(), ElementsAre("post", "msgrcv", "post", "exec"));
+}
+
+TEST_F(AlarmPollTest, RequestThatWaitsIsRecorded)
+{
+    Request(9);
+    Alarms(2);
+    RunOnRequestThread();
+    EXPECT_THAT(app.m_mapCtrlReq, ElementsAre(Pair(9, 1)));
+    EXPECT_EQ(app.m_devCtrlupdSta, 1);
+    EXPECT_EQ(rec.Count("log AppPost ProcMsg line=2735 msg.type=38154,msg.wParam=9,msg.lParam=0,"
+                        "iSid=9\r\n"),
+              1);
+}
+
+TEST_F(AlarmPollTest, OtherTypesAreTakenAndDropped)
+{
+    queues.waiting.push_back({38155, 7, 0});
+    Alarms(2);
+    RunOnRequestThread();
+    EXPECT_THAT(queues.waiting, IsEmpty());
+    EXPECT_EQ(app.m_devCtrlupdSta, 0);
+}
+
+TEST_F(AlarmPollTest, OneAlarmDoesNotTouchTheQueue)
+{
+    Alarms(1);
+    RunOnRequestThread();
+    EXPECT_THAT(Walk(), ElementsAre("post", "exec"));
+}
+
+TEST_F(AlarmPollTest, RoutineOnAnotherThreadLeavesTheQueueToTheRequestThread)
+{
+    Request(9);
+    Alarms(3);
+    app.OnAlmIns();
+    EXPECT_THAT(Walk(), ElementsAre("post", "exec", "post", "exec", "post", "exec"));
+    EXPECT_THAT(queues.waiting, SizeIs(1));
 }
 
 // --- The pick-up --------------------------------------------------------------------------------

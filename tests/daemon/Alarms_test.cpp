@@ -77,6 +77,35 @@ TEST_F(Alarms, AlarmIsPostedAndMarked)
     EXPECT_EQ(Marked(), "1");
 }
 
+TEST_F(Alarms, HostWithoutADeviceTableKnowsItsNamesAfterTheFirstTry)
+{
+    // Discovery goes on trying for 100 seconds.
+    host.EmptyRoom();
+    host.Data("insert into tbSM(SID,Name) values(7,'Dev7')");
+    host.Alarm(1, 7, "too hot");
+    Start();
+    ASSERT_TRUE(wait_logged("Read Tables Error! Try Count: 1\n"));
+    Signal();
+    EXPECT_THAT(receiver.Bodies(kAlarms), ElementsAre(alarm_body("too hot")));
+}
+
+TEST_F(Alarms, RequestIsTakenBetweenTwoAlarmsOfASlowServer)
+{
+    // It comes while the server keeps the first alarm waiting, and does not wait for the last one.
+    StartQuiet();
+    host.Alarm(1, 7, "too hot");
+    host.Alarm(2, 7, "too cold");
+    receiver.Hold(kAlarms);
+    daemon.Signal(SIGRTMIN + 1);
+    receiver.Body(0, kAlarms);
+    send_request(7);
+    receiver.Release(kAlarms);
+    ASSERT_TRUE(wait_logged(kEnd));
+    const std::string log = read_file(kLogPath);
+    EXPECT_LT(log.find("ProcMsg line=2735"), log.find("title=too cold"));
+    EXPECT_EQ(Marked(), "1,2");
+}
+
 TEST_F(Alarms, LogTellsTheRunToTheLetter)
 {
     // From the signal to the end.
