@@ -119,8 +119,9 @@ constexpr char kDefaultFmt0[] =
     "suid=%s&sid=%d&stype=%d&stag1=%d&sname=%s&subsys=%d&dtupd=%s&state=%s";
 
 // Whether a format may take the eight values of a head: texts where texts stand, numbers where
-// numbers stand, at most eight, with flags, width and precision. The empty text when it may; else
-// what is wrong with which conversion.
+// numbers stand, at most eight, with flags, width and precision, and with an integer's size, which
+// changes nothing ("%ld" is "%d"). The empty text when it may; else what is wrong with which
+// conversion.
 std::string head_format_problem(const std::string& format);
 
 // How a part of a body is made.

@@ -6,6 +6,7 @@
 #include <cstdarg>
 #include <cstdio>
 #include <cstring>
+#include <iterator>
 
 #include "vkPub/vkLog.h"
 
@@ -19,10 +20,12 @@ constexpr size_t kLongestNumber = 5; // digits of a width or precision
 constexpr int kNamesShown = 5;       // in the line about what was left out
 constexpr size_t kNameShownBytes = 48;
 
-// One conversion of a format: "%-5.3d" is flags "-", width, precision and the letter.
+// One conversion of a format: "%-5.3ld" is flags "-", width, precision, size and the letter.
 struct Conversion
 {
-    std::string text; // from "%" to the letter
+    std::string text;  // from "%" to the letter
+    std::string plain; // the same without its size: the numbers of a head are all int
+    std::string size;  // "l" and the like
     char letter = '\0';
     bool sane = true; // no "*", no position, no endless width
 };
@@ -45,18 +48,38 @@ Conversion read_conversion(const std::string& format, size_t at)
         ++pos;
         found.sane = skip_number(format, pos) && found.sane;
     }
+    found.plain = format.substr(at, pos - at);
+    const size_t letter = std::min(format.find_first_not_of("hljzt", pos), format.size());
+    found.size = format.substr(pos, letter - pos);
+    pos = letter;
     if (pos < format.size())
     {
         found.letter = format[pos];
+        found.plain += found.letter;
         ++pos;
     }
     found.text = format.substr(at, pos - at);
     return found;
 }
 
-bool letter_takes(char letter, char type)
+// Whether C has an integer of that size. A head's numbers are written as the int that they are.
+bool is_integer_size(const std::string& size)
 {
-    return std::strchr(type == 's' ? "s" : "diuoxX", letter) != nullptr;
+    static constexpr const char* kSizes[] = {"", "hh", "h", "l", "ll", "j", "z", "t"};
+    return std::find(std::begin(kSizes), std::end(kSizes), size) != std::end(kSizes);
+}
+
+bool conversion_takes(const Conversion& conversion, char type)
+{
+    if (conversion.letter == '\0')
+    {
+        return false;
+    }
+    if (type == 's')
+    {
+        return conversion.letter == 's' && conversion.size.empty();
+    }
+    return std::strchr("diuoxX", conversion.letter) != nullptr && is_integer_size(conversion.size);
 }
 
 // One bit of a value has its own label; a bit without one still separates.
@@ -106,7 +129,7 @@ std::string head_format_problem(const std::string& format)
             return format_text("conversion %zu is \"%s\", its width or precision is too large",
                                taken + 1, found.text.c_str());
         }
-        if (found.letter == '\0' || !letter_takes(found.letter, type))
+        if (!conversion_takes(found, type))
         {
             return format_text("conversion %zu is \"%s\", a %s is expected", taken + 1,
                                found.text.c_str(), type == 's' ? "text (%s)" : "number (%d)");
@@ -247,18 +270,18 @@ const char* head_text(const CHead& head, size_t arg)
 std::string head_value(const Conversion& conversion, const CHead& head, size_t arg)
 {
     const bool text = kArgTypes[arg] == 's';
-    if (conversion.text == "%s")
+    if (conversion.plain == "%s")
     {
         return head_text(head, arg);
     }
-    if (conversion.text == "%d")
+    if (conversion.plain == "%d")
     {
         return std::to_string(head_number(head, arg));
     }
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat-nonliteral"
-    return text ? format_text(conversion.text.c_str(), head_text(head, arg))
-                : format_text(conversion.text.c_str(), head_number(head, arg));
+    return text ? format_text(conversion.plain.c_str(), head_text(head, arg))
+                : format_text(conversion.plain.c_str(), head_number(head, arg));
 #pragma GCC diagnostic pop
 }
 

@@ -1,5 +1,5 @@
-// The two sinks of the diagnostic log. Nothing here allocates and no lock of ours is taken: a
-// line of the file is composed on the stack and leaves in one write.
+// The two sinks of the diagnostic log. Nothing here allocates and no lock of ours is taken: the
+// pieces of a line of the file are composed on the stack and leave in one write.
 #include "vkPub/vkLog.h"
 
 #include <atomic>
@@ -7,9 +7,12 @@
 #include <cstdarg>
 #include <cstdint>
 #include <cstdio>
-#include <ctime>
 #include <fcntl.h>
+#include <iterator>
+#include <sys/uio.h>
 #include <unistd.h>
+
+#include "vkPub/LocalTime.h"
 
 namespace
 {
@@ -23,7 +26,8 @@ constexpr char kBackupPath[] = "/NandFlash/tmp/"
                                ".bak";
 constexpr uint64_t kLastKey = 19999;
 constexpr size_t kMessageBytes = 20480; // with the terminator, so 20479 characters are kept
-constexpr size_t kPrefixBytes = 320;    // key, tag and time; a longer tag is cut
+constexpr size_t kKeyBytes = 24;        // of "<key>=["
+constexpr size_t kTimeBytes = kLocalTimeBytes + 5;
 
 std::atomic<uint64_t> icount{0}; // key of the next line
 
@@ -84,32 +88,56 @@ size_t kept(int written, size_t size)
     return length < size ? length : size - 1;
 }
 
-size_t format_prefix(char* out, uint64_t key, const char* tag)
+// A piece of a line, to be written.
+iovec piece(const char* text, size_t length)
 {
-    const time_t now = std::time(nullptr);
-    tm local{};
-    localtime_r(&now, &local);
-    const int written =
-        std::snprintf(out, kPrefixBytes, "%" PRIu64 "=[%s][%d-%02d-%02d %02d:%02d:%02d] ", key, tag,
-                      local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
-                      local.tm_min, local.tm_sec);
-    return kept(written, kPrefixBytes);
+    return {const_cast<char*>(text), length}; // NOLINT(*-const-cast): writev only reads it
+}
+
+// Goes past what the system took: pieces it took whole, and the beginning of the next.
+void skip(iovec*& pieces, int& count, size_t taken)
+{
+    while (count > 0 && taken >= pieces->iov_len)
+    {
+        taken -= pieces->iov_len;
+        ++pieces;
+        --count;
+    }
+    if (count > 0)
+    {
+        pieces->iov_base = static_cast<char*>(pieces->iov_base) + taken;
+        pieces->iov_len -= taken;
+    }
 }
 
 // One write is one line: the file is open for appending, so lines of two threads never mix. The
 // loop goes on only where the system took a part (a signal, a flash that is nearly full).
-void write_whole(int fd, const char* text, size_t length)
+void write_whole(int fd, iovec* pieces, int count)
 {
-    while (length > 0)
+    while (count > 0)
     {
-        const ssize_t taken = ::write(fd, text, length);
+        const ssize_t taken = ::writev(fd, pieces, count);
         if (taken <= 0)
         {
             return; // the rest of the line is lost; there is nowhere to say so
         }
-        text += taken;
-        length -= static_cast<size_t>(taken);
+        skip(pieces, count, static_cast<size_t>(taken));
     }
+}
+
+// A tag may be of any length: it goes out from where it stands.
+void write_line(int fd, uint64_t key, const char* tag, const char* message, size_t length)
+{
+    char begin[kKeyBytes];
+    const int begin_length = std::snprintf(begin, sizeof(begin), "%" PRIu64 "=[", key);
+    char time[kLocalTimeBytes];
+    local_time_text(time);
+    char end[kTimeBytes];
+    const int end_length = std::snprintf(end, sizeof(end), "][%s] ", time);
+
+    iovec pieces[] = {piece(begin, kept(begin_length, sizeof(begin))), piece(tag, std::strlen(tag)),
+                      piece(end, kept(end_length, sizeof(end))), piece(message, length)};
+    write_whole(fd, pieces, static_cast<int>(std::size(pieces)));
 }
 
 } // namespace
@@ -121,10 +149,7 @@ int trace_log_vkapppost(const char* tag, const char* format, ...)
         return -1;
     }
 
-    // The message stands behind room for the longest prefix; the prefix, whose length is known
-    // only with its key, is then put right before it.
-    char line[kPrefixBytes + kMessageBytes];
-    char* message = line + kPrefixBytes;
+    char message[kMessageBytes];
     va_list args;
     va_start(args, format);
     const size_t length = kept(std::vsnprintf(message, kMessageBytes, format, args), kMessageBytes);
@@ -136,10 +161,7 @@ int trace_log_vkapppost(const char* tag, const char* format, ...)
     {
         return 1; // dropped
     }
-    char prefix[kPrefixBytes];
-    const size_t prefix_length = format_prefix(prefix, key, tag);
-    std::memcpy(message - prefix_length, prefix, prefix_length);
-    write_whole(fd, message - prefix_length, prefix_length + length);
+    write_line(fd, key, tag, message, length);
     ::close(fd);
     return 1;
 }

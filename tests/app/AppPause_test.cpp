@@ -29,6 +29,7 @@ struct SystemScript
     int error = 0;                  // of nanosleep, where no signal comes
     std::function<void()> onPause;  // during the first one
     bool clockFails = false;
+    time_t now = 1714536000;
 };
 SystemScript script;
 
@@ -70,12 +71,11 @@ extern "C"
 
     time_t time(time_t* where) noexcept
     {
-        constexpr time_t kNow = 1714536000;
         if (where != nullptr)
         {
-            *where = kNow;
+            *where = script.now;
         }
-        return kNow;
+        return script.now;
     }
 }
 
@@ -200,4 +200,13 @@ TEST_F(AppPauseTest, TheTimeStampIsLocalTime)
     setenv("TZ", "XXX+9:05", 1);
     tzset();
     EXPECT_EQ(local_time_stamp(), "2024-04-30 18:55:00");
+}
+
+TEST_F(AppPauseTest, TheTimeStampFollowsAChangedZone)
+{
+    setenv("TZ", "XXX-8", 1);
+    local_time_stamp();
+    setenv("TZ", "XXX-9", 1);
+    script.now += 1;
+    EXPECT_EQ(local_time_stamp(), "2024-05-01 13:00:01");
 }

@@ -91,6 +91,24 @@ TEST(HeadFormat, EveryIntegerLetterIsTakenForANumber)
     }
 }
 
+TEST(HeadFormat, SizesOfIntegersAreTakenForANumber)
+{
+    for (const std::string size : {"hh", "h", "l", "ll", "j", "z", "t"})
+    {
+        EXPECT_EQ(head_format_problem("%s%" + size + "d%" + size + "u%-05.3" + size + "X"), kOk)
+            << size;
+    }
+}
+
+TEST(HeadFormat, SizesThatNoIntegerHasAreRefused)
+{
+    EXPECT_EQ(head_format_problem("%s%lhd"), "conversion 2 is \"%lhd\", a number (%d) is expected");
+    for (const char* format : {"%s%hhhd", "%s%llld", "%s%zzd", "%s%jld", "%s%Ld", "%s%qd"})
+    {
+        EXPECT_THAT(head_format_problem(format), StartsWith("conversion 2 is \"%")) << format;
+    }
+}
+
 TEST(HeadFormat, DoubledPercentIsText)
 {
     EXPECT_EQ(head_format_problem("%%n%%%s%%d"), kOk);
@@ -102,7 +120,7 @@ TEST(HeadFormat, WritingConversionIsRefused)
 {
     EXPECT_EQ(head_format_problem("suid=%n"), "conversion 1 is \"%n\", a text (%s) is expected");
     EXPECT_EQ(head_format_problem("%s%n"), "conversion 2 is \"%n\", a number (%d) is expected");
-    EXPECT_EQ(head_format_problem("%s%hhn"), "conversion 2 is \"%h\", a number (%d) is expected");
+    EXPECT_EQ(head_format_problem("%s%hhn"), "conversion 2 is \"%hhn\", a number (%d) is expected");
 }
 
 TEST(HeadFormat, WidthAndPrecisionFromArgumentsAreRefused)
@@ -121,11 +139,11 @@ TEST(HeadFormat, WrongTypesAreRefused)
 
 TEST(HeadFormat, LettersThatNoValueHasAreRefused)
 {
-    for (const char* format : {"%c", "%f", "%p", "%S", "%m", "%a", "%ls", "%q"})
+    for (const char* format : {"%c", "%f", "%p", "%S", "%m", "%a", "%ls", "%hs", "%q"})
     {
         EXPECT_THAT(head_format_problem(format), StartsWith("conversion 1 is \"%")) << format;
     }
-    for (const char* format : {"%s%ld", "%s%lld", "%s%hd", "%s%zu", "%s%c", "%s%f"})
+    for (const char* format : {"%s%c", "%s%f", "%s%lf", "%s%ls", "%s%l", "%s%ln"})
     {
         EXPECT_THAT(head_format_problem(format), StartsWith("conversion 2 is \"%")) << format;
     }
@@ -174,6 +192,23 @@ TEST_F(HeadTest, FormatsLikePrintf)
 {
     EXPECT_EQ(Written("[%-5s|%05d|%+d|%x|%.3s]"), "[xxx  |00101|+5|7|UPS]");
     EXPECT_EQ(Written("%5.1s|%-6X|%#o|%3u"), "    x|65    |05|  7");
+}
+
+TEST_F(HeadTest, SizeOfAnIntegerChangesNothing)
+{
+    EXPECT_EQ(Written("%s %ld %hd %lld"), "xxx 101 5 7");
+    EXPECT_EQ(Written("%s %hhd %zu %jx"), "xxx 101 5 7");
+    EXPECT_EQ(Written("%s&%-6ld|&%+.4td&%#hhx"), "xxx&101   |&+0005&0x7");
+}
+
+TEST_F(HeadTest, SmallSizesDoNotCutTheNumber)
+{
+    char buffer[100];
+    CHead head = a_head();
+    head.sid = -70000;
+    head.stype = 70000;
+    CBodyWriter(buffer, sizeof(buffer)).Head("%s&%hhd&%05hd", head);
+    EXPECT_STREQ(buffer, "xxx&-70000&70000");
 }
 
 TEST_F(HeadTest, DoubledPercentIsOnePercent)

@@ -3,6 +3,10 @@
 // still at 2024-05-01 12:00:00.
 #include "vkPub/vkLog.h"
 
+#include <algorithm>
+#include <atomic>
+#include <cerrno>
+#include <cstdint>
 #include <ctime>
 #include <fcntl.h>
 #include <filesystem>
@@ -13,6 +17,8 @@
 #include <sstream>
 #include <string>
 #include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/uio.h>
 #include <thread>
 #include <unistd.h>
 #include <utility>
@@ -21,15 +27,53 @@
 #include "tests/support/Child.h"
 #include "tests/support/TempDir.h"
 
-// The log writer's clock: 12:00:00 in the time zone of the tests.
+namespace
+{
+
+// 12:00:00 in the time zone of the tests.
+constexpr time_t kNow = 1714536000;
+time_t now = kNow;
+
+// How the system writes lines.
+struct Flash
+{
+    bool isReal = true;
+    ssize_t answer = 0;     // where it is not: what a write returns, with errno ENOSPC
+    size_t most = SIZE_MAX; // bytes taken at a time
+    std::atomic<int> writes{0};
+};
+Flash flash;
+
+} // namespace
+
+// The log writer's clock.
 extern "C" time_t time(time_t* where) noexcept
 {
-    constexpr time_t kNow = 1714536000;
     if (where != nullptr)
     {
-        *where = kNow;
+        *where = now;
     }
-    return kNow;
+    return now;
+}
+
+extern "C" ssize_t writev(int fd, const iovec* pieces, int count)
+{
+    ++flash.writes;
+    if (!flash.isReal)
+    {
+        errno = ENOSPC;
+        return flash.answer;
+    }
+    if (flash.most == SIZE_MAX)
+    {
+        return syscall(SYS_writev, fd, pieces, count);
+    }
+    while (count > 1 && pieces->iov_len == 0)
+    {
+        ++pieces;
+        --count;
+    }
+    return write(fd, pieces->iov_base, std::min(pieces->iov_len, flash.most));
 }
 
 namespace
@@ -82,6 +126,7 @@ protected:
         fs::create_directory(kDir);
         setenv("TZ", "XXX-8", 1);
         unsetenv("VKLOG");
+        tzset(); // what a child finds: the zone as it was when the process began
     }
 
     // Logs in a new process.
@@ -229,6 +274,57 @@ TEST_F(VkLogTest, TheTimeIsLocal)
     EXPECT_EQ(Log(), "0=[RtLog][2024-04-30 16:30:00] \n");
 }
 
+TEST_F(VkLogTest, AZoneThatIsChangedIsFollowedWithTheNextSecond)
+{
+    Run(
+        []
+        {
+            VKLOG_TRACE("before\n");
+            setenv("TZ", "YYY-9", 1);
+            ++now;
+            VKLOG_TRACE("after\n");
+        });
+    EXPECT_EQ(Log(), line(0, "before\n") + "1=[RtLog][2024-05-01 13:00:01] after\n");
+}
+
+TEST_F(VkLogTest, AZoneThatIsChangedWhileTheClockIsSetBackIsFollowedToo)
+{
+    Run(
+        []
+        {
+            VKLOG_TRACE("before\n");
+            setenv("TZ", "YYY-9", 1);
+            now -= 60;
+            VKLOG_TRACE("after\n");
+        });
+    EXPECT_EQ(Log(), line(0, "before\n") + "1=[RtLog][2024-05-01 12:59:00] after\n");
+}
+
+TEST_F(VkLogTest, ALongTagIsWhole)
+{
+    for (const size_t length : {300U, 5000U, 100000U})
+    {
+        fs::remove(kLog);
+        const std::string tag(length, 't');
+        Run([&] { trace_log_vkapppost(tag.c_str(), "text\n"); });
+        EXPECT_EQ(Log(), "0=[" + tag + "][2024-05-01 12:00:00] text\n");
+    }
+}
+
+TEST_F(VkLogTest, ALongTagTakesNothingFromALongMessage)
+{
+    const std::string tag(5000, 't');
+    const std::string text(30000, 'x');
+    Run([&] { trace_log_vkapppost(tag.c_str(), "%s\n", text.c_str()); });
+    EXPECT_EQ(Log(), "0=[" + tag + "][2024-05-01 12:00:00] " + text.substr(0, 20479));
+}
+
+TEST_F(VkLogTest, AnEmptyTagAndAnEmptyMessageLeaveThePrefix)
+{
+    Run([] { trace_log_vkapppost("", "%s", ""); });
+    EXPECT_EQ(Log(), "0=[][2024-05-01 12:00:00] ");
+}
+
 TEST_F(VkLogTest, AMessageWithoutLineEndRunsOnIntoTheNext)
 {
     Run(
@@ -319,6 +415,80 @@ TEST_F(VkLogTest, WhereTheFileCannotBeOpenedTheCounterStays)
             log_keys(3, 4);
         });
     EXPECT_EQ(Log(), lines(3, 4));
+}
+
+// --- A flash that is full -----------------------------------------------------------------------
+
+TEST_F(VkLogTest, ALineThatTheFlashRefusesIsTriedOnceAndItsKeyIsUsedUp)
+{
+    for (const ssize_t refusal : {-1, 0})
+    {
+        fs::remove(kLog);
+        Run(
+            [&]
+            {
+                flash.isReal = false;
+                flash.answer = refusal;
+                EXPECT_EQ(trace_log_vkapppost("RtLog", "lost\n"), 1);
+                EXPECT_EQ(flash.writes, 1);
+                flash.isReal = true;
+                VKLOG_TRACE("kept\n");
+            });
+        EXPECT_EQ(Log(), line(1, "kept\n"));
+    }
+}
+
+TEST_F(VkLogTest, AFullDeviceEndsNothing)
+{
+    fs::create_symlink("/dev/full", kLog);
+    Run(
+        []
+        {
+            EXPECT_EQ(trace_log_vkapppost("RtLog", "lost\n"), 1);
+            fs::remove(kLog);
+            VKLOG_TRACE("kept\n");
+        });
+    EXPECT_EQ(Log(), line(1, "kept\n"));
+}
+
+TEST_F(VkLogTest, ALineOfWhichTheFlashTakesPartIsFinished)
+{
+    for (const size_t most : {1U, 3U, 1000U})
+    {
+        fs::remove(kLog);
+        Run(
+            [&]
+            {
+                flash.most = most;
+                trace_log_vkapppost("My Tag", "some %s text\n", "longer");
+            });
+        EXPECT_EQ(Log(), "0=[My Tag][2024-05-01 12:00:00] some longer text\n");
+    }
+}
+
+TEST_F(VkLogTest, ALineIsOneWrite)
+{
+    Run(
+        []
+        {
+            VKLOG_TRACE("line\n");
+            EXPECT_EQ(flash.writes, 1);
+        });
+}
+
+TEST_F(VkLogTest, NoDescriptorStaysOpenOnAFullFlash)
+{
+    Run(
+        []
+        {
+            flash.isReal = false;
+            flash.answer = -1;
+            const int before = dup(STDIN_FILENO);
+            close(before);
+            VKLOG_TRACE("lost\n");
+            const int after = dup(STDIN_FILENO);
+            EXPECT_EQ(after, before);
+        });
 }
 
 // --- Rotation -----------------------------------------------------------------------------------
