@@ -1,5 +1,6 @@
-// The two sinks of the diagnostic log. Nothing here allocates and no lock of ours is taken: the
-// pieces of a line of the file are composed on the stack and leave in one write.
+// The two sinks of the diagnostic log. Nothing here allocates, but for the C library where it looks
+// for a changed time zone, and no lock of ours is taken: the pieces of a line of the file are
+// composed on the stack and leave in one write.
 #include "vkPub/vkLog.h"
 
 #include <atomic>

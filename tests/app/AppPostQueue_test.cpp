@@ -1,12 +1,15 @@
 // The request queue and its thread's loop, and the pick-up on the main thread, with the system's
 // queues and the on-demand post replaced by recorders.
+#include <atomic>
 #include <cerrno>
 #include <cstring>
 #include <deque>
+#include <fstream>
 #include <new>
 #include <sys/msg.h>
-
+#include <sys/syscall.h>
 #include <thread>
+#include <unistd.h>
 
 #include "app/AlarmSignal.h"
 #include "tests/support/PosterTest.h"
@@ -454,6 +457,81 @@ TEST_F(QueueTest, LockIsFreeWhileADeviceIsPosted)
     };
     app.PostMsgrecv();
     EXPECT_EQ(result, 0);
+}
+
+// --- The mutex ----------------------------------------------------------------------------------
+
+namespace
+{
+
+// Work on a thread of its own while the test holds the poster's mutex.
+class MutexTest : public QueueTest
+{
+protected:
+    // The state letter of a thread: "S" when it waits.
+    static char StateOf(pid_t thread)
+    {
+        std::ifstream stat("/proc/self/task/" + std::to_string(thread) + "/stat");
+        std::string id;
+        std::string name;
+        char state = '?';
+        stat >> id >> name >> state;
+        return state;
+    }
+
+    // Starts the work, and returns when it waits for the mutex, or has ended without it.
+    void StartLocked(std::function<void()> work)
+    {
+        ASSERT_EQ(app.Lock(), 0);
+        m_thread = std::thread(
+            [this, work = std::move(work)]
+            {
+                m_tid = static_cast<pid_t>(syscall(SYS_gettid));
+                work();
+                m_isDone = true;
+            });
+        while (!m_isDone && (m_tid == 0 || StateOf(m_tid) != 'S'))
+        {
+            std::this_thread::yield();
+        }
+        EXPECT_FALSE(m_isDone);
+    }
+    void Finish()
+    {
+        app.Unlock();
+        m_thread.join();
+    }
+
+private:
+    std::atomic<pid_t> m_tid{0};
+    std::atomic<bool> m_isDone{false};
+    std::thread m_thread;
+};
+
+} // namespace
+
+TEST_F(MutexTest, RequestIsNotRecordedWhileSomebodyElseHoldsTheMutex)
+{
+    Request(7);
+    StartLocked([&] { poll_requests(app); });
+    EXPECT_THAT(app.m_mapCtrlReq, IsEmpty());
+    EXPECT_EQ(app.m_devCtrlupdSta, 0);
+    Finish();
+    EXPECT_THAT(app.m_mapCtrlReq, ElementsAre(Pair(7, 1)));
+    EXPECT_EQ(app.m_devCtrlupdSta, 1);
+}
+
+TEST_F(MutexTest, RequestsAreNotPickedUpWhileSomebodyElseHoldsTheMutex)
+{
+    app.m_mapSidTbl = {{7, "tbUps"}};
+    app.m_mapCtrlReq = {{7, 1}};
+    app.m_devCtrlupdSta = 1;
+    StartLocked([&] { app.PostMsgrecv(); });
+    EXPECT_EQ(app.m_devCtrlupdSta, 1);
+    EXPECT_THAT(app.m_mapCtrlPost, IsEmpty());
+    Finish();
+    EXPECT_EQ(app.m_devCtrlupdSta, 0);
+    EXPECT_EQ(rec.Count("PostNormal(7,tbUps)"), 1);
 }
 
 // --- Lock and queue -----------------------------------------------------------------------------
