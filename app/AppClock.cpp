@@ -1,6 +1,7 @@
 // The one place where the daemon reads the clock, so that a test can replace it.
 #include "app/AppInternal.h"
 
+#include <chrono>
 #include <sys/time.h>
 
 #include "vkPub/LocalTime.h"
@@ -14,6 +15,12 @@ bool wall_clock_ms(int64_t& ms)
     }
     ms = static_cast<int64_t>(now.tv_sec) * 1000 + now.tv_usec / 1000;
     return true;
+}
+
+int64_t steady_ms()
+{
+    const auto now = std::chrono::steady_clock::now().time_since_epoch();
+    return std::chrono::duration_cast<std::chrono::milliseconds>(now).count();
 }
 
 std::string local_time_stamp()

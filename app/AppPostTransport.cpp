@@ -88,7 +88,7 @@ void set_receiver(CURL* handle, void* poster)
 
 // libcurl refuses a time limit below 0 or too large and then has none at all: one server that never
 // answers would stop the daemon for good.
-long time_limit(int timeout_s)
+int time_limit(int timeout_s)
 {
     return timeout_s < 0 ? kDefaultTimeoutS : std::min(timeout_s, kLongestTimeoutS);
 }
@@ -96,7 +96,7 @@ long time_limit(int timeout_s)
 void set_limits(CURL* handle, int timeout_s)
 {
     curl_easy_setopt(handle, CURLOPT_POST, 1L);
-    curl_easy_setopt(handle, CURLOPT_TIMEOUT, time_limit(timeout_s));
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT, long{time_limit(timeout_s)});
     curl_easy_setopt(handle, CURLOPT_COOKIEFILE, kCookieFile);
 }
 
@@ -261,24 +261,6 @@ int run_transfers(CTransfers& transfers, int row)
 
 } // namespace
 
-size_t _PostOnWrite(void* ptr, size_t size, size_t nmemb, void* userdata)
-{
-    // libcurl's data has no end mark; a copy on the stack gives it one without allocating.
-    char text[CURL_MAX_WRITE_SIZE + 1];
-    const size_t length = std::min(size * nmemb, sizeof(text) - 1);
-    std::memcpy(text, ptr, length);
-    text[length] = '\0';
-    // The length given is the element size, on purpose: the receiver does not use it.
-    static_cast<CAppPost*>(userdata)->OnPost(text, static_cast<int>(size));
-    return size * nmemb;
-}
-
-int CAppPost::OnPost(char* data, int /*len*/)
-{
-    VKLOG_TRACE("OnPost... %s\n", data);
-    return 1;
-}
-
 int CAppPost::DoPost(const char* msg, const char* url)
 {
     if (url == nullptr || *url == '\0')
@@ -311,6 +293,7 @@ int CAppPost::DoPost(const char* msg, const char* url)
         curl_easy_setopt(handle.get(), CURLOPT_POSTFIELDS, outgoing.get());
         set_receiver(handle.get(), this);
         set_limits(handle.get(), m_iTimeout);
+        const CReplyShare share(time_limit(m_iTimeout));
         code = curl_easy_perform(handle.get());
         result = 1;
     }
@@ -345,6 +328,7 @@ int CAppPost::DoPostEx(std::vector<std::string> urls, const char* msg)
     {
         transfers.Add(make_transfer(outgoing.get(), url.c_str(), this, m_iTimeout));
     }
+    const CReplyShare share(time_limit(m_iTimeout));
     return run_transfers(transfers, m_iPostRow) > 0 ? 1 : 0;
 }
 

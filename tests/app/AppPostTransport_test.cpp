@@ -3,8 +3,7 @@
 #include <cstring>
 #include <new>
 
-#include "tests/support/FakeCurl.h"
-#include "tests/support/PosterTest.h"
+#include "tests/support/TransportFixture.h"
 
 namespace
 {
@@ -26,82 +25,13 @@ void* operator new[](size_t size, const std::nothrow_t& /*tag*/) noexcept
 namespace
 {
 
-using Texts = std::vector<std::string>;
-
 const std::string kGbkBody = "\xB6\xAF=1"; // what becomes of "动=1"
 
-class TransportTest : public PosterTest
+class TransportTest : public TransportFixture
 {
 protected:
-    TransportTest()
-    {
-        curl.Clear();
-        curl.poster = &app;
-        failing_allocation = 0;
-        app.m_iTimeout = 15;
-        app.m_iPostRow = 5;
-        app.m_strUrl = "http://main/";
-        CAppPost::m_strCA.clear();
-        CAppPost::m_sEncoding = "UTF-8";
-    }
-    ~TransportTest() override
-    {
-        EXPECT_EQ(curl.OpenHandles(), 0);
-        failing_allocation = 0;
-    }
-
-    // The events of one transfer's life, without its number: from its making to its cleanup.
-    std::vector<std::string> EasyEvents(int number = 1) const
-    {
-        const std::string name = "e" + std::to_string(number) + " ";
-        std::vector<std::string> found;
-        for (const std::string& event : rec.Events())
-        {
-            if (event.compare(0, name.size(), name) == 0)
-            {
-                found.push_back(event.substr(name.size()));
-            }
-        }
-        return found;
-    }
-
-    void Post(const std::string& url) { EXPECT_EQ(app.DoPost("a=1", url.c_str()), 1); }
-
-    // The events of the multi handle.
-    std::vector<std::string> MultiEvents() const
-    {
-        std::vector<std::string> found;
-        for (const std::string& event : rec.Events())
-        {
-            if (event.compare(0, 2, "m1") == 0)
-            {
-                found.push_back(event);
-            }
-        }
-        return found;
-    }
-
-    int PostEx(const std::vector<std::string>& urls) { return app.DoPostEx(urls, "a=1"); }
-
-    FakeRound Failing(CURLMcode performed, CURLMcode waited, int running)
-    {
-        FakeRound round;
-        round.performed = performed;
-        round.waited = waited;
-        round.running = running;
-        return round;
-    }
-
-    // A round in which transfer number easy ends and others go on.
-    FakeRound Ending(int easy, CURLcode code, int running)
-    {
-        FakeRound round;
-        round.running = running;
-        round.ends = {{easy, code}};
-        return round;
-    }
-
-    FakeCurl& curl = FakeCurl::Get();
+    TransportTest() { failing_allocation = 0; }
+    ~TransportTest() override { failing_allocation = 0; }
 };
 
 // Runs the work; what it wrote to standard error.
@@ -345,57 +275,6 @@ TEST_F(TransportTest, SeveralUrlsWithoutMemoryForEitherBufferOfAConversion)
         EXPECT_EQ(rec.Events(),
                   (Texts{"log Err malloc [4-13]!!!\n", "log Err NULL==bufCvtTo!!!\n"}));
     }
-}
-
-// --- The server's reply -------------------------------------------------------------------------
-
-TEST_F(TransportTest, TheReplyIsLogged)
-{
-    curl.onPerform = [&](CURL* easy)
-    {
-        EXPECT_EQ(curl.Reply(easy, "{\"code\":0}"), 10U);
-    };
-    Post("http://h/");
-    EXPECT_THAT(rec.Logs(), Contains("OnPost... {\"code\":0}\n"));
-}
-
-TEST_F(TransportTest, EachPieceOfAReplyIsLoggedByItself)
-{
-    curl.onPerform = [&](CURL* easy)
-    {
-        EXPECT_EQ(curl.Reply(easy, "abc"), 3U);
-        EXPECT_EQ(curl.Reply(easy, "d"), 1U);
-    };
-    Post("http://h/");
-    EXPECT_THAT(rec.Logs(), IsSupersetOf({"OnPost... abc\n", "OnPost... d\n"}));
-}
-
-TEST_F(TransportTest, TheCallbackTakesAllBytesWhateverTheElementSize)
-{
-    curl.onPerform = [&](CURL* easy)
-    {
-        EXPECT_EQ(curl.Reply(easy, "abcdef", 2), 6U);
-    };
-    Post("http://h/");
-    EXPECT_THAT(rec.Logs(), Contains("OnPost... abcdef\n"));
-}
-
-TEST_F(TransportTest, TheLargestPieceThatLibcurlGivesIsLoggedWhole)
-{
-    const std::string piece(CURL_MAX_WRITE_SIZE, 'x');
-    curl.onPerform = [&](CURL* easy)
-    {
-        EXPECT_EQ(curl.Reply(easy, piece), piece.size());
-    };
-    Post("http://h/");
-    EXPECT_THAT(rec.Logs(), Contains("OnPost... " + piece + "\n"));
-}
-
-TEST_F(TransportTest, OnPostReturnsOne)
-{
-    char reply[] = "text";
-    EXPECT_EQ(app.OnPost(reply, 0), 1);
-    EXPECT_EQ(rec.Logs(), (Texts{"OnPost... text\n"}));
 }
 
 // --- Several URLs -------------------------------------------------------------------------------

@@ -3,7 +3,8 @@
 
 # libcurl, the log and the pauses are the test's.
 vk_app_test(app_transport_test
-    SOURCES AppPostTransport_test.cpp ${PROJECT_SOURCE_DIR}/tests/support/FakeCurl.cpp
+    SOURCES AppPostReply_test.cpp AppPostTransport_test.cpp
+        ${PROJECT_SOURCE_DIR}/tests/support/FakeCurl.cpp
     WITH poster_test record_log record_pause record_tray)
 
 # Start-up: system calls and libcurl are the test's, the database library a stub.

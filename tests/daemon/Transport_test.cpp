@@ -99,7 +99,7 @@ TEST_F(Transport, ReplyThatNeverComesEndsWithTheTimeout)
 
 TEST_F(Transport, ReplyOf100Megabytes)
 {
-    // It passes through without being kept, and the next post follows.
+    // It passes through without being kept or logged whole, and the next post follows.
     host.Post("Timeout", "100");
     receiver.AnswerBytes("/post", 100'000'000);
     host.SimpleRoom();
@@ -108,6 +108,17 @@ TEST_F(Transport, ReplyOf100Megabytes)
     receiver.AnswerBytes("/post", 2);
     EXPECT_THAT(receiver.WaitBodies(2),
                 ElementsAre(kDevice7Body, MatchesRegex(kHostStatusPattern)));
+    EXPECT_EQ(count_logged("OnPost... the rest of the reply is not logged\n"), 1U);
+    EXPECT_LT(read_file(kLogPath).size(), 300'000U);
+}
+
+TEST_F(Transport, ReplyInOneBytePieces)
+{
+    // A hundred thousand chunks; a thousand lines.
+    const CRawServer server(reply_in_small_chunks);
+    ExpectOutcome(server.Url(), 0);
+    EXPECT_EQ(count_logged("OnPost... x\n"), 2 * 1000U);
+    EXPECT_EQ(count_logged("OnPost... the rest of the reply is not logged\n"), 2U);
 }
 
 TEST_F(Transport, CookieFileIsReadAndNotWritten)

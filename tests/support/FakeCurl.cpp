@@ -232,9 +232,9 @@ extern "C"
     {
         FakeCurl& fake = FakeCurl::Get();
         add_event(name(easy_of(handle)) + " perform " + easy_of(handle).body);
-        if (fake.onPerform)
+        if (const auto hook = fake.onPerform) // a copy: it may set another one
         {
-            fake.onPerform(handle);
+            hook(handle);
         }
         if (fake.easyResults.empty())
         {
@@ -318,6 +318,10 @@ extern "C"
         {
             *running = multi.round.running;
         }
+        for (const auto& [number, piece] : multi.round.replies)
+        {
+            FakeCurl::Get().Reply(&easy_number(number), piece);
+        }
         queue_messages(multi);
         return multi.round.performed;
     }
@@ -337,6 +341,7 @@ extern "C"
         add_event(name(multi) + " wait " + std::to_string(timeout));
         *ready = multi.round.ready;
         Recorder::Get().clockMs += multi.round.waitedMs;
+        Recorder::Get().steadyMs += multi.round.waitedMs;
         return multi.round.waited;
     }
 

@@ -16,6 +16,7 @@
 #include <deque>
 #include <functional>
 #include <string>
+#include <utility>
 #include <vector>
 
 // A message for curl_multi_info_read: the end of transfer number easy, or another kind.
@@ -36,8 +37,9 @@ struct FakeRound
     CURLMcode performed = CURLM_OK;
     CURLMcode waited = CURLM_OK;
     long timeoutMs = 200;
-    int ready = 1;    // descriptors that curl_multi_wait saw
-    int waitedMs = 0; // by how much the wall clock goes on meanwhile
+    int ready = 1;                                    // descriptors that curl_multi_wait saw
+    int waitedMs = 0;                                 // by how much the clocks go on meanwhile
+    std::vector<std::pair<int, std::string>> replies; // transfer's number and a piece for it
 };
 
 class FakeCurl

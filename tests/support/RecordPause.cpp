@@ -27,6 +27,11 @@ bool wall_clock_ms(int64_t& ms)
     return recorder.clockWorks;
 }
 
+int64_t steady_ms()
+{
+    return Recorder::Get().steadyMs;
+}
+
 std::string local_time_stamp()
 {
     std::vector<std::string>& stamps = Recorder::Get().stamps;

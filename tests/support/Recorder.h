@@ -52,10 +52,11 @@ public:
     std::vector<std::string> Bodies() const; // of posts
     std::vector<int> postResults;            // of the next calls of DoPost; 1 when used up
 
-    // The clock: what wall_clock_ms and local_time_stamp answer. Stamps are used up one by one
+    // The clocks: what wall_clock_ms, steady_ms and local_time_stamp answer. Stamps are used up one by one
     // and the last one stays.
     int64_t clockMs = 1714536000000;
     bool clockWorks = true;
+    int64_t steadyMs = 5000;
     std::vector<std::string> stamps{"2024-05-01 12:00:00"};
 
     // What else happens at an event. A pause hook may throw EndOfTest.

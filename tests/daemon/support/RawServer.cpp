@@ -16,6 +16,7 @@ namespace
 constexpr int kBacklog = 16;
 constexpr int kPollMs = 20;
 constexpr size_t kGarbageBytes = 4000;
+constexpr int kSmallChunks = 100'000;
 
 // A socket bound to a port of the loopback address that the system picks.
 int bound_socket(int& port)
@@ -132,6 +133,16 @@ void reply_garbage(int fd)
         byte = static_cast<char>(random());
     }
     send_text(fd, bytes);
+}
+
+void reply_in_small_chunks(int fd)
+{
+    std::string text = "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n";
+    for (int i = 0; i < kSmallChunks; ++i)
+    {
+        text += "1\r\nx\r\n";
+    }
+    send_text(fd, text + "0\r\n\r\n");
 }
 
 CNobody::CNobody() : m_fd(bound_socket(m_port))

@@ -38,7 +38,8 @@ void reset_connection(int fd); // closing it now resets it
 // Acts
 void reset_in_the_middle(int fd); // half a reply, then a reset
 void close_without_reply(int fd);
-void reply_garbage(int fd); // bytes that are no HTTP
+void reply_garbage(int fd);         // bytes that are no HTTP
+void reply_in_small_chunks(int fd); // a whole reply, in 100,000 pieces of one byte
 
 // An address of this machine where nobody listens. Holds the port, so that nobody takes it.
 class CNobody
