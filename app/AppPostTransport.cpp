@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "app/AppInternal.h"
+#include "app/NameLookup.h"
 #include "vkPub/vkLog.h"
 
 namespace
@@ -95,8 +96,10 @@ int time_limit(int timeout_s)
 
 void set_limits(CURL* handle, int timeout_s)
 {
+    const int limit_s = time_limit(timeout_s);
+    limit_name_lookups(limit_s);
     curl_easy_setopt(handle, CURLOPT_POST, 1L);
-    curl_easy_setopt(handle, CURLOPT_TIMEOUT, long{time_limit(timeout_s)});
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT, long{limit_s});
     curl_easy_setopt(handle, CURLOPT_COOKIEFILE, kCookieFile);
 }
 

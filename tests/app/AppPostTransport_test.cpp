@@ -3,6 +3,7 @@
 #include <cstring>
 #include <new>
 
+#include "app/NameLookup.h"
 #include "tests/support/TransportFixture.h"
 
 namespace
@@ -116,6 +117,18 @@ TEST_F(TransportTest, TheTimeoutIsTheConfiguredOne)
     app.m_iTimeout = 0;
     Post("http://h/");
     EXPECT_THAT(EasyEvents(), Contains("TIMEOUT=0"));
+}
+
+TEST_F(TransportTest, TheTimeoutHoldsForTheLookupOfNamesToo)
+{
+    Post("http://h/");
+    EXPECT_EQ(name_lookup_limit_s(), 15);
+    app.m_iTimeout = 7;
+    EXPECT_EQ(PostEx({"http://a/", "http://b/"}), 1);
+    EXPECT_EQ(name_lookup_limit_s(), 7);
+    app.m_iTimeout = 0;
+    Post("http://h/");
+    EXPECT_EQ(name_lookup_limit_s(), 0);
 }
 
 TEST_F(TransportTest, WithoutUrlThePostGoesToTheConfiguredOne)

@@ -7,6 +7,9 @@ vk_app_test(app_transport_test
         ${PROJECT_SOURCE_DIR}/tests/support/FakeCurl.cpp
     WITH poster_test record_log record_pause record_tray)
 
+# Names looked up within a limit, the system's function the test's own.
+vk_app_test(app_name_lookup_test SOURCES NameLookup_test.cpp)
+
 # Start-up: system calls and libcurl are the test's, the database library a stub.
 function(vk_app_stub_library NAME)
     add_library(${NAME} MODULE ${PROJECT_SOURCE_DIR}/tests/support/stublibs/StubLibrary.cpp)
