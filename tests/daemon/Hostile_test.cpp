@@ -274,20 +274,3 @@ TEST_F(Hostile, DeviceTableWithoutItsColumnsIsPassedOver)
     EXPECT_EQ(count_logged("db exception: SID:3, Table:tbBare, TryCnt=0\n"), 3U);
     EXPECT_EQ(count_logged("db exception: 1 no such column: State\r\n"), 3U);
 }
-
-// --- Names that break their query ----------------------------------------------------------------
-
-using SlowHostile = Hostile;
-
-TEST_F(SlowHostile, TableWithBlanksAndQuotesIsGivenUpAlone)
-{
-    // Its name goes into the query as it is: ten tries, 10 s apart, then the next table.
-    host.SimpleRoom();
-    host.Data("create table \"tb 'odd\" (SID); insert into \"tb 'odd\" values(3)");
-    Start();
-    ASSERT_TRUE(wait_until([] { return has_logged("[CAppPost::GetTbls] Read DI\n"); },
-                           std::chrono::seconds(200)));
-    EXPECT_EQ(count_logged("[CAppPost::GetTbls] read sid exception: 1 "), 10U);
-    EXPECT_TRUE(has_logged("Read Tables Error! Try Count: 10\n"));
-    EXPECT_EQ(receiver.Body(0), kDevice7Body);
-}
