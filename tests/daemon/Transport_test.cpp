@@ -1,10 +1,6 @@
 // What servers can do to a daemon: the post is made, its outcome is logged, the next one follows.
-#include "tests/daemon/support/DaemonTest.h"
-
-#include <filesystem>
-
-#include "tests/daemon/support/Certificates.h"
 #include "tests/daemon/support/RawServer.h"
+#include "tests/daemon/support/TransportTest.h"
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
@@ -13,33 +9,6 @@ using ::testing::IsEmpty;
 using ::testing::MatchesRegex;
 using ::testing::Not;
 using ::testing::StartsWith;
-
-namespace
-{
-
-class Transport : public DaemonTest
-{
-protected:
-    // Starts a simple room that posts there; expects that all posts of a sweep end with that
-    // outcome, by libcurl's code.
-    void ExpectOutcome(const std::string& url, int code)
-    {
-        host.Post("Url", url);
-        host.SimpleRoom();
-        Start();
-        const std::string line = " rec-0=1 (" + std::to_string(code) + ")\n";
-        EXPECT_TRUE(wait_until([&] { return count_logged(line) == 2; })) << line;
-    }
-
-    // Waits for the line that tells one transfer's outcome among several.
-    static bool WaitOutcome(const std::string& url, const std::string& outcome,
-                            const std::string& text)
-    {
-        return wait_logged(" rec-0=" + outcome + "<" + url + "-" + text + ">\n");
-    }
-};
-
-} // namespace
 
 // --- One URL -------------------------------------------------------------------------------------
 
@@ -119,6 +88,78 @@ TEST_F(Transport, ReplyInOneBytePieces)
     ExpectOutcome(server.Url(), 0);
     EXPECT_EQ(count_logged("OnPost... x\n"), 2 * 1000U);
     EXPECT_EQ(count_logged("OnPost... the rest of the reply is not logged\n"), 2U);
+}
+
+TEST_F(Transport, ReplyWithoutEndEndsWithTheTimeout)
+{
+    // In pieces of a byte, of which one read holds thousands.
+    host.Post("Timeout", "1");
+    const CRawServer server(
+        [](int fd)
+        {
+            send_for_ever(fd, "HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n",
+                          "1\r\nx\r\n1\r\nx\r\n1\r\nx\r\n");
+        });
+    ExpectOutcome(server.Url(), 28);
+    EXPECT_LE(count_logged("OnPost... x\n"), 2 * 1000U);
+}
+
+TEST_F(Transport, HeadersWithoutEndAreBounded)
+{
+    // By libcurl, for their length, or else by the timeout.
+    host.Post("Timeout", "1");
+    const CRawServer server([](int fd) { send_for_ever(fd, "HTTP/1.1 200 OK\r\n", "A: b\r\n"); });
+    ExpectTwoEnds(server.Url());
+}
+
+TEST_F(Transport, InterimRepliesWithoutEndAreBounded)
+{
+    // Likewise.
+    host.Post("Timeout", "1");
+    const CRawServer server([](int fd) { send_for_ever(fd, "", "HTTP/1.1 100 Continue\r\n\r\n"); });
+    ExpectTwoEnds(server.Url());
+}
+
+TEST_F(Transport, RedirectIsNotFollowed)
+{
+    // It is a reply like any other.
+    const CRawServer server(
+        [this](int fd)
+        {
+            send_text(fd, "HTTP/1.1 307 Temporary Redirect\r\nLocation: " + receiver.Url() +
+                              "\r\nContent-Length: 5\r\n\r\nmoved");
+        });
+    ExpectOutcome(server.Url(), 0);
+    EXPECT_TRUE(has_logged("OnPost... moved\n"));
+    EXPECT_THAT(receiver.Bodies(), IsEmpty());
+}
+
+TEST_F(Transport, ProxyOfTheEnvironmentIsObeyed)
+{
+    // It is asked for the whole URL; the name is the proxy's to look up.
+    CRawServer proxy(close_without_reply);
+    daemon.Env("http_proxy", proxy.Url());
+    ExpectOutcome("http://server.invalid/post", 52);
+    EXPECT_THAT(proxy.FirstRequest(), StartsWith("POST http://server.invalid/post HTTP/1.1\r\n"));
+}
+
+TEST_F(Transport, ProxyIsLeftOutForTheHostsOfNoProxy)
+{
+    // Named by its address here.
+    const CNobody nobody;
+    daemon.Env("http_proxy", nobody.Url());
+    daemon.Env("no_proxy", "127.0.0.1");
+    StartSimpleRoom();
+}
+
+TEST_F(Transport, UserAndPasswordOfTheUrlAreSentAndLogged)
+{
+    // As Basic authentication, user:word in base64; whoever reads the log reads them.
+    CRawServer server(close_without_reply);
+    const std::string url = server.Url().insert(7, "user:word@");
+    ExpectOutcome(url, 52);
+    EXPECT_THAT(server.FirstRequest(), HasSubstr("\r\nAuthorization: Basic dXNlcjp3b3Jk\r\n"));
+    EXPECT_TRUE(has_logged("POST url=" + url + " "));
 }
 
 TEST_F(Transport, CookieFileIsReadAndNotWritten)
@@ -216,146 +257,4 @@ TEST_F(Transport, ServerThatRefusesDoesNotKeepTheOthersFromTheirBody)
     EXPECT_TRUE(WaitOutcome(nobody.Url(), "-1 (7)", "Couldn't connect to server"));
     EXPECT_TRUE(WaitOutcome(garbage.Url(), "-1 (1)", "Unsupported protocol"));
     EXPECT_TRUE(WaitOutcome(receiver.Url(), "0 (0)", "No error"));
-}
-
-// --- Names ---------------------------------------------------------------------------------------
-
-namespace
-{
-
-// Servers by name; see stubs/SilentNames.cpp.
-class Names : public Transport
-{
-protected:
-    Names()
-    {
-        daemon.Env("LD_PRELOAD", VK_SILENT_NAMES);
-        daemon.Env("ASAN_OPTIONS", "verify_asan_link_order=0");
-    }
-
-    // A URL of the receiver by that name.
-    std::string UrlBy(const std::string& name) const
-    {
-        const std::string url = receiver.Url();
-        const std::string address = "127.0.0.1";
-        return std::string(url).replace(url.find(address), address.size(), name);
-    }
-};
-
-} // namespace
-
-TEST_F(Names, KnownNameLeadsToItsServer)
-{
-    // The answer comes through the daemon's own limit.
-    ExpectOutcome(UrlBy("known.example"), 0);
-    EXPECT_EQ(receiver.Body(0), kDevice7Body);
-}
-
-TEST_F(Names, SilentNameServerIsBoundedByTheTimeout)
-{
-    // It never answers; both posts of the sweep end, and the second asks no second time.
-    host.Post("Timeout", "1");
-    ExpectOutcome(UrlBy("silent.example"), 28);
-    EXPECT_EQ(read_file(host.File("asked")), "?");
-}
-
-TEST_F(Names, SilentNameServerHoldsUpSeveralUrlsNoLonger)
-{
-    // Of two, one is known by its address.
-    host.Post("Timeout", "1");
-    host.Post("maxURLs", "2");
-    host.Post("Url1", UrlBy("silent.example"));
-    StartSimpleRoom();
-    EXPECT_TRUE(WaitOutcome(UrlBy("silent.example"), "-1 (28)", "Timeout was reached"));
-    EXPECT_THAT(receiver.WaitBodies(2), testing::SizeIs(2));
-}
-
-TEST_F(Names, UnknownNameIsAnErrorOfItsOwn)
-{
-    // What the system says of a name is passed on.
-    ExpectOutcome(UrlBy("unknown.example"), 6);
-}
-
-// --- HTTPS ---------------------------------------------------------------------------------------
-
-namespace
-{
-
-// A server with a certificate, and authorities that a daemon may trust.
-class Https : public Transport
-{
-protected:
-    CAuthority ours{host.Path(), "ours"};
-    CAuthority others{host.Path(), "others"};
-    CReceiver secure{ours.Issue("IP:127.0.0.1")};
-    CReceiver impostor{ours.Issue("DNS:other.example,IP:127.0.0.2")};
-};
-
-} // namespace
-
-TEST_F(Https, RightAuthorityLetsTheBodyPass)
-{
-    // As with plain HTTP.
-    host.Post("CA", ours.CertificateFile());
-    ExpectOutcome(secure.Url(), 0);
-    EXPECT_EQ(secure.Body(0), kDevice7Body);
-}
-
-TEST_F(Https, WrongAuthorityIsRefused)
-{
-    // The server's certificate was made by another one; no body leaves.
-    host.Post("CA", others.CertificateFile());
-    ExpectOutcome(secure.Url(), 60);
-    EXPECT_THAT(secure.Bodies(), IsEmpty());
-}
-
-TEST_F(Https, AnotherHostsCertificateIsRefused)
-{
-    // Made by the right authority, for somebody else.
-    host.Post("CA", ours.CertificateFile());
-    ExpectOutcome(impostor.Url(), 60);
-    EXPECT_THAT(impostor.Bodies(), IsEmpty());
-}
-
-TEST_F(Https, MissingAuthorityFileIsAnError)
-{
-    // Not a reason to do without.
-    host.Post("CA", host.File("no-such.pem"));
-    ExpectOutcome(secure.Url(), 77);
-    EXPECT_THAT(secure.Bodies(), IsEmpty());
-}
-
-TEST_F(Https, WithoutAuthorityAnyIssuerIsTrusted)
-{
-    // No CA configured: who made the certificate is not asked.
-    ExpectOutcome(secure.Url(), 0);
-    EXPECT_EQ(secure.Body(0), kDevice7Body);
-}
-
-TEST_F(Https, WithoutAuthorityTheHostIsStillChecked)
-{
-    // The certificate must be this host's.
-    ExpectOutcome(impostor.Url(), 60);
-    EXPECT_THAT(impostor.Bodies(), IsEmpty());
-}
-
-TEST_F(Https, SeveralUrlsMayMixSchemes)
-{
-    // One plain, one trusted, one impostor.
-    host.Post("CA", ours.CertificateFile());
-    host.Post("maxURLs", "3");
-    host.Post("Url1", secure.Url());
-    host.Post("Url2", impostor.Url());
-    StartSimpleRoom();
-    EXPECT_EQ(secure.Body(0), kDevice7Body);
-    EXPECT_TRUE(WaitOutcome(impostor.Url(), "-1 (60)",
-                            "SSL peer certificate or SSH remote key was not OK"));
-}
-
-TEST_F(Https, PlainServerBehindAnHttpsUrlIsAnError)
-{
-    // No body leaves unencrypted.
-    std::string url = receiver.Url();
-    ExpectOutcome(url.insert(4, "s"), 35);
-    EXPECT_THAT(receiver.Bodies(), IsEmpty());
 }

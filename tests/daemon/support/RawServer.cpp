@@ -10,6 +10,8 @@
 #include <unistd.h>
 #include <utility>
 
+#include "tests/daemon/support/Await.h"
+
 namespace
 {
 
@@ -41,9 +43,8 @@ std::string url_of(int port)
 }
 
 // Reads a request to the end of its body. False when the other side went away.
-bool read_request(int fd)
+bool read_request(int fd, std::string& text)
 {
-    std::string text;
     char piece[4096];
     for (;;)
     {
@@ -84,6 +85,11 @@ std::string CRawServer::Url() const
     return url_of(m_port);
 }
 
+std::string CRawServer::FirstRequest()
+{
+    return wait_until([this] { return m_requests > 0; }) ? m_strFirst : "(no request came)";
+}
+
 void CRawServer::Serve()
 {
     while (!m_stopping)
@@ -94,8 +100,13 @@ void CRawServer::Serve()
             continue;
         }
         const int fd = accept4(m_listener, nullptr, nullptr, SOCK_CLOEXEC);
-        if (read_request(fd))
+        std::string request;
+        if (read_request(fd, request))
         {
+            if (m_requests == 0)
+            {
+                m_strFirst = request;
+            }
             ++m_requests;
             m_act(fd);
         }
@@ -133,6 +144,14 @@ void reply_garbage(int fd)
         byte = static_cast<char>(random());
     }
     send_text(fd, bytes);
+}
+
+void send_for_ever(int fd, const std::string& start, const std::string& piece)
+{
+    send_text(fd, start);
+    while (send(fd, piece.data(), piece.size(), MSG_NOSIGNAL) > 0)
+    {
+    }
 }
 
 void reply_in_small_chunks(int fd)

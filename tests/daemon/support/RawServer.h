@@ -21,6 +21,9 @@ public:
     std::string Url() const;
     int Requests() const { return m_requests; }
 
+    // The first request, head and body as they came; waits for it.
+    std::string FirstRequest();
+
 private:
     void Serve();
 
@@ -28,6 +31,7 @@ private:
     int m_listener = -1;
     int m_port = 0;
     std::atomic<int> m_requests{0};
+    std::string m_strFirst; // written before m_requests is first raised
     std::atomic<bool> m_stopping{false};
     std::thread m_thread;
 };
@@ -40,6 +44,7 @@ void reset_in_the_middle(int fd); // half a reply, then a reset
 void close_without_reply(int fd);
 void reply_garbage(int fd);         // bytes that are no HTTP
 void reply_in_small_chunks(int fd); // a whole reply, in 100,000 pieces of one byte
+void send_for_ever(int fd, const std::string& start, const std::string& piece); // until it is left
 
 // An address of this machine where nobody listens. Holds the port, so that nobody takes it.
 class CNobody
