@@ -60,22 +60,6 @@ void record_request(CAppPost& app, const RequestMessage& message)
     app.m_devCtrlupdSta = 1;
 }
 
-// Takes one request from the queue and records it. The thread outlives whatever is thrown there
-// (memory); the request is lost then.
-void poll_requests(CAppPost& app)
-try
-{
-    RequestMessage message{};
-    if (receive(app.m_msgCtrlid, message) && message.type == kRequestMessageType)
-    {
-        record_request(app, message);
-    }
-}
-catch (...)
-{
-    VKLOG_TRACE("[CAppPost::ProcMsg] exception\r\n");
-}
-
 void post_request(CAppPost& app, int sid)
 {
     const auto device = app.m_mapSidTbl.find(sid);
@@ -92,13 +76,20 @@ void post_request(CAppPost& app, int sid)
 
 } // namespace
 
+// The caller outlives whatever is thrown there
+// (memory); the request is lost then.
 void poll_requests(CAppPost& app)
+try
 {
     RequestMessage message{};
     if (receive(app.m_msgCtrlid, message) && message.type == kRequestMessageType)
     {
         record_request(app, message);
     }
+}
+catch (...)
+{
+    VKLOG_TRACE("[CAppPost::ProcMsg] exception\r\n");
 }
 
 void* CAppPost::ProcMsgRun1(void* arg)
