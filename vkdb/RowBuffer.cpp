@@ -15,7 +15,7 @@ constexpr std::size_t kKeptBytes = 64 * 1024;
 
 } // namespace
 
-void CRowBuffer::Clear(std::size_t nColumns)
+void CRowBuffer::Clear(std::size_t nColumns) noexcept
 {
     if (m_vText.capacity() + m_vCell.capacity() * sizeof(CCell) > kKeptBytes)
     {
@@ -24,7 +24,7 @@ void CRowBuffer::Clear(std::size_t nColumns)
     }
     m_nColumns = nColumns;
     m_vCell.clear();
-    m_vText.assign(1, '\0');
+    m_vText.clear();
 }
 
 bool CRowBuffer::Append(sqlite3_stmt* pStmt)
@@ -33,7 +33,7 @@ bool CRowBuffer::Append(sqlite3_stmt* pStmt)
     {
         const int nType = sqlite3_column_type(pStmt, i);
         const int nValue = sqlite3_column_int(pStmt, i);
-        std::size_t iText = 0;
+        std::size_t iText = kEmpty;
         if (nType == SQLITE_INTEGER)
         {
             iText = AddInteger(sqlite3_column_int64(pStmt, i));
@@ -57,7 +57,7 @@ std::size_t CRowBuffer::AddText(const char* pBegin, const char* pEnd)
 {
     if (pBegin == pEnd)
     {
-        return 0;
+        return kEmpty;
     }
     const std::size_t iText = m_vText.size();
     m_vText.insert(m_vText.end(), pBegin, pEnd);

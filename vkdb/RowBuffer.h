@@ -8,6 +8,7 @@
 #include <sqlite3.h>
 
 #include <cstddef>
+#include <cstdint>
 #include <vector>
 
 namespace vkdb
@@ -16,8 +17,9 @@ namespace vkdb
 class CRowBuffer
 {
 public:
-    // Empties the buffer for rows of nColumns columns; keeps a moderate amount of memory.
-    void Clear(std::size_t nColumns);
+    // Empties the buffer for rows of nColumns columns; keeps a moderate amount of memory. Needs
+    // none: a query can be freed when there is no more.
+    void Clear(std::size_t nColumns) noexcept;
 
     // Copies the statement's current row. False when memory ran out while SQLite converted it,
     // std::bad_alloc when it ran out here: the rows before it are whole, none can follow.
@@ -35,13 +37,16 @@ public:
     int Int(std::size_t iRow, std::size_t iColumn) const { return Cell(iRow, iColumn).nValue; }
     const char* Text(std::size_t iRow, std::size_t iColumn) const
     {
-        return &m_vText[Cell(iRow, iColumn).iText];
+        const std::size_t iText = Cell(iRow, iColumn).iText;
+        return iText == kEmpty ? "" : &m_vText[iText];
     }
 
 private:
+    static constexpr std::size_t kEmpty = SIZE_MAX;
+
     struct CCell
     {
-        std::size_t iText; // where its text begins in m_vText
+        std::size_t iText; // where its text begins in m_vText; kEmpty: nowhere
         int nValue;
     };
 
@@ -54,7 +59,7 @@ private:
 
     std::size_t m_nColumns = 0;
     std::vector<CCell> m_vCell; // row after row
-    std::vector<char> m_vText;  // begins with the one empty text that all empty cells share
+    std::vector<char> m_vText;  // the texts, each with its NUL
 };
 
 } // namespace vkdb

@@ -124,6 +124,19 @@ TEST_F(RealDbTest, PostsADeviceWithExtensionAndDetailRows)
                             "&Tem1=215&Tem2=-3"));
 }
 
+// The names' table comes first in the result, so what it says counts, in whatever case it says so.
+TEST_F(RealDbTest, TagOfTheNamesTableWinsOverADevicesOwn)
+{
+    room.Sql("alter table tbSM rename column Tag1 to tag1; update tbSM set tag1=6 where SID=101;"
+             "alter table tbUps add column Tag1 int default 77;"
+             "alter table tbUps add column NAME text default 'other';"
+             "alter table tbUps add column Last int default 5");
+    EXPECT_EQ(app.PostNormal(101, "tbUps"), 0);
+    EXPECT_THAT(rec.Bodies(),
+                ElementsAre(StartsWith("suid=xxx&sid=101&stype=5&stag1=6&sname=UPS-1&subsys=2")));
+    EXPECT_THAT(rec.Bodies(), ElementsAre(HasSubstr("&Tag1=77&NAME=other&Last=5")));
+}
+
 TEST_F(RealDbTest, PostsTheSameOnDemand)
 {
     EXPECT_EQ(app.PostNormal(101, "tbUps"), 0);
