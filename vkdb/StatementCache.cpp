@@ -14,6 +14,14 @@ namespace
 
 constexpr char kParameter[] = "?1";
 
+// A "pragma" or an "explain" may hold what it tells since it was compiled, so only a "select" is
+// kept; and none that is long.
+bool may_be_kept(const char* szSql)
+{
+    return sqlite3_strnicmp(szSql, "select", 6) == 0 &&
+           std::strlen(szSql) <= CStatementCache::kTextBytes;
+}
+
 int times_reprepared(sqlite3_stmt* pStmt)
 {
     return sqlite3_stmt_status(pStmt, SQLITE_STMTSTATUS_REPREPARE, 0);
@@ -114,13 +122,13 @@ CStatementLease CStatementCache::TakeBound(int nValue)
 
 CStatementLease CStatementCache::TakePlain(const char* szSql)
 {
-    const bool bShort = std::strlen(szSql) <= kTextBytes;
+    const bool bKeep = may_be_kept(szSql);
     auto compiled = std::make_unique<CCompiled>();
-    compiled->strText = bShort ? szSql : "";
-    compiled->bKeep = bShort;
+    compiled->strText = bKeep ? szSql : "";
+    compiled->bKeep = bKeep;
     sqlite3_stmt* pRaw = nullptr;
-    if (sqlite3_prepare_v3(m_pDb, szSql, -1, bShort ? SQLITE_PREPARE_PERSISTENT : 0, &pRaw,
-                           nullptr) != SQLITE_OK)
+    const unsigned nFlags = bKeep ? SQLITE_PREPARE_PERSISTENT : 0;
+    if (sqlite3_prepare_v3(m_pDb, szSql, -1, nFlags, &pRaw, nullptr) != SQLITE_OK)
     {
         throw CSqliteFailure::Of(m_pDb);
     }

@@ -6,7 +6,7 @@
 // names of its columns, for the next one. A statement in use is not shared.
 //
 // Bounded: kStatements, the one not used for longest goes first; none longer or larger than
-// kTextBytes and kStatementBytes is kept, nor one that failed.
+// kTextBytes and kStatementBytes is kept, nor one that failed or is no "select".
 // A schema that changed: SQLite compiles a kept statement anew at its first step, which the names
 // notice. An error is always that of the text as it stands (CStatementLease::IsPlain).
 // Owned by the connection, and gone before its handle. Failure: CSqliteFailure; giving back never

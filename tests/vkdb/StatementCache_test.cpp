@@ -116,6 +116,13 @@ TEST_F(StatementCacheTest, KeepsNoLargeStatement)
     EXPECT_EQ(cache.Kept(), 0U);
 }
 
+TEST_F(StatementCacheTest, KeepsNothingThatTellsOfItsCompilation)
+{
+    Run("pragma table_info(tbSM)");
+    Run("explain query plan select * from tbSM");
+    EXPECT_EQ(cache.Kept(), 0U);
+}
+
 TEST_F(StatementCacheTest, KeepsNoStatementThatFailed)
 {
     Run("select abs(-9223372036854775808)");
