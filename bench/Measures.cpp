@@ -12,10 +12,10 @@
 namespace
 {
 
-constexpr double kCpuBudget = 1.15;
+constexpr double kCpuBudget = 0.95;
 constexpr double kTimeBudgetMs = 1.0;
 constexpr double kUrlsBudget = 1.05;
-constexpr double kMemoryBudgetMib = 2.0;
+constexpr double kMemoryBudgetMib = 1.2;
 constexpr double kLargeRoomBudget = 1.05;
 constexpr double kPauseMs = 20.0;
 

@@ -210,17 +210,6 @@ catch (const CSqliteFailure& failure)
     throw;
 }
 
-CStatementLease CConnection::TakePlain(const char* szSql)
-try
-{
-    return m_statements.TakePlain(szSql);
-}
-catch (const CSqliteFailure& failure)
-{
-    m_bMetDamage = m_bMetDamage || failure.IsDamage();
-    throw;
-}
-
 int CConnection::Exec(const char* szSql)
 {
     const int nBefore = sqlite3_total_changes(Handle());

@@ -99,9 +99,8 @@ public:
     CSqliteFailure LastFailure();
 
     // A statement to read with, kept from an earlier query or compiled now; nothing when the text
-    // holds none. TakePlain: compiled from the text as it stands.
+    // holds none.
     CStatementLease Take(const char* szSql);
-    CStatementLease TakePlain(const char* szSql);
 
     // Runs the text to its end. The result is the number of rows that its last statement changed.
     int Exec(const char* szSql);

@@ -54,7 +54,7 @@ void CQuery::ReadFirst(const char* szSql)
 
     // Names only after the first step: a table that changed since it was last read is noticed
     // there, and "select *" may have other columns afterwards.
-    const bool bRow = StepFirst(szSql);
+    const bool bRow = Step();
     m_names = m_stmt.Names();
     m_rows.Clear(static_cast<std::size_t>(m_names.Count()));
     if (!bRow)
@@ -187,25 +187,6 @@ void CQuery::Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes)
         }
         KeepRow(rows);
     }
-}
-
-// False for an empty result. What a statement complains of that was compiled for another query is
-// asked once more of the text itself, so that the words are those that belong to it.
-bool CQuery::StepFirst(const char* szSql)
-{
-    try
-    {
-        return Step();
-    }
-    catch (const CSqliteFailure& failure)
-    {
-        if (m_stmt.IsPlain() || failure.Code() != SQLITE_ERROR)
-        {
-            throw;
-        }
-    }
-    m_stmt = m_conn->TakePlain(szSql);
-    return Step();
 }
 
 // False at the end of the result.

@@ -68,7 +68,6 @@ private:
     bool ReadAgain(std::size_t nMaxRows, std::size_t nMaxBytes);
     bool SkipSeen(const CRowDigest& seen, bool& bRow);
     void Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes);
-    bool StepFirst(const char* szSql);
     bool Step();
     void KeepRow(CRowBuffer& rows);
 

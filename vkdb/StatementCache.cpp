@@ -49,7 +49,6 @@ CStatementLease& CStatementLease::operator=(CStatementLease&& other) noexcept
         reset();
         m_pCache = other.m_pCache;
         m_compiled = std::move(other.m_compiled);
-        m_bPlain = other.m_bPlain;
     }
     return *this;
 }
@@ -85,20 +84,20 @@ CStatementLease CStatementCache::Take(const char* szSql)
     const std::size_t nLength = std::strlen(szSql);
     if (nLength > kTextBytes)
     {
-        return TakePlain(szSql);
+        return Compile(szSql);
     }
     m_strText.assign(szSql, nLength);
     if (const auto integer = bindable_integer(m_strText))
     {
         m_strText.replace(integer->nBegin, integer->nEnd - integer->nBegin, kParameter);
         CStatementLease bound = TakeBound(integer->nValue);
-        return bound ? std::move(bound) : TakePlain(szSql);
+        return bound ? std::move(bound) : Compile(szSql);
     }
     if (auto kept = FindKept())
     {
-        return {*this, std::move(kept), false};
+        return {*this, std::move(kept)};
     }
-    return TakePlain(szSql);
+    return Compile(szSql);
 }
 
 // Of m_strText. Nothing when it cannot be compiled: the text as it stands has the error to tell.
@@ -117,10 +116,10 @@ CStatementLease CStatementCache::TakeBound(int nValue)
     {
         return {};
     }
-    return {*this, std::move(compiled), false};
+    return {*this, std::move(compiled)};
 }
 
-CStatementLease CStatementCache::TakePlain(const char* szSql)
+CStatementLease CStatementCache::Compile(const char* szSql)
 {
     const bool bKeep = may_be_kept(szSql);
     auto compiled = std::make_unique<CCompiled>();
@@ -133,7 +132,7 @@ CStatementLease CStatementCache::TakePlain(const char* szSql)
         throw CSqliteFailure::Of(m_pDb);
     }
     compiled->stmt.reset(pRaw);
-    return {*this, std::move(compiled), true};
+    return {*this, std::move(compiled)};
 }
 
 // The kept statement of m_strText, which is then no longer kept; null when there is none.

@@ -8,7 +8,7 @@
 // Bounded: kStatements, the one not used for longest goes first; none longer or larger than
 // kTextBytes and kStatementBytes is kept, nor one that failed or is no "select".
 // A schema that changed: SQLite compiles a kept statement anew at its first step, which the names
-// notice. An error is always that of the text as it stands (CStatementLease::IsPlain).
+// notice, and says there what it would say of the text.
 // Owned by the connection, and gone before its handle. Failure: CSqliteFailure; giving back never
 // fails. Threads: as the connection.
 #pragma once
@@ -41,10 +41,12 @@ class CStatementLease
 {
 public:
     CStatementLease() = default;
-    CStatementLease(CStatementCache& cache, std::unique_ptr<CCompiled> compiled, bool bPlain)
-        : m_pCache(&cache), m_compiled(std::move(compiled)), m_bPlain(bPlain)
+    CStatementLease(CStatementCache& cache, std::unique_ptr<CCompiled> compiled)
+        : m_pCache(&cache), m_compiled(std::move(compiled))
     {
     }
+    CStatementLease(const CStatementLease&) = delete;
+    CStatementLease& operator=(const CStatementLease&) = delete;
     CStatementLease(CStatementLease&& other) noexcept = default;
     CStatementLease& operator=(CStatementLease&& other) noexcept;
     ~CStatementLease() { reset(); }
@@ -56,9 +58,6 @@ public:
     // Ends the run, and with it its read lock, and gives the statement back.
     void reset();
 
-    // Compiled just now from the very text: what SQLite says of it is what it would say to anyone.
-    bool IsPlain() const { return m_bPlain; }
-
     // The names of the columns of the result under way. There must be a statement; after its
     // first step only, where a table that changed is noticed. Valid until reset.
     const CColumnNames& Names();
@@ -66,7 +65,6 @@ public:
 private:
     CStatementCache* m_pCache = nullptr;
     std::unique_ptr<CCompiled> m_compiled;
-    bool m_bPlain = false;
 };
 
 class CStatementCache
@@ -81,16 +79,14 @@ public:
     // The first statement of the text, ready to run; nothing when the text holds none.
     CStatementLease Take(const char* szSql);
 
-    // The same, compiled from the text as it stands.
-    CStatementLease TakePlain(const char* szSql);
-
     std::size_t Kept() const { return m_vKept.size(); }
 
 private:
     friend class CStatementLease;
 
-    std::unique_ptr<CCompiled> FindKept();
     CStatementLease TakeBound(int nValue);
+    CStatementLease Compile(const char* szSql);
+    std::unique_ptr<CCompiled> FindKept();
     void GiveBack(std::unique_ptr<CCompiled> compiled);
 
     sqlite3* m_pDb;

@@ -60,6 +60,33 @@ TEST_F(StatementCacheTest, KeepsTheStatementOfATextWithoutANumber)
     EXPECT_NE(Run("select * from tbSM "), pFirst);
 }
 
+TEST_F(StatementCacheTest, ForgetsTheNumberWithTheLoan)
+{
+    ASSERT_EQ(NameOf(7), "UPS");
+    const CStatementLease stmt = cache.Take((kDevice + std::string("?1")).c_str());
+    EXPECT_EQ(sqlite3_step(stmt.get()), SQLITE_DONE); // a parameter that nobody gave is NULL
+}
+
+TEST_F(StatementCacheTest, GivesRowsInTheOrderThatTheNumberMakes)
+{
+    connection.Sql("create table t(a,b,c); create index i on t(b,c desc) where b=5;"
+                   "insert into t values(1,5,1),(2,5,2),(3,6,1),(4,6,2)");
+    const auto order = [this](const std::string& strNumber)
+    {
+        std::string strOrder;
+        const CStatementLease stmt = cache.Take(("select a from t where b=" + strNumber).c_str());
+        while (sqlite3_step(stmt.get()) == SQLITE_ROW)
+        {
+            strOrder += std::to_string(sqlite3_column_int(stmt.get(), 0));
+        }
+        return strOrder;
+    };
+    EXPECT_EQ(order("6"), "34");
+    EXPECT_EQ(order("5"), "21"); // by the index, which holds rows of this number alone
+    EXPECT_EQ(order("6"), "34");
+    EXPECT_EQ(cache.Kept(), 1U);
+}
+
 TEST_F(StatementCacheTest, SharesNoStatementInUse)
 {
     const CStatementLease first = cache.Take(device(7).c_str());
@@ -91,8 +118,10 @@ TEST_F(StatementCacheTest, KeepsTheLatestOnly)
     Run("select 0"); // takes the place of "select 1"
     EXPECT_EQ(cache.Kept(), CStatementCache::kStatements);
     EXPECT_EQ(Run(device(7)), pDevice);
-    EXPECT_FALSE(cache.Take("select 2").IsPlain());
-    EXPECT_TRUE(cache.Take("select 1").IsPlain());
+    const CStatementLease gone = cache.Take("select 1");
+    EXPECT_EQ(cache.Kept(), CStatementCache::kStatements);
+    const CStatementLease kept = cache.Take("select 2");
+    EXPECT_EQ(cache.Kept(), CStatementCache::kStatements - 1);
 }
 
 TEST_F(StatementCacheTest, KeepsNoLongText)
@@ -140,7 +169,7 @@ TEST_F(StatementCacheTest, TellsTheErrorOfTheTextAsItStands)
 {
     connection.Sql("create index i on tbSM(Name) where SID=7");
     const std::string strHint = "select Name from tbSM indexed by i where SID=";
-    EXPECT_TRUE(cache.Take((strHint + "7").c_str()).IsPlain()); // only the number makes it possible
+    EXPECT_TRUE(cache.Take((strHint + "7").c_str())); // only the number makes it possible
     EXPECT_THROW(cache.Take((strHint + "8").c_str()), vkdb::CSqliteFailure);
     EXPECT_THROW(cache.Take("select Name from tbNone where SID=8"), vkdb::CSqliteFailure);
 }
