@@ -46,6 +46,7 @@ struct SystemScript
     int requestQueue = 12;
     int threadResult = 0;
     const void* threadArgument = nullptr;
+    pthread_t alarmThread = 0; // that alarm signals are passed on to
 };
 SystemScript script;
 
@@ -62,6 +63,11 @@ StubScript stub_script;
 void stub_called(const char* call)
 {
     add_event(call);
+}
+
+void pass_alarm_signals_to(pthread_t thread)
+{
+    script.alarmThread = thread;
 }
 
 extern "C"
@@ -358,6 +364,13 @@ TEST_F(AppPostTest, AnAbsurdNumberOfUrlsIsBounded)
     EXPECT_EQ(rec.CountStarting("log Url"), 999);
 }
 
+TEST_F(AppPostTest, AThousandUrlsAreNotTooMany)
+{
+    InitWith("maxURLs=1000\nUrl999=http://last/\n");
+    EXPECT_THAT(app->m_vUrls, ElementsAre("http://last/"));
+    EXPECT_THAT(rec.Logs(), Not(Contains(HasSubstr("too large"))));
+}
+
 // --- Start-up -----------------------------------------------------------------------------------
 
 TEST_F(AppPostTest, StartsUpInOrder)
@@ -387,14 +400,15 @@ TEST_F(AppPostTest, AfterAGoodStartUpEverythingIsHeld)
     EXPECT_EQ(app->m_msgCtrlid, 12);
     EXPECT_EQ(app->m_thProcMsg, 77U);
     EXPECT_EQ(script.threadArgument, app.get());
+    EXPECT_EQ(script.alarmThread, 77U);
 }
 
 TEST_F(AppPostTest, ATrayQueueThatIsThereIsNotAskedForAgain)
 {
-    app->m_msgTrayid = 5;
+    app->m_msgTrayid = 0; // the system's first
     app->Init();
     EXPECT_EQ(rec.Count("msgget 0x9000"), 0);
-    EXPECT_THAT(rec.Logs().front(), StartsWith("msg=5 POST"));
+    EXPECT_THAT(rec.Logs().front(), StartsWith("msg=0 POST"));
 }
 
 TEST_F(AppPostTest, WithoutQueuesStartUpGoesOn)
@@ -415,6 +429,7 @@ TEST_F(AppPostTest, WithoutTheRequestThreadStartUpGoesOn)
     InitWith("Url=http://h/\n");
     EXPECT_TRUE(app->IsOk());
     EXPECT_EQ(app->m_thProcMsg, 0U);
+    EXPECT_EQ(script.alarmThread, 0U);
     EXPECT_EQ(rec.Events().back(), "log Thread creation failed!");
 }
 
@@ -628,6 +643,21 @@ TEST_F(AppPostTest, AnAlarmDatabaseThatIsNotThereIsNotLogged)
     stub_script.alarmDb = false;
     EXPECT_EQ(LoadEvents().back(), "data Open(NULL,0)");
     EXPECT_TRUE(app->IsOk());
+}
+
+TEST_F(AppPostTest, AnAlarmDatabaseWithoutItsFolderIsNotLogged)
+{
+    write_file("tmp", "a file");
+    stub_script.alarmDb = false;
+    EXPECT_EQ(LoadEvents().back(), "data Open(NULL,0)");
+}
+
+TEST_F(AppPostTest, AnAlarmDatabaseThatCannotBeLookedAtIsLogged)
+{
+    std::filesystem::create_directory("tmp");
+    std::filesystem::create_symlink("dbData.db3", "tmp/dbData.db3"); // to itself
+    stub_script.alarmDb = false;
+    EXPECT_EQ(LoadEvents().back(), kNoAlarms);
 }
 
 TEST_F(AppPostTest, AnAlarmDatabaseThatIsThereAndCannotBeOpenedIsLogged)

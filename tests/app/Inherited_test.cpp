@@ -132,6 +132,18 @@ TEST(Inherited, DescriptorsThatAreThereStayWhatTheyAre)
     EXPECT_EQ(run_in_child(work), 0);
 }
 
+TEST(Inherited, NothingIsOpenedWhereNoneIsMissing)
+{
+    const auto work = []
+    {
+        const int before = dup(STDIN_FILENO);
+        close(before);
+        put_inherited_in_order();
+        EXPECT_EQ(dup(STDIN_FILENO), before);
+    };
+    EXPECT_EQ(run_in_child(work), 0);
+}
+
 TEST(Inherited, WithoutANullDeviceTheirPlacesAreTakenAllTheSame)
 {
     const auto work = []

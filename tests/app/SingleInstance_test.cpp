@@ -4,6 +4,7 @@
 
 #include <cerrno>
 #include <cstdarg>
+#include <cstdlib>
 #include <cstring>
 #include <fcntl.h>
 #include <filesystem>
@@ -272,6 +273,15 @@ TEST_F(SingleInstanceTest, ARefusedProcessKeepsNoDescriptor)
     const int after = dup(STDIN_FILENO);
     close(after);
     EXPECT_EQ(after, before);
+}
+
+TEST_F(SingleInstanceTest, CommandsDoNotGetTheDescriptor)
+{
+    const auto look = []
+    {
+        EXPECT_NE(std::system("ls -l /proc/self/fd | grep -q single_instance_test.pid"), 0);
+    };
+    WhileHeld(look);
 }
 
 TEST_F(SingleInstanceTest, TheLockEndsWithItsProcess)

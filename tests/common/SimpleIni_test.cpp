@@ -208,6 +208,13 @@ TEST_F(SimpleIniTest, ValueAndKeyAreTrimmedOfBlanksAndTabs)
     EXPECT_EQ(Value("key"), "a b");
 }
 
+TEST_F(SimpleIniTest, OtherWhiteSpaceIsNotTrimmed)
+{
+    Load("[S]\na=\r b\v\r\r\n");
+    EXPECT_EQ(Value("a"), "\r b\v\r");
+    EXPECT_EQ(SimpleIni::Trim(" \f\t x\n "), "\f\t x\n");
+}
+
 TEST_F(SimpleIniTest, ValueBeginsBehindTheFirstEqualsSign)
 {
     Load("[S]\nUrl = http://h/?a=1&b=2\n");

@@ -172,6 +172,23 @@ TEST_F(WriteProfileString, FileThatCannotBeOpenedIsReported)
     EXPECT_EQ(write_profile_string("A", "k", "v", "/tmp"), 0);
 }
 
+// The next descriptor that an open would give.
+int next_descriptor()
+{
+    const int fd = dup(STDIN_FILENO);
+    close(fd);
+    return fd;
+}
+
+TEST_F(WriteProfileString, LeavesNoDescriptorBehind)
+{
+    const int before = next_descriptor();
+    EXPECT_EQ(write_profile_string("A", "k", "v", path.c_str()), 1);
+    EXPECT_EQ(write_profile_string("A", "k", "w", path.c_str()), 1);
+    EXPECT_EQ(Read("A", "k"), "w");
+    EXPECT_EQ(next_descriptor(), before);
+}
+
 using WriteProfileStringDeathTest = ProfileTest;
 
 // In a process that may write no byte, as on a device that is full.
