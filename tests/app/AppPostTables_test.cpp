@@ -239,6 +239,22 @@ TEST_F(TablesTest, PartOfTheNamesDoesNotReplaceTheLastOnes)
     EXPECT_THAT(Published(), ElementsAre(Pair(7, "old"), Pair(8, "old")));
 }
 
+TEST_F(TablesTest, AllNamesOfAFailedTryReplaceTheLastOnesAndPartOfThemInTheNextTryDoesNot)
+{
+    Publish({{7, "old"}, {9, "old"}});
+    Tables({});
+    Names({{"7", "new"}, {"8", "new"}});
+    Inputs({});
+    Cameras({});
+    for (int nth = 3; nth <= 11; ++nth)
+    {
+        db.ThrowIn("QryNext", nth, 10, "disk I/O error"); // from the second try on
+    }
+    app.GetTbls();
+    EXPECT_THAT(app.m_mapSmName, ElementsAre(Pair(7, "new")));
+    EXPECT_THAT(Published(), ElementsAre(Pair(7, "new"), Pair(8, "new")));
+}
+
 TEST_F(TablesTest, NamesThatAreGoneAreForgottenWhenTheTriesAreOver)
 {
     Publish({{7, "old"}});
