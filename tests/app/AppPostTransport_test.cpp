@@ -12,6 +12,8 @@ namespace
 // Buffers asked for with new (std::nothrow): the so manieth from now on is not to be had; 0: all.
 int failing_allocation = 0;
 
+std::vector<size_t> allocated; // how much was asked for
+
 } // namespace
 
 void* operator new[](size_t size, const std::nothrow_t& /*tag*/) noexcept
@@ -20,6 +22,7 @@ void* operator new[](size_t size, const std::nothrow_t& /*tag*/) noexcept
     {
         return nullptr;
     }
+    allocated.push_back(size);
     return ::operator new[](size);
 }
 
@@ -248,6 +251,15 @@ TEST_F(TransportTest, ABodyThatGrowsToFourTimesItsLengthFits)
     CAppPost::m_sEncoding = "GB18030";
     EXPECT_EQ(app.DoPost("\xC2\x80\xC2\x80", "http://h/"), 1);
     EXPECT_THAT(EasyEvents(), Contains("perform \x81\x30\x81\x30\x81\x30\x81\x30"));
+}
+
+TEST_F(TransportTest, RoomIsMadeForFourTimesTheBody)
+{
+    // As much as the widest encoding may take; the room is handed on without its size.
+    CAppPost::m_sEncoding = "UTF-32BE";
+    allocated.clear();
+    Post("http://h/");
+    EXPECT_THAT(allocated, ElementsAre(4U, 13U)); // of "a=1" and its end mark
 }
 
 // --- Memory -------------------------------------------------------------------------------------

@@ -29,6 +29,14 @@ TEST_F(Transport, ReplyIsLoggedAndNeverTakenForAFormat)
     EXPECT_TRUE(wait_logged("OnPost... 100%n%s\n"));
 }
 
+TEST_F(Transport, EmptyReplyCostsNoLineOfTheLog)
+{
+    // What a server of many rooms should answer.
+    receiver.Answer("/post", 200, "");
+    ExpectOutcome(receiver.Url(), 0);
+    EXPECT_FALSE(has_logged("OnPost"));
+}
+
 TEST_F(Transport, RefusedConnection)
 {
     // Nobody listens there; both posts of the sweep are made.
