@@ -21,6 +21,7 @@ int parse_memory(const std::string& line);
 // The CPU's highest clock in kHz; 0 when the system does not say.
 int getcpufreq();
 
-// The sizes of /dev/mtd0, mtd1, ... added up, in MB as fdisk prints them: at most 16 devices, up
-// to the first number that is missing.
+// The sizes of /dev/mtd0, mtd1, ... added up: at most 16 devices, up to the first number that is
+// missing. In bytes, since the fifth word of fdisk's line "Disk /dev/mtd0: 8 MB, 8388608 bytes" is
+// that; a fdisk that says MiB, or GB, gives nothing. From 2 GiB on the sum wraps.
 int getflashsize();

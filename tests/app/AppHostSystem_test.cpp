@@ -1,10 +1,12 @@
 // What the host status takes from the system: real files and real commands.
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <unistd.h>
 
 #include "tests/support/PosterTest.h"
+#include "tests/support/TempDir.h"
 
 namespace
 {
@@ -71,4 +73,47 @@ TEST_F(SystemTest, CommandWithoutANumberLeavesTheValue)
     EXPECT_FALSE(command_number("echo text", value));
     EXPECT_FALSE(command_number("exit 3", value));
     EXPECT_EQ(value, 7);
+}
+
+namespace
+{
+
+// The flash figure's command, with a fdisk in front of the path that prints this line.
+class FlashCommandTest : public ::testing::Test
+{
+protected:
+    FlashCommandTest() : m_path(std::getenv("PATH"))
+    {
+        const std::string here = std::filesystem::current_path();
+        setenv("PATH", (here + ":" + m_path).c_str(), 1);
+    }
+    ~FlashCommandTest() override { setenv("PATH", m_path.c_str(), 1); }
+
+    // What the command leaves of 7.
+    static int Figure(const std::string& line)
+    {
+        write_file("fdisk", "#!/bin/sh\n[ \"$*\" = '-l /dev/mtd0' ] && echo '" + line + "'\n");
+        std::filesystem::permissions("fdisk", std::filesystem::perms::owner_all);
+        int value = 7;
+        command_number("fdisk -l /dev/mtd0 | grep -w MB | awk '{print $5}'", value);
+        return value;
+    }
+
+private:
+    const CTempDir m_dir;
+    const std::string m_path;
+};
+
+} // namespace
+
+TEST_F(FlashCommandTest, FigureIsInBytes)
+{
+    EXPECT_EQ(Figure("Disk /dev/mtd0: 8 MB, 8388608 bytes, 16384 sectors"), 8388608);
+    EXPECT_EQ(Figure("Disk /dev/mtd0: 8 MB, 8388608 bytes"), 8388608);
+}
+
+TEST_F(FlashCommandTest, FdiskThatDoesNotSayMegabytesGivesNothing)
+{
+    EXPECT_EQ(Figure("Disk /dev/mtd0: 8 MiB, 8388608 bytes, 16384 sectors"), 7);
+    EXPECT_EQ(Figure("Disk /dev/mtd0: 12 GB, 12884901888 bytes, 25165824 sectors"), 7);
 }

@@ -90,10 +90,10 @@ TEST_F(HostTest, PostsTheHostAsDeviceZero)
     host.files["/proc/meminfo"] = {"MemTotal:        2043208 kB", "MemFree:  1023400 kB",
                                    "Buffers:   12 kB", "Cached:\t345678 kB", "SwapCached: 9 kB"};
     host.devices = 2;
-    host.numbers = {{kClock, 1800000}, {fdisk(0), 128}, {fdisk(1), 64}};
+    host.numbers = {{kClock, 1800000}, {fdisk(0), 134217728}, {fdisk(1), 67108864}};
     EXPECT_EQ(Body(), std::string(kHead) +
                           "&cpu1=157&cpu5=33&cpu15=8&memtotal=2043208&memfree=1023400&membuf=12"
-                          "&memcach=345678&cpufreq=1800000&flashsize=192");
+                          "&memcach=345678&cpufreq=1800000&flashsize=201326592");
 }
 
 TEST_F(HostTest, GathersEverythingThenPostsThenTicks)
