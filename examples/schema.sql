@@ -20,8 +20,8 @@ CREATE TABLE tbSM (
     Note     TEXT,
     Tag1     INTEGER DEFAULT 0,   -- free for the site: here the row of cabinets
     ASubSys  INTEGER DEFAULT 0,   -- subsystem: 1 power, 2 cooling, 3 environment, 4 security
-    State    INTEGER DEFAULT 0,   -- cameras are posted only while this is 0
-    DataMode INTEGER DEFAULT 1,   -- cameras are posted only while this is 1
+    State    INTEGER DEFAULT 0,   -- a camera is found only when this is 0 at discovery
+    DataMode INTEGER DEFAULT 1,   -- a camera is found only when this is 1 at discovery
     SerDef   TEXT,                -- how to reach a camera; posted as it is
     LastUpd  TEXT
 );
@@ -205,7 +205,10 @@ CREATE TABLE tbDio (
 
 -- database: tmp/dbData.db3
 
--- Alarms, oldest first by DID. A new row is followed by the signal SIGRTMIN+1 to the forwarder.
+-- Alarms, oldest first by DID. A new row is followed by the signal SIGRTMIN+1 to the forwarder. A
+-- clearing is a new row, or the old one changed once it is marked: "update tbSMAlarm set Alm=Alm|4,
+-- LastUpd=.., AFld=0 where DID=.. and AFld=1", again a second later while it changes no row. The
+-- mark goes by DID alone: a change while the alarm is being posted would be marked with it.
 CREATE TABLE tbSMAlarm (
     DID      INTEGER PRIMARY KEY,
     SID      INTEGER NOT NULL,
