@@ -223,6 +223,13 @@ TEST(AsciiStr2HexStr, OldLowDigitBecomesTheHighDigitOfAShortGroup)
     EXPECT_THAT(out, ElementsAre(0xC1, 0x00, kUntouched));
 }
 
+TEST(AsciiStr2HexStr, BlankMovesOnAndShiftsNothing)
+{
+    unsigned char out[] = {0x00, 0x0A, 0x00, kUntouched};
+    EXPECT_EQ(CBufHelper::AsciiStr2HexStr(out, "12 3", 4), 2);
+    EXPECT_THAT(out, ElementsAre(0x12, 0xA3, 0x00, kUntouched));
+}
+
 TEST(AsciiStr2HexStr, WritesAZeroBehindTheLastGroupAndNothingElse)
 {
     unsigned char out[] = {0x00, 0x00, 0x77, kUntouched};

@@ -532,4 +532,5 @@ TEST(SimpleIniText, TrimDropsBlanksAndTabsOnly)
     EXPECT_EQ(SimpleIni::Trim(" \t "), "");
     EXPECT_EQ(SimpleIni::Trim(""), "");
     EXPECT_EQ(SimpleIni::Trim("\ra\v "), "\ra\v");
+    EXPECT_EQ(SimpleIni::Trim("\v\fa\f\r"), "\v\fa\f\r");
 }

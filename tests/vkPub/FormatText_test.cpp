@@ -77,6 +77,7 @@ TEST(FormatText, FlagsWidthAndPrecisionCount)
     EXPECT_EQ(formatted("<%.3d|%6.3d|%.0d|%.d>"), "<000|   000||>");
     EXPECT_EQ(formatted("<%.2f|%8.1f|%-8.1e|>"), "<0.00|     0.0|0.0e+00 |>");
     EXPECT_EQ(formatted("<%.3g|%#.3g>"), "<0|0.00>");
+    EXPECT_EQ(formatted("<%'3d|%I3d>"), "<  0|  0>");
 }
 
 TEST(FormatText, WidthFromAnArgumentIsZero)
@@ -124,8 +125,8 @@ TEST(FormatText, LimitIsOnTheWholeText)
 // Neither the time nor the memory that printf would take for them.
 TEST(FormatText, HugeWidthsAndPrecisionsAreTooLong)
 {
-    for (const char* format : {"%2147483647d", "%99999999999999999999d", "%.2147483647d",
-                               "%.2147483647f", "%#.2147483647g", "%2147483647s"})
+    for (const char* format : {"%2147483647d", "%99999999999999999999d", "%18446744073709551621d",
+                               "%.2147483647d", "%.2147483647f", "%#.2147483647g", "%2147483647s"})
     {
         EXPECT_FALSE(fits(format)) << format;
     }

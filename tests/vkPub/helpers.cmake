@@ -2,6 +2,7 @@
 vk_unit_test(profile_test
     SOURCES
         FormatText_test.cpp
+        ProfileFiles_test.cpp
         ProfileProperties_test.cpp
         ProfileTest.cpp
         vkProfile_test.cpp
