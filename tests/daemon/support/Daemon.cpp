@@ -25,17 +25,15 @@ void redirect(int fd, const std::string& path)
 }
 
 // Returns only when that fails.
-void exec_daemon(const std::string& record)
+void become(std::vector<std::string> command)
 {
-    char program[] = VK_DAEMON;
-    if (record.empty())
+    std::vector<char*> argv;
+    for (std::string& argument : command)
     {
-        exec_program({program, nullptr});
-        return;
+        argv.push_back(argument.data());
     }
-    // -D: strace is a grandchild, so that the daemon has this process's number.
-    execlp("strace", "strace", "-D", "-f", "-y", "-s", "0", "-e", "trace=%desc", "-o",
-           record.c_str(), program, nullptr);
+    argv.push_back(nullptr);
+    exec_program(argv);
 }
 
 int as_status(int waited)
@@ -44,6 +42,13 @@ int as_status(int waited)
 }
 
 } // namespace
+
+void CDaemon::Trace(const std::string& record)
+{
+    // -D: strace is a grandchild, so that the daemon has this process's number.
+    Command({"/usr/bin/strace", "-D", "-f", "-y", "-s", "0", "-e", "trace=%desc", "-o", record,
+             VK_DAEMON});
+}
 
 void CDaemon::Start(const std::string& dir)
 {
@@ -72,7 +77,7 @@ void CDaemon::Start(const std::string& dir)
         {
             m_before();
         }
-        exec_daemon(m_strRecord);
+        become(m_command.empty() ? std::vector<std::string>{VK_DAEMON} : m_command);
     }
     _exit(kNoExec);
 }

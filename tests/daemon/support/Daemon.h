@@ -8,6 +8,8 @@
 #include <map>
 #include <string>
 #include <sys/types.h>
+#include <utility>
+#include <vector>
 
 class CDaemon
 {
@@ -20,9 +22,13 @@ public:
     // Set before Start, beside the test's own environment.
     void Env(const std::string& name, const std::string& value) { m_env[name] = value; }
 
+    // What is started instead of the usual daemon: another build of it, or a program that becomes it.
+    void Command(std::vector<std::string> command) { m_command = std::move(command); }
+
     // Set before Start: strace -y writes down there what files the daemon opens, reads and writes.
     // It has the whole record when it says how the daemon ended.
-    void Trace(const std::string& record) { m_strRecord = record; }
+    void Trace(const std::string& record);
+
     // Done in the daemon's process right before the program starts: what a parent leaves behind.
     void Before(std::function<void()> work) { m_before = std::move(work); }
 
@@ -45,8 +51,8 @@ public:
 private:
     std::map<std::string, std::string> m_env;
     std::function<void()> m_before;
+    std::vector<std::string> m_command; // empty: the usual daemon
     std::string m_strDir;
-    std::string m_strRecord; // empty: not traced
     pid_t m_pid = -1;
     int m_status = -1; // as WaitExit returns it; -1 while it runs
 };

@@ -1,0 +1,30 @@
+// The kinds of torture, each with what tells its cases apart.
+#pragma once
+
+#include <cstdint>
+#include <string>
+
+#include "tests/daemon/torture/Tally.h"
+
+struct Options
+{
+    uint32_t seed = 1;
+    int count = 0;    // cases at most; 0: as many as the full form has
+    int part = 0;     // of the cases, those whose number leaves this rest
+    int parts = 1;    // when divided by this
+    std::string only; // one case, as a line of a report names it; empty: all
+};
+
+// Whether a case is this process's to run.
+inline bool is_mine(const Options& options, int number)
+{
+    return options.only.empty() ? number % options.parts == options.part
+                                : options.only == std::to_string(number);
+}
+
+// The command that runs one case again.
+std::string repeat_command(const std::string& kind, const Options& options,
+                           const std::string& one_case);
+
+void torture_with_faults(const Options& options, CTally& tally); // one call fails
+void torture_with_bursts(const Options& options, CTally& tally); // two hundred in a row

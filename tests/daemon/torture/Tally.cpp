@@ -1,0 +1,45 @@
+#include "tests/daemon/torture/Tally.h"
+
+#include <algorithm>
+#include <iostream>
+
+void CTally::Add(const std::string& kind, const Verdict& verdict, const std::string& repeat)
+{
+    Row& row = m_rows[kind];
+    ++row.tried;
+    row.survived += verdict.survived ? 1 : 0;
+    row.recovered += verdict.recovered ? 1 : 0;
+    row.lost += verdict.lost;
+    row.doubled += verdict.doubled;
+    row.failed += verdict.failed;
+    row.wrong += verdict.problems.empty() ? 0 : 1;
+    for (const std::string& problem : verdict.problems)
+    {
+        std::cerr << "WRONG " << kind << ": " << problem << "\n";
+    }
+    if (!verdict.problems.empty())
+    {
+        std::cerr << "  repeat: " << repeat << std::endl;
+    }
+    for (const std::string& remark : verdict.remarks)
+    {
+        std::cerr << "note " << kind << ": " << remark << "\n  repeat: " << repeat << std::endl;
+    }
+}
+
+void CTally::Print() const
+{
+    for (const auto& [kind, row] : m_rows)
+    {
+        std::cout << "tally " << kind << " " << row.tried << " " << row.survived << " "
+                  << row.recovered << " " << row.lost << " " << row.doubled << " " << row.failed
+                  << " " << row.wrong << "\n";
+    }
+    std::cout.flush();
+}
+
+bool CTally::AnyWrong() const
+{
+    return std::any_of(m_rows.begin(), m_rows.end(),
+                       [](const auto& row) { return row.second.wrong > 0; });
+}

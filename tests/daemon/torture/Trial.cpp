@@ -1,0 +1,332 @@
+#include "tests/daemon/torture/Trial.h"
+
+#include <algorithm>
+#include <csignal>
+#include <filesystem>
+#include <set>
+#include <thread>
+
+#include "tests/daemon/support/Await.h"
+#include "tests/daemon/support/DaemonLog.h"
+
+namespace
+{
+
+using Seconds = std::chrono::seconds;
+
+constexpr char kAlarmPath[] = "/alarm";
+constexpr int kLastRequested = 2; // the SID that is asked for
+
+std::string at_server(const CReceiver& server, const std::string& path)
+{
+    std::string url = server.Url(path); // by its address
+    const std::string address = "127.0.0.1";
+    return url.replace(url.find(address), address.size(), "server.test");
+}
+
+} // namespace
+
+CTrial::CTrial(CRoom& room, Scene scene, CFaultBlock* block)
+    : m_room(room), m_scene(scene), m_block(block)
+{
+    m_url = m_data.Url();
+    m_alarmUrl = m_data.Url(kAlarmPath);
+    if (scene == Scene::kRich)
+    {
+        m_secure = std::make_unique<CReceiver>(room.Server());
+        m_alarmUrl = at_server(*m_secure, kAlarmPath);
+    }
+    m_room.Reset();
+}
+
+CTrial::~CTrial()
+{
+    m_daemon.reset(); // before the servers that it is connected to
+}
+
+void CTrial::PostTo(const std::string& url, const std::string& alarm_url)
+{
+    m_url = url;
+    m_alarmUrl = alarm_url;
+}
+
+void CTrial::WriteSettings()
+{
+    const bool rich = m_scene == Scene::kRich;
+    CHostDir& host = m_room.Host();
+    host.Post("Url", m_url);
+    host.Post("AlmUrl", m_alarmUrl);
+    host.Post("Url1", rich ? at_server(*m_secure, "/post") : "");
+    host.Post("CA", rich ? m_room.Authority() : "");
+    host.Post("Encoding", rich ? "GBK" : "UTF-8");
+    host.Post("ReTbls", rich ? "30" : "0");
+    host.WriteIni();
+}
+
+void CTrial::Start()
+{
+    WriteSettings();
+    m_daemon = std::make_unique<CDaemon>();
+    std::vector<std::string> command = m_through;
+    command.emplace_back(VK_DAEMON);
+    m_daemon->Command(command);
+    if (m_block != nullptr)
+    {
+        m_daemon->Env("LD_PRELOAD", VK_PRELOAD);
+        m_daemon->Env(kBlockVariable, m_block->File());
+    }
+    m_daemon->Start(m_room.Host().Path());
+}
+
+void CTrial::Restart()
+{
+    m_logs += read_file(kLogPath);
+    m_daemon->Kill();
+    std::filesystem::remove(kLogPath); // what is found there from now on is the new one's
+    Start();
+}
+
+void CTrial::RaiseAlarm()
+{
+    m_raised.push_back(m_room.RaiseAlarm());
+    m_dids[m_raised.back()] = m_room.LastAlarm();
+}
+
+bool CTrial::Signal()
+{
+    if (Ended() || !has_logged("vkAppPost signal "))
+    {
+        return false;
+    }
+    m_daemon->Signal(SIGRTMIN + 1);
+    ++m_signals;
+    return true;
+}
+
+void CTrial::Request() const
+{
+    send_request(kLastRequested);
+}
+
+std::vector<CReceiver*> CTrial::DataServers()
+{
+    std::vector<CReceiver*> servers{&m_data};
+    if (m_secure != nullptr)
+    {
+        servers.push_back(m_secure.get());
+    }
+    return servers;
+}
+
+bool CTrial::WaitUp(Seconds patience)
+{
+    wait_until([&] { return !m_data.Bodies().empty() || Ended(); }, patience);
+    return !m_data.Bodies().empty() && !Ended();
+}
+
+// The first body that has not come since; empty when all have, at every server.
+std::string CTrial::MissingSince(const std::vector<size_t>& starts)
+{
+    const std::vector<CReceiver*> servers = DataServers();
+    for (size_t i = 0; i < servers.size(); ++i)
+    {
+        const std::vector<std::string> bodies = servers[i]->Bodies();
+        std::set<std::string> came;
+        for (size_t k = starts[i]; k < bodies.size(); ++k)
+        {
+            came.insert(steady_part(bodies[k]));
+        }
+        for (const std::string& wanted : sweep_bodies())
+        {
+            if (came.count(wanted) == 0)
+            {
+                return wanted;
+            }
+        }
+    }
+    return {};
+}
+
+bool CTrial::WaitSweep(Seconds patience)
+{
+    std::vector<size_t> starts;
+    for (CReceiver* server : DataServers())
+    {
+        starts.push_back(server->Bodies().size());
+    }
+    wait_until([&] { return MissingSince(starts).empty() || Ended(); }, patience);
+    m_missing = MissingSince(starts);
+    return m_missing.empty();
+}
+
+bool CTrial::WaitAlarms(Seconds patience)
+{
+    const auto end = std::chrono::steady_clock::now() + patience;
+    while (!Ended() && std::chrono::steady_clock::now() < end)
+    {
+        // A host's next alarm is its next signal.
+        if (wait_until([&] { return m_room.Unmarked() == "0" || Ended(); }, Seconds(1)))
+        {
+            break;
+        }
+        Signal();
+    }
+    return m_room.Unmarked() == "0";
+}
+
+size_t CTrial::Descriptors(size_t few_enough) const
+{
+    constexpr int kLooks = 300; // some sweeps long
+    const std::string dir = "/proc/" + std::to_string(m_daemon->Pid()) + "/fd";
+    size_t least = SIZE_MAX;
+    for (int i = 0; i < kLooks && least > few_enough; ++i)
+    {
+        std::error_code gone;
+        const std::filesystem::directory_iterator entries(dir, gone);
+        least = std::min(least, static_cast<size_t>(std::distance(begin(entries), end(entries))));
+        std::this_thread::sleep_for(std::chrono::milliseconds(2));
+    }
+    return least;
+}
+
+std::map<std::string, int> CTrial::Arrivals()
+{
+    CReceiver& server = m_secure != nullptr ? *m_secure : m_data;
+    std::map<std::string, int> arrivals;
+    for (const std::string& body : server.Bodies(kAlarmPath))
+    {
+        ++arrivals[alarm_title(body)];
+    }
+    return arrivals;
+}
+
+// Whether the log says that the alarm's post failed: such an alarm is marked all the same.
+bool CTrial::PostFailed(int did) const
+{
+    const std::string start = "CAppPost::OnAlmIns DID: " + std::to_string(did) + "\r\n";
+    bool mine = false;
+    for (const LogEntry& entry : parse_log(m_logs + read_file(kLogPath)))
+    {
+        const std::string& text = entry.message;
+        if (text.rfind("CAppPost::OnAlmIns DID: ", 0) == 0)
+        {
+            mine = text == start;
+        }
+        const bool transfer_failed =
+            text.rfind(" rec-", 0) == 0 && text.find("=1 (0)\n") == std::string::npos;
+        if (mine && (transfer_failed || text.find(" fail\r\n") != std::string::npos))
+        {
+            return true;
+        }
+    }
+    return false;
+}
+
+// --- Judgement -----------------------------------------------------------------------------------
+
+// An end is documented only during start-up, with one of three statuses.
+void CTrial::JudgeEnd(Verdict& verdict)
+{
+    if (!Ended())
+    {
+        return;
+    }
+    const int status = m_daemon->WaitExit();
+    const bool documented = status == 0 || status == 1 || status == 253;
+    if (!documented || !m_data.Bodies().empty())
+    {
+        verdict.survived = false;
+        verdict.Problem(status >= 1000 ? "ended by signal " + std::to_string(status - 1000)
+                                       : "ended with status " + std::to_string(status));
+    }
+    Restart();
+}
+
+void CTrial::JudgeSweep(Verdict& verdict)
+{
+    if (WaitSweep())
+    {
+        return;
+    }
+    const bool alive = !Ended();
+    verdict.Problem((alive ? "sweep not whole, missing " : "ended, missing ") + m_missing);
+    verdict.survived = verdict.survived && alive;
+    Restart();
+    verdict.recovered = WaitSweep();
+    if (!verdict.recovered)
+    {
+        verdict.Problem("nor after a restart");
+    }
+}
+
+void CTrial::JudgeAlarms(Verdict& verdict, int allowed_doubles)
+{
+    if (!WaitAlarms())
+    {
+        verdict.Problem(Ended() ? "ended by the alarm" : "alarms wait, " + m_room.Unmarked());
+        verdict.survived = verdict.survived && !Ended();
+        Restart();
+        WaitSweep();
+        Signal();
+        if (!WaitAlarms())
+        {
+            verdict.recovered = false;
+            verdict.Problem("nor after a restart");
+        }
+    }
+    const std::map<std::string, int> arrivals = Arrivals();
+    for (const std::string& title : m_raised)
+    {
+        const auto found = arrivals.find(title);
+        const int times = found != arrivals.end() ? found->second : 0;
+        verdict.doubled += std::max(0, times - 1);
+        if (times == 0)
+        {
+            ++(PostFailed(m_dids[title]) ? verdict.failed : verdict.lost);
+        }
+    }
+    if (verdict.lost > 0)
+    {
+        verdict.Problem("alarms lost: " + std::to_string(verdict.lost));
+    }
+    if (verdict.doubled > allowed_doubles)
+    {
+        verdict.Problem("alarms doubled: " + std::to_string(verdict.doubled));
+    }
+}
+
+void CTrial::JudgeRequest(Verdict& verdict)
+{
+    const std::string line = "iSid=" + std::to_string(kLastRequested) + " doPost";
+    Request();
+    if (!wait_until([&] { return has_logged(line) || Ended(); }, kPatience))
+    {
+        verdict.Problem("request not served");
+    }
+}
+
+void CTrial::JudgeDescriptors(Verdict& verdict, size_t in_peace) const
+{
+    const size_t now = Descriptors(in_peace);
+    if (now > in_peace)
+    {
+        verdict.Problem("descriptors grew from " + std::to_string(in_peace) + " to " +
+                        std::to_string(now));
+    }
+}
+
+Verdict CTrial::Judge(int allowed_doubles)
+{
+    Verdict verdict;
+    JudgeEnd(verdict);
+    JudgeSweep(verdict);
+    RaiseAlarm();
+    Signal();
+    JudgeAlarms(verdict, allowed_doubles);
+    JudgeRequest(verdict);
+    if (m_daemon->Stderr().find("Sanitizer") != std::string::npos)
+    {
+        verdict.Problem("the sanitizer reported: " + m_daemon->Stderr().substr(0, 2000));
+    }
+    return verdict;
+}

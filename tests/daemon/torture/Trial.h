@@ -1,0 +1,91 @@
+// One daemon in one room, from its start to the judgement.
+//
+// Owns the daemon and the servers that it posts to; borrows the room and, where faults are ordered,
+// the block. All waiting is for events, with a deadline that only a daemon that hangs ever meets.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "tests/daemon/support/Daemon.h"
+#include "tests/daemon/support/Queues.h"
+#include "tests/daemon/support/Receiver.h"
+#include "tests/daemon/torture/FaultBlock.h"
+#include "tests/daemon/torture/Room.h"
+#include "tests/daemon/torture/Tally.h"
+
+class CTrial
+{
+public:
+    static constexpr std::chrono::seconds kPatience{20};
+
+    CTrial(CRoom& room, Scene scene, CFaultBlock* block = nullptr);
+    ~CTrial();
+    CTrial(const CTrial&) = delete;
+    CTrial& operator=(const CTrial&) = delete;
+
+    // Before Start: other addresses than those of the scene's servers.
+    void PostTo(const std::string& url, const std::string& alarm_url);
+    // Before Start: what becomes the daemon, see CDaemon::Command; the daemon's path is appended.
+    void Through(std::vector<std::string> command) { m_through = std::move(command); }
+
+    void Start(); // the daemon, in its room as it is
+    void Restart();
+    CDaemon& Daemon() { return *m_daemon; }
+    CReceiver& Data() { return m_data; }
+    CRoom& Room() { return m_room; }
+
+    void RaiseAlarm(); // one more that waits in the table
+    bool Signal();     // for those that wait; false, not sent: nobody listens for it yet
+    void Request() const;
+
+    // True when it happened, false when the daemon ended or the time was up.
+    bool WaitUp(std::chrono::seconds patience = kPatience);    // the first body
+    bool WaitSweep(std::chrono::seconds patience = kPatience); // from now on, whole, everywhere
+    bool WaitAlarms(std::chrono::seconds patience = kPatience); // none waits any more
+
+    // The last part of every trial, when what tortures the daemon has ended: is it alive, is the
+    // next sweep whole, does a new alarm leave, have all alarms arrived? One that ended is started
+    // again. allowed_doubles: how many alarms may have arrived twice.
+    Verdict Judge(int allowed_doubles = 1);
+
+    // A daemon that was not started again has no more descriptors open than one has in peace.
+    void JudgeDescriptors(Verdict& verdict, size_t in_peace) const;
+
+    int Signals() const { return m_signals; } // sent so far
+
+    // How many descriptors the daemon has open when it is at rest; stops looking at that few.
+    size_t Descriptors(size_t few_enough) const;
+
+private:
+    std::vector<CReceiver*> DataServers();
+    void WriteSettings();
+    std::string MissingSince(const std::vector<size_t>& starts);
+    bool Ended() { return !m_daemon->IsRunning(); }
+    void JudgeEnd(Verdict& verdict);
+    void JudgeSweep(Verdict& verdict);
+    void JudgeAlarms(Verdict& verdict, int allowed_doubles);
+    void JudgeRequest(Verdict& verdict);
+    std::map<std::string, int> Arrivals();
+    bool PostFailed(int did) const;
+
+    CRoom& m_room;
+    Scene m_scene;
+    CFaultBlock* m_block;
+    std::vector<std::string> m_through;
+    CReceiver m_data; // and the alarms of the plain scene
+    std::unique_ptr<CReceiver> m_secure;
+    CTray m_tray;
+    std::string m_url;
+    std::string m_alarmUrl;
+    std::unique_ptr<CDaemon> m_daemon;
+    std::vector<std::string> m_raised;
+    std::map<std::string, int> m_dids; // of the alarms raised, by title
+    std::string m_missing;             // the body that the last WaitSweep missed
+    std::string m_logs;                // of the daemons before this one
+    int m_signals = 0;
+};
