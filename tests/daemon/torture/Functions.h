@@ -86,7 +86,6 @@ constexpr FunctionFacts kFunctions[] = {
 
     {"pthread_create", "threads", {EAGAIN, ENOMEM}},
     {"pthread_kill", "threads", {EAGAIN}},
-    {"pthread_mutex_init", "threads", {ENOMEM, EAGAIN}},
     {"timer_create", "threads", {EAGAIN, ENOMEM}},
     {"timer_settime", "threads", {EINVAL}},
 

@@ -28,3 +28,11 @@ std::string repeat_command(const std::string& kind, const Options& options,
 
 void torture_with_faults(const Options& options, CTally& tally); // one call fails
 void torture_with_bursts(const Options& options, CTally& tally); // two hundred in a row
+void torture_with_servers(const Options& options, CTally& tally);   // and a silent name server
+void torture_with_kills(const Options& options, CTally& tally);     // at any instant
+void torture_with_databases(const Options& options, CTally& tally); // damaged, at rest and in use
+void torture_with_limits(const Options& options, CTally& tally);    // descriptors, address space
+void torture_with_clock(const Options& options, CTally& tally);     // steps both ways
+void torture_with_stops(const Options& options, CTally& tally);     // stopped and let go on
+void torture_with_full_disk(const Options& options, CTally& tally); // needs a box that is small
+void torture_with_no_log(const Options& options, CTally& tally);    // a flash that is read-only

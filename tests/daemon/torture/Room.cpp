@@ -1,6 +1,7 @@
 #include "tests/daemon/torture/Room.h"
 
 #include <filesystem>
+#include <sqlite3.h>
 #include <stdexcept>
 
 const char* scene_name(Scene scene)
@@ -63,6 +64,31 @@ std::string alarm_title(const std::string& body)
     return body.substr(start, body.find('&', start) - start);
 }
 
+namespace
+{
+
+int keep_text(void* out, int columns, char** values, char** /*names*/)
+{
+    *static_cast<std::string*>(out) += columns > 0 && values[0] != nullptr ? values[0] : "";
+    return 0;
+}
+
+// What a check of the whole file says; "ok" when it is sound.
+std::string check(const std::string& file)
+{
+    sqlite3* db = nullptr;
+    std::string text;
+    if (sqlite3_open(file.c_str(), &db) != SQLITE_OK ||
+        sqlite3_exec(db, "pragma integrity_check", keep_text, &text, nullptr) != SQLITE_OK)
+    {
+        text += sqlite3_errmsg(db);
+    }
+    sqlite3_close(db);
+    return text;
+}
+
+} // namespace
+
 CRoom::CRoom()
     : m_authority(m_host.Path(), "ca"),
       m_identity(m_authority.Issue("DNS:server.test,IP:127.0.0.1"))
@@ -123,4 +149,18 @@ std::string CRoom::RaiseAlarm()
 std::string CRoom::Unmarked() const
 {
     return m_host.AlarmValue("select count(*) from tbSMAlarm where AFld is null or AFld<1");
+}
+
+std::vector<std::string> CRoom::Damages() const
+{
+    std::vector<std::string> damages;
+    for (const std::string& file : {DataFile(), AlarmFile()})
+    {
+        const std::string text = check(file);
+        if (text != "ok")
+        {
+            damages.push_back(file.substr(file.rfind('/') + 1) + ": " + text);
+        }
+    }
+    return damages;
 }

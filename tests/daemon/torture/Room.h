@@ -47,6 +47,8 @@ public:
 
     std::string Unmarked() const; // how many alarms are not sent, as a number's text
 
+    std::vector<std::string> Damages() const; // what SQLite's own check says of the two files
+
     const Identity& Server() const { return m_identity; } // of server.test
     std::string Authority() const { return m_authority.CertificateFile(); }
 

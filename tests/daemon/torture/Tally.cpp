@@ -6,9 +6,9 @@
 void CTally::Add(const std::string& kind, const Verdict& verdict, const std::string& repeat)
 {
     Row& row = m_rows[kind];
-    ++row.tried;
-    row.survived += verdict.survived ? 1 : 0;
-    row.recovered += verdict.recovered ? 1 : 0;
+    row.tried += verdict.tried;
+    row.survived += verdict.survived ? verdict.tried : 0;
+    row.recovered += verdict.recovered ? verdict.tried : 0;
     row.lost += verdict.lost;
     row.doubled += verdict.doubled;
     row.failed += verdict.failed;

@@ -8,6 +8,7 @@
 // One trial's outcome.
 struct Verdict
 {
+    int tried = 1;         // how often it was tortured in this trial
     bool survived = true;  // it lived through it, or ended as it is documented to
     bool recovered = true; // the sweep behind it was whole, at the latest after a restart
     int lost = 0;          // alarms that were marked as sent, but neither arrived nor failed

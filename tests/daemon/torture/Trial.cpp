@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <set>
 #include <thread>
+#include <unistd.h>
 
 #include "tests/daemon/support/Await.h"
 #include "tests/daemon/support/DaemonLog.h"
@@ -14,14 +15,22 @@ namespace
 
 using Seconds = std::chrono::seconds;
 
+constexpr char kDataPath[] = "/post";
 constexpr char kAlarmPath[] = "/alarm";
 constexpr int kLastRequested = 2; // the SID that is asked for
 
-std::string at_server(const CReceiver& server, const std::string& path)
+constexpr char kAddress[] = "127.0.0.1";
+constexpr char kServerName[] = "server.test"; // which the library's name server alone knows
+
+bool log_is_kept()
 {
-    std::string url = server.Url(path); // by its address
-    const std::string address = "127.0.0.1";
-    return url.replace(url.find(address), address.size(), "server.test");
+    return access("/NandFlash/tmp", W_OK) == 0;
+}
+
+int port_of(const CReceiver& server)
+{
+    const std::string url = server.Url("");
+    return std::stoi(url.substr(url.rfind(':') + 1));
 }
 
 } // namespace
@@ -34,7 +43,10 @@ CTrial::CTrial(CRoom& room, Scene scene, CFaultBlock* block)
     if (scene == Scene::kRich)
     {
         m_secure = std::make_unique<CReceiver>(room.Server());
-        m_alarmUrl = at_server(*m_secure, kAlarmPath);
+        const std::string host = block != nullptr ? kServerName : kAddress;
+        const std::string base = "https://" + host + ":" + std::to_string(port_of(*m_secure));
+        m_secondUrl = base + kDataPath;
+        m_alarmUrl = base + kAlarmPath;
     }
     m_room.Reset();
 }
@@ -46,8 +58,18 @@ CTrial::~CTrial()
 
 void CTrial::PostTo(const std::string& url, const std::string& alarm_url)
 {
-    m_url = url;
+    (m_secure != nullptr ? m_secondUrl : m_url) = url;
     m_alarmUrl = alarm_url;
+}
+
+int CTrial::DataPort() const
+{
+    return port_of(m_data);
+}
+
+int CTrial::SecurePort() const
+{
+    return port_of(*m_secure);
 }
 
 void CTrial::WriteSettings()
@@ -56,7 +78,7 @@ void CTrial::WriteSettings()
     CHostDir& host = m_room.Host();
     host.Post("Url", m_url);
     host.Post("AlmUrl", m_alarmUrl);
-    host.Post("Url1", rich ? at_server(*m_secure, "/post") : "");
+    host.Post("Url1", m_secondUrl);
     host.Post("CA", rich ? m_room.Authority() : "");
     host.Post("Encoding", rich ? "GBK" : "UTF-8");
     host.Post("ReTbls", rich ? "30" : "0");
@@ -66,6 +88,9 @@ void CTrial::WriteSettings()
 void CTrial::Start()
 {
     WriteSettings();
+    std::error_code none_there;
+    std::filesystem::remove(kLogPath, none_there); // what is found there from now on is this daemon's
+    m_before = m_data.Bodies().size();
     m_daemon = std::make_unique<CDaemon>();
     std::vector<std::string> command = m_through;
     command.emplace_back(VK_DAEMON);
@@ -81,8 +106,10 @@ void CTrial::Start()
 void CTrial::Restart()
 {
     m_logs += read_file(kLogPath);
-    m_daemon->Kill();
-    std::filesystem::remove(kLogPath); // what is found there from now on is the new one's
+    if (m_daemon != nullptr)
+    {
+        m_daemon->Kill();
+    }
     Start();
 }
 
@@ -94,7 +121,8 @@ void CTrial::RaiseAlarm()
 
 bool CTrial::Signal()
 {
-    if (Ended() || !has_logged("vkAppPost signal "))
+    const bool listens = has_logged("vkAppPost signal ") || HasPosted();
+    if (Ended() || !listens)
     {
         return false;
     }
@@ -120,8 +148,8 @@ std::vector<CReceiver*> CTrial::DataServers()
 
 bool CTrial::WaitUp(Seconds patience)
 {
-    wait_until([&] { return !m_data.Bodies().empty() || Ended(); }, patience);
-    return !m_data.Bodies().empty() && !Ended();
+    wait_until([&] { return HasPosted() || Ended(); }, patience);
+    return HasPosted() && !Ended();
 }
 
 // The first body that has not come since; empty when all have, at every server.
@@ -233,7 +261,7 @@ void CTrial::JudgeEnd(Verdict& verdict)
     }
     const int status = m_daemon->WaitExit();
     const bool documented = status == 0 || status == 1 || status == 253;
-    if (!documented || !m_data.Bodies().empty())
+    if (!documented || HasPosted())
     {
         verdict.survived = false;
         verdict.Problem(status >= 1000 ? "ended by signal " + std::to_string(status - 1000)
@@ -248,14 +276,19 @@ void CTrial::JudgeSweep(Verdict& verdict)
     {
         return;
     }
-    const bool alive = !Ended();
-    verdict.Problem((alive ? "sweep not whole, missing " : "ended, missing ") + m_missing);
-    verdict.survived = verdict.survived && alive;
-    Restart();
-    verdict.recovered = WaitSweep();
-    if (!verdict.recovered)
+    if (Ended())
     {
-        verdict.Problem("nor after a restart");
+        JudgeEnd(verdict);
+    }
+    else
+    {
+        verdict.Problem("sweep not whole, missing " + m_missing);
+        Restart();
+    }
+    if (!WaitSweep())
+    {
+        verdict.recovered = false;
+        verdict.Problem("nor after a restart, missing " + m_missing);
     }
 }
 
@@ -295,11 +328,17 @@ void CTrial::JudgeAlarms(Verdict& verdict, int allowed_doubles)
     }
 }
 
+// A daemon that was refused its queue or its thread says so at its start, and serves none.
 void CTrial::JudgeRequest(Verdict& verdict)
 {
+    if (has_logged("m_msgCtrlid=-1") || has_logged("Thread creation failed!") || !log_is_kept())
+    {
+        return;
+    }
     const std::string line = "iSid=" + std::to_string(kLastRequested) + " doPost";
+    const size_t before = count_logged(line);
     Request();
-    if (!wait_until([&] { return has_logged(line) || Ended(); }, kPatience))
+    if (!wait_until([&] { return count_logged(line) > before || Ended(); }, kPatience))
     {
         verdict.Problem("request not served");
     }

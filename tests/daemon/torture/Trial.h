@@ -28,15 +28,17 @@ public:
     CTrial(const CTrial&) = delete;
     CTrial& operator=(const CTrial&) = delete;
 
-    // Before Start: other addresses than those of the scene's servers.
+    // Before Start: what stands before the server of the bodies and of the alarms; in the rich scene
+    // before the https server, which has both.
     void PostTo(const std::string& url, const std::string& alarm_url);
+    int DataPort() const;
+    int SecurePort() const;
     // Before Start: what becomes the daemon, see CDaemon::Command; the daemon's path is appended.
     void Through(std::vector<std::string> command) { m_through = std::move(command); }
 
     void Start(); // the daemon, in its room as it is
     void Restart();
     CDaemon& Daemon() { return *m_daemon; }
-    CReceiver& Data() { return m_data; }
     CRoom& Room() { return m_room; }
 
     void RaiseAlarm(); // one more that waits in the table
@@ -65,6 +67,7 @@ private:
     std::vector<CReceiver*> DataServers();
     void WriteSettings();
     std::string MissingSince(const std::vector<size_t>& starts);
+    bool HasPosted() { return m_data.Bodies().size() > m_before; }
     bool Ended() { return !m_daemon->IsRunning(); }
     void JudgeEnd(Verdict& verdict);
     void JudgeSweep(Verdict& verdict);
@@ -81,11 +84,13 @@ private:
     std::unique_ptr<CReceiver> m_secure;
     CTray m_tray;
     std::string m_url;
+    std::string m_secondUrl; // empty in the plain scene
     std::string m_alarmUrl;
     std::unique_ptr<CDaemon> m_daemon;
     std::vector<std::string> m_raised;
     std::map<std::string, int> m_dids; // of the alarms raised, by title
     std::string m_missing;             // the body that the last WaitSweep missed
     std::string m_logs;                // of the daemons before this one
+    size_t m_before = 0; // bodies that came before this daemon's start
     int m_signals = 0;
 };

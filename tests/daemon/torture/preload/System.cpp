@@ -22,8 +22,6 @@ VK_MAY_FAIL(int, pthread_create,
             (pthread_t * thread, const pthread_attr_t* how, void* (*run)(void*), void* argument),
             (thread, how, run, argument), code)
 VK_MAY_FAIL(int, pthread_kill, (pthread_t thread, int sig), (thread, sig), code)
-VK_MAY_FAIL(int, pthread_mutex_init, (pthread_mutex_t * mutex, const pthread_mutexattr_t* how),
-            (mutex, how), code)
 VK_MAY_FAIL(int, timer_create, (clockid_t clock, sigevent* event, timer_t* timer),
             (clock, event, timer), -1)
 VK_MAY_FAIL(int, timer_settime,
