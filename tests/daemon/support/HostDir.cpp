@@ -54,14 +54,12 @@ std::string run_sql(const std::string& path, const std::string& sql)
 
 } // namespace
 
-CHostDir::CHostDir()
+CHostDir::CHostDir(const std::string& parent) : m_strPath(parent + "/host-XXXXXX")
 {
-    char path[] = "/tmp/host-XXXXXX";
-    if (mkdtemp(path) == nullptr)
+    if (mkdtemp(m_strPath.data()) == nullptr)
     {
         throw std::runtime_error("no directory for the host");
     }
-    m_strPath = path;
     std::filesystem::create_directory(File("tmp"));
 }
 

@@ -13,7 +13,7 @@ struct sqlite3;
 class CHostDir
 {
 public:
-    CHostDir();
+    explicit CHostDir(const std::string& parent = "/tmp");
     ~CHostDir();
     CHostDir(const CHostDir&) = delete;
     CHostDir& operator=(const CHostDir&) = delete;

@@ -32,6 +32,9 @@ public:
     CFaultBlock(const CFaultBlock&) = delete;
     CFaultBlock& operator=(const CFaultBlock&) = delete;
 
+    // Whether this build has the library; one under a sanitizer has not.
+    static bool IsUsable() { return VK_PRELOAD[0] != '\0'; }
+
     const std::string& File() const { return m_strFile; }
 
     void Clear(); // no order, nothing recorded, the clock and the name server as they are

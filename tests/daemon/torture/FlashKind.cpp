@@ -89,7 +89,7 @@ Verdict run_full(CRoom& room, const std::string& dir, Random& random)
 
 void torture_with_full_disk(const Options& options, CTally& tally)
 {
-    CRoom room;
+    CRoom room("/small");
     const int cases = options.count > 0 ? options.count : kCases;
     for (int i = 0; i < cases; ++i)
     {

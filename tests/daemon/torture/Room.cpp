@@ -89,8 +89,8 @@ std::string check(const std::string& file)
 
 } // namespace
 
-CRoom::CRoom()
-    : m_authority(m_host.Path(), "ca"),
+CRoom::CRoom(const std::string& parent)
+    : m_host(parent), m_authority(m_host.Path(), "ca"),
       m_identity(m_authority.Issue("DNS:server.test,IP:127.0.0.1"))
 {
     m_host.UseLibrary(VK_DBLIB);

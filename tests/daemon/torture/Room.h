@@ -32,7 +32,7 @@ std::string alarm_title(const std::string& body);
 class CRoom
 {
 public:
-    CRoom();
+    explicit CRoom(const std::string& parent = "/tmp"); // where its directory is made
 
     CHostDir& Host() { return m_host; }
     std::string DataFile() const { return m_host.File("tmp/dbDat0.db3"); }

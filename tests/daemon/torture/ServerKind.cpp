@@ -302,7 +302,8 @@ void torture_with_servers(const Options& options, CTally& tally)
         for (const Hostility& hostility : kHostilities)
         {
             const int mine = number++;
-            if (!is_mine(options, mine) || (options.count > 0 && mine >= options.count))
+            const bool can_be = hostility.layer != Layer::kResolver || CFaultBlock::IsUsable();
+            if (!can_be || !is_mine(options, mine) || (options.count > 0 && mine >= options.count))
             {
                 continue;
             }
