@@ -73,7 +73,7 @@ void CQuery::Next()
         return;
     }
     ++m_iRow;
-    if (m_stmt && (AtEnd() || !m_bWalked))
+    if (m_stmt)
     {
         if (AtEnd())
         {
@@ -81,12 +81,11 @@ void CQuery::Next()
             m_iRow = 0;
             m_rows.Clear(static_cast<std::size_t>(m_names.Count()));
         }
-        m_bWalked = true;
         ReadRows(std::numeric_limits<std::size_t>::max(), kReadAheadBytes);
     }
     if (AtEnd() && m_failure)
     {
-        std::rethrow_exception(std::exchange(m_failure, nullptr));
+        std::rethrow_exception(m_failure);
     }
 }
 
@@ -99,7 +98,6 @@ void CQuery::End()
     m_rows.Clear(0);
     m_iRow = 0;
     m_failure = nullptr;
-    m_bWalked = false;
 }
 
 // Throws nothing: a failure stays behind the rows that came before it.

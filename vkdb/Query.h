@@ -78,7 +78,6 @@ private:
     CRowBuffer m_rows;            // read and kept
     std::size_t m_iRow = 0;       // the current row, in m_rows
     std::exception_ptr m_failure; // of the row behind m_rows; null: none so far
-    bool m_bWalked = false;       // Next has been called
     std::thread::id m_owner;
 };
 

@@ -96,6 +96,27 @@ TEST_F(ColumnNamesTest, OfALongResultAreFoundInAnyCaseTheFirstFirst)
     EXPECT_EQ(names.Find("tag20"), -1);
 }
 
+TEST_F(ColumnNamesTest, MatchInAnyCaseOfEveryLetter)
+{
+    Load("select 1 as abcdefghijklmnopqrstuvwxyz, 2 as \"@[`{\"");
+    EXPECT_EQ(names.Find("ABCDEFGHIJKLMNOPQRSTUVWXYZ"), 0);
+    EXPECT_EQ(names.Find("@[`{"), 1);
+    EXPECT_EQ(names.Find("`{@["), -1);
+}
+
+// Any number of columns leaves an end to the search for one that is not there.
+TEST_F(ColumnNamesTest, MissingNameIsNotFoundAmongAnyNumberOfColumns)
+{
+    std::string strSql = "select 0 as c0";
+    for (int i = 1; i <= 70; ++i)
+    {
+        Load(strSql);
+        EXPECT_EQ(names.Count(), i);
+        EXPECT_EQ(names.Find("missing"), -1);
+        strSql.append(",0 as c").append(std::to_string(i));
+    }
+}
+
 TEST_F(ColumnNamesTest, ManyColumnsAreAllFound)
 {
     std::string strSql = "select 0 as Fld0";

@@ -122,6 +122,11 @@ TEST(ConnectionTest, ServesItsFileAndAccessOnly)
     EXPECT_TRUE(conn.Serves(file.Path(), Access::kReadOnly));
     EXPECT_FALSE(conn.Serves(file.Path(), Access::kReadWrite));
     EXPECT_FALSE(conn.Serves(other.Path(), Access::kReadOnly));
+
+    // The same file, but a writer's journal would have another name.
+    const std::string strLink = file.Path() + ".link";
+    std::filesystem::create_hard_link(file.Path(), strLink);
+    EXPECT_FALSE(conn.Serves(strLink, Access::kReadOnly));
 }
 
 TEST(ConnectionTest, DoesNotServeAFileThatWasReplacedOrRemoved)
@@ -132,6 +137,27 @@ TEST(ConnectionTest, DoesNotServeAFileThatWasReplacedOrRemoved)
     EXPECT_FALSE(conn.Serves(file.Path(), Access::kReadOnly));
     std::filesystem::remove(file.Path());
     EXPECT_FALSE(conn.Serves(file.Path(), Access::kReadOnly));
+}
+
+// The database object's mutex is the only one.
+TEST(ConnectionTest, HasNoLockOfItsOwn)
+{
+    const CDbFile file("create table t(a)");
+    EXPECT_EQ(sqlite3_db_mutex(CConnection(file.Path(), Access::kReadWrite, 0).Handle()), nullptr);
+}
+
+// Also in a host that has connections share their caches unless they say otherwise.
+TEST(ConnectionTest, SharesNoCache)
+{
+    const CDbFile file("create table t(a); insert into t values(7)");
+    sqlite3_enable_shared_cache(1);
+    CConnection writer(file.Path(), Access::kReadWrite, 0);
+    CConnection reader(file.Path(), Access::kReadOnly, 0);
+    writer.Exec("begin immediate");
+    writer.Exec("update t set a=8");
+    EXPECT_EQ(failure_of([&] { reader.CheckUsable(); }), "no failure");
+    EXPECT_EQ(sqlite3_step(reader.Prepare("select a from t").get()), SQLITE_ROW);
+    sqlite3_enable_shared_cache(0);
 }
 
 TEST(ConnectionTest, CountsTheRowsOfItsLastStatement)

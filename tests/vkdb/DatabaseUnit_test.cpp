@@ -193,6 +193,17 @@ TEST_F(DatabaseTest, AQueryUnderWayStaysOnTheFileThatWasReplaced)
     EXPECT_EQ(read_rows(Db(), kNames), Rows{"new"});
 }
 
+// What a routine reads in one unit of work belongs together.
+TEST_F(DatabaseTest, AUnitStaysOnTheFileThatWasReplaced)
+{
+    ASSERT_TRUE(Db().Open(nullptr, 0));
+    file.Replace("create table tbSM(Name); insert into tbSM values('new')");
+    EXPECT_EQ(read_rows(Db(), kNames), (Rows{"动环", "UPS"}));
+    Db().Close();
+    ASSERT_TRUE(Db().Open(nullptr, 0));
+    EXPECT_EQ(read_rows(Db(), kNames), Rows{"new"});
+}
+
 // The file beside it belongs to the new database, although its name is that of the old one's.
 TEST_F(DatabaseTest, LeavesTheWalOfAReplacingFileAlone)
 {

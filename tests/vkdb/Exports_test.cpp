@@ -10,6 +10,8 @@
 #include <array>
 #include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <iterator>
 
 namespace
 {
@@ -71,6 +73,27 @@ TEST_F(ExportsTest, GiveAManagerAgainAfterFree)
         EXPECT_EQ(read_rows(*pDb, "select a from t"), std::vector<std::string>{"7"});
         freeManager();
         freeManager();
+    }
+}
+
+std::size_t open_descriptors()
+{
+    const std::filesystem::directory_iterator fds("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(fds), end(fds)));
+}
+
+TEST_F(ExportsTest, FreeClosesEveryFile)
+{
+    const CDbFile file("create table t(a); insert into t values(7)");
+    const std::size_t nBefore = open_descriptors();
+    for (const char* szSql : {"select a from t", "select a from missing"})
+    {
+        DbDatabase* pDb = getManager()->OpenDb(file.Path().c_str(), 0);
+        pDb->Open(nullptr, 0);
+        thrown_by([&] { pDb->QryExec(szSql, -1); });
+        EXPECT_GT(open_descriptors(), nBefore);
+        freeManager();
+        EXPECT_EQ(open_descriptors(), nBefore);
     }
 }
 

@@ -14,6 +14,7 @@ struct Orders
     int nGoodReads = 0; // before the next fault
     int nBadReads = 0;
     int nBadOpens = 0;
+    int nOpens = 0; // which have been
     int nReadsToCall = 0;
     int nLocksToCall = 0;
     std::function<void()> onFault;
@@ -64,6 +65,7 @@ int faulty_open(sqlite3_vfs*, const char* szName, sqlite3_file* pFile, int nFlag
         pFile->pMethods = nullptr;
         return SQLITE_CANTOPEN;
     }
+    g_orders.nOpens += bDatabase ? 1 : 0;
     const int rc = g_real->xOpen(g_real, szName, pFile, nFlags, pnFlags);
     if (rc == SQLITE_OK && bDatabase && pFile->pMethods != nullptr)
     {
@@ -121,6 +123,11 @@ void CFaultVfs::AtBusyLock(int nTimes, std::function<void()> call)
 {
     g_orders.nLocksToCall = nTimes;
     g_orders.onBusyLock = std::move(call);
+}
+
+int CFaultVfs::Opens() const
+{
+    return g_orders.nOpens;
 }
 
 bool CFaultVfs::IsDone() const

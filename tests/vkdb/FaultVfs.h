@@ -28,6 +28,9 @@ public:
     // Called when somebody else's lock has been found nTimes.
     void AtBusyLock(int nTimes, std::function<void()> call);
 
+    // How many databases were opened so far.
+    int Opens() const;
+
     // True when all faults ordered have happened.
     bool IsDone() const;
 };

@@ -4,6 +4,9 @@
 
 #include <gtest/gtest.h>
 
+#include <filesystem>
+#include <thread>
+
 namespace
 {
 
@@ -22,8 +25,41 @@ TEST(ManagerTest, HasNoObjectForAMissingFile)
     const CDbFile file;
     vkdb::CManager manager(0);
     EXPECT_EQ(manager.OpenDb(file.Path().c_str(), 0), nullptr);
+    EXPECT_EQ(manager.OpenDb((file.Path() + "/below").c_str(), 0), nullptr);
+    CWriter(file.Path()).Sql("create table t(a)");
+    EXPECT_EQ(manager.OpenDb((file.Path() + "/below").c_str(), 0), nullptr); // below a file
     EXPECT_EQ(manager.OpenDb("", 0), nullptr);
     EXPECT_EQ(manager.OpenDb(nullptr, 0), nullptr);
+}
+
+TEST(ManagerTest, MakesAnObjectForAPathThatCannotBeFollowedJustNow)
+{
+    const CDbFile file;
+    std::filesystem::create_symlink(file.Path(), file.Path()); // ELOOP
+    vkdb::CManager manager(0);
+    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(pDb, nullptr);
+    EXPECT_FALSE(pDb->Open(nullptr, 0));
+    std::filesystem::remove(file.Path());
+    file.Sql("create table t(a)");
+    EXPECT_TRUE(pDb->Open(nullptr, 0));
+}
+
+// Which the thread sanitizer's build makes sure of.
+TEST(ManagerTest, MakesObjectsForTwoThreads)
+{
+    const CDbFile file("create table t(a)");
+    vkdb::CManager manager(0);
+    const auto open = [&]
+    {
+        for (int i = 0; i < 100; ++i)
+        {
+            EXPECT_NE(manager.OpenDb(file.Path().c_str(), 0), nullptr);
+        }
+    };
+    std::thread other(open);
+    open();
+    other.join();
 }
 
 // A lock held just when the host starts must not cost it the database for good.

@@ -105,6 +105,21 @@ TEST_F(NoTouchTest, DatabaseWithAWriteAheadLogIsReadWithoutOne)
     EXPECT_FALSE(fs::exists(file.Path() + "-shm"));
 }
 
+// Such a database is opened as a URI, where these letters mean something.
+TEST_F(NoTouchTest, DatabaseWithAWriteAheadLogIsReadWhateverItsName)
+{
+    for (const char* szName : {"/a?b.db3", "/a#b.db3", "/a%41b.db3", "/a b.db3", "/动环.db3"})
+    {
+        const std::string strPath = fs::path(file.Path()).parent_path().string() + szName;
+        CWriter(strPath).Sql(std::string(kWal) + kTable);
+        const size_t nFiles = Folder().size();
+        CDatabase db(strPath, 0, CDatabase::Policy::kNoTouch);
+        EXPECT_TRUE(db.Open(nullptr, 0)) << szName;
+        EXPECT_THAT(read_rows(db, kRows), ElementsAre("7|UPS", "9|air")) << szName;
+        EXPECT_EQ(Folder().size(), nFiles);
+    }
+}
+
 TEST_F(NoTouchTest, NoFileIsMade)
 {
     CDatabase missing(file.Path() + "x", 0, CDatabase::Policy::kNoTouch);
@@ -137,6 +152,22 @@ TEST_F(NoTouchTest, TemporaryTablesStayInMemory)
 {
     const auto db = Open();
     EXPECT_THAT(read_rows(*db, "pragma temp_store"), ElementsAre("2"));
+}
+
+// What its caller made goes with a connection, so it is kept whatever becomes of the file.
+TEST_F(NoTouchTest, TemporaryTableStaysWhenTheFileIsWrittenOver)
+{
+    const auto db = Open();
+    ASSERT_TRUE(db->Open(nullptr, 0));
+    db->Exec("create temp table tbMark as select 5 as a");
+    const std::string strBytes = file.Bytes();
+    for (const std::string& strNow : {std::string(4096, 'x'), strBytes, strBytes})
+    {
+        file.Bytes(strNow);
+        db->Open(nullptr, 0);
+        thrown_by([&] { read_rows(*db, kRows); });
+        EXPECT_THAT(read_rows(*db, "select a from temp.tbMark"), ElementsAre("5"));
+    }
 }
 
 // --- A writer at work ----------------------------------------------------------------------------
@@ -237,6 +268,16 @@ TEST_F(NoTouchTest, LogWithoutItsIndexIsReadAndStays)
     fs::remove(file.Path() + "-shm");
     const auto before = Folder();
     EXPECT_THAT(Rows(), ElementsAre("7|log", "9|log"));
+    EXPECT_EQ(Folder(), before);
+}
+
+// SQLite takes a log away that lies beside an empty database.
+TEST_F(NoTouchTest, LogBesideAnEmptyDatabaseStays)
+{
+    file.Bytes("");
+    std::ofstream(file.Path() + "-wal") << "log";
+    const auto before = Folder();
+    EXPECT_FALSE(Open()->Open(nullptr, 0));
     EXPECT_EQ(Folder(), before);
 }
 

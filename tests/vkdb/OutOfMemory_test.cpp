@@ -2,7 +2,7 @@
 //
 // A program of its own, since it replaces the allocation of the whole process.
 #include "tests/vkdb/DbFile.h"
-#include "vkdb/Database.h"
+#include "vkdb/Manager.h"
 
 #include <gtest/gtest.h>
 
@@ -112,6 +112,26 @@ TEST_F(OutOfMemoryTest, ForOneAllocationOfTheLibraryCostsNoRow)
 TEST_F(OutOfMemoryTest, ForOneAllocationOfSqliteCostsNoRow)
 {
     EXPECT_GT(FailEach(g_sqlite, 900, 100), 10);
+}
+
+TEST_F(OutOfMemoryTest, ForOneAllocationCostsNoDatabase)
+{
+    const CDbFile file("create table t(a); insert into t values(7)");
+    const std::string strPath = file.Path();
+    for (Countdown* pCountdown : {&g_own, &g_sqlite})
+    {
+        bool bDone = true;
+        for (int nGood = 0; bDone; ++nGood)
+        {
+            vkdb::CManager manager(0);
+            pCountdown->nGood = nGood;
+            DbDatabase* pDb = manager.OpenDb(strPath.c_str(), 0);
+            bDone = pCountdown->IsDone();
+            pCountdown->nGood = kNever;
+            ASSERT_NE(pDb, nullptr) << "allocation " << nGood;
+            ASSERT_TRUE(pDb->Open(nullptr, 0));
+        }
+    }
 }
 
 // Texts in another encoding are converted, which needs memory for each of them.

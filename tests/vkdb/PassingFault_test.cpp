@@ -67,6 +67,56 @@ TEST_F(PassingFaultTest, OneReadErrorCostsNoRowOfAResultLargerThanTheReadAhead)
     EXPECT_GE(FailEachRead(111), 10);
 }
 
+TEST_F(PassingFaultTest, TwoReadErrorsInOneResultCostNoRow)
+{
+    file.Sql(devices(2300, 2000));
+    vkdb::CDatabase db(file.Path(), 0);
+    ASSERT_TRUE(db.Open(nullptr, -2));
+    faults.FailRead(200); // while the rows are read ahead
+    const int iqry = db.QryExec(kNames, -1);
+    int nRows = 0;
+    for (; !db.QryEof(iqry) && db.QryGetInt(iqry, "SID") == nRows + 1; db.QryNext(iqry))
+    {
+        ++nRows;
+        if (nRows == 1000)
+        {
+            EXPECT_TRUE(faults.IsDone());
+            faults.FailRead(20); // and again when they have been given
+        }
+    }
+    EXPECT_TRUE(faults.IsDone());
+    EXPECT_EQ(nRows, 2300);
+}
+
+// Which begins with less than the caller has seen of another query under its index.
+TEST_F(PassingFaultTest, OneReadErrorCostsNoRowOfAQueryBehindALargerOne)
+{
+    file.Sql(devices(2300, 2000));
+    vkdb::CDatabase db(file.Path(), 0);
+    ASSERT_TRUE(db.Open(nullptr, -2));
+    ASSERT_EQ(read_rows(db, kNames).size(), 2300U);
+    faults.FailRead(200);
+    EXPECT_EQ(read_rows(db, "select * from tbSM where SID<1000").size(), 999U);
+    EXPECT_TRUE(faults.IsDone());
+}
+
+// Who wants the first of many long rows does not wait for the others.
+TEST_F(PassingFaultTest, StartReadsLittleOfLongRows)
+{
+    file.Sql(devices(60, 100000));
+    vkdb::CDatabase db(file.Path(), 0);
+    ASSERT_TRUE(db.Open(nullptr, -2));
+    faults.FailRead(200, 1000000);
+    const int iqry = db.QryExec(kNames, -1);
+    faults.FailRead(1, 0);
+    int nRows = 0;
+    for (; !db.QryEof(iqry); db.QryNext(iqry))
+    {
+        ++nRows;
+    }
+    EXPECT_EQ(nRows, 60);
+}
+
 // --- Read errors that stay -----------------------------------------------------------------------
 
 TEST_F(PassingFaultTest, AReadErrorThatStaysIsThrownBehindTheRowsBeforeIt)
@@ -240,6 +290,33 @@ TEST_F(PassingFaultTest, AFileThatStaysShutIsToldByOpenAndTheQuery)
     ASSERT_NE(pDb, nullptr);
     EXPECT_FALSE(pDb->Open(nullptr, 0));
     EXPECT_EQ(thrown_by([&] { pDb->QryExec(kNames, -1); }), "14 unable to open database file");
+}
+
+// --- Where no other connection helps ------------------------------------------------------------
+
+TEST_F(PassingFaultTest, AMistakeOfTheCallerIsMetByNoOtherConnection)
+{
+    file.Sql(devices(3, 2));
+    vkdb::CDatabase db(file.Path(), 0);
+    ASSERT_TRUE(db.Open(nullptr, -2));
+    const int nOpens = faults.Opens();
+    EXPECT_EQ(thrown_by([&] { db.QryExec("select * from tbX", -1); }), "1 no such table: tbX");
+    EXPECT_TRUE(db.Open(nullptr, -2));
+    EXPECT_EQ(faults.Opens(), nOpens);
+}
+
+TEST_F(PassingFaultTest, ADamageIsMetByOneOtherConnection)
+{
+    file.Sql(devices(300, 150));
+    file.SpoilPage(2);
+    vkdb::CDatabase db(file.Path(), 0);
+    ASSERT_TRUE(db.Open(nullptr, -2));
+    for (int i = 0; i < 3; ++i) // the connection of the try before is not used again
+    {
+        const int nOpens = faults.Opens();
+        EXPECT_NE(thrown_by([&] { db.QryExec(kNames, -1); }), "no exception");
+        EXPECT_EQ(faults.Opens(), nOpens + 1);
+    }
 }
 
 // --- Locks ---------------------------------------------------------------------------------------
