@@ -129,6 +129,13 @@ TEST_F(AlarmTest, UsesNeitherTrayNorDataDatabaseNorTheSweepsBuffer)
     EXPECT_FALSE(rec.posts.at(0).own);
 }
 
+TEST_F(AlarmTest, AlarmOfNumberZeroIsAnAlarmLikeAnyOther)
+{
+    Body({"0", "7", "0", "0", "", "", "0", ""});
+    EXPECT_THAT(rec.posts, SizeIs(1));
+    EXPECT_EQ(rec.Count("exec update tbSMAlarm set AFld=1 where DID=0"), 1);
+}
+
 TEST_F(AlarmTest, AlarmThatCannotBeMarkedIsPostedOnceAndEndsTheCall)
 {
     const Row alarm{"3", "7", "0", "0", "", "", "0", ""};

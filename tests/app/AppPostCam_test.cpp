@@ -135,6 +135,19 @@ TEST_F(CamTest, QueryWhoseFreeingThrowsIsFreedOnceMoreAndTheCameraTriedAgain)
     EXPECT_THAT(rec.Bodies(), ElementsAre(Body(40)));
 }
 
+TEST_F(CamTest, PostThatThrowsDoesNotFreeTheQueryAgain)
+{
+    Camera(40);
+    rec.onPost = [&]
+    {
+        rec.onPost = nullptr;
+        throw ForeignError{};
+    };
+    app.PostCam();
+    EXPECT_EQ(rec.CountStarting("free"), 2); // one for each try
+    EXPECT_THAT(rec.Bodies(), ElementsAre(Body(40), Body(40)));
+}
+
 TEST_F(CamTest, QueryOfARowThatHasGoneIsFreedOnceMoreToo)
 {
     Found(40);

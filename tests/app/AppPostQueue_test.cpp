@@ -176,6 +176,14 @@ TEST_F(QueueTest, EmptyQueueOnlyPauses)
                                           "msgrcv(55)", "pause 50"));
 }
 
+TEST_F(QueueTest, FirstQueueOfASystemIsAQueue)
+{
+    app.m_msgCtrlid = 0;
+    Request(7);
+    Rounds(1);
+    EXPECT_THAT(app.m_mapCtrlReq, ElementsAre(Pair(7, 1)));
+}
+
 TEST_F(QueueTest, WithoutAQueueNothingIsReceived)
 {
     app.m_msgCtrlid = -1;
@@ -335,6 +343,17 @@ TEST_F(AlarmPollTest, OtherTypesAreTakenAndDropped)
     RunOnRequestThread();
     EXPECT_THAT(queues.waiting, IsEmpty());
     EXPECT_EQ(app.m_devCtrlupdSta, 0);
+}
+
+TEST_F(AlarmPollTest, RequestThatIsLostForLackOfMemoryCostsNoAlarmItsMark)
+{
+    queues.throwing = 1;
+    Request(9);
+    app.m_vAlmUrls = {"a", "b"};
+    Alarms(2);
+    RunOnRequestThread();
+    EXPECT_THAT(rec.posts, SizeIs(4));
+    EXPECT_EQ(rec.CountStarting("exec update tbSMAlarm set AFld=1"), 2);
 }
 
 TEST_F(AlarmPollTest, OneAlarmDoesNotTouchTheQueue)
