@@ -78,6 +78,7 @@ TEST(FormatText, FlagsWidthAndPrecisionCount)
     EXPECT_EQ(formatted("<%.2f|%8.1f|%-8.1e|>"), "<0.00|     0.0|0.0e+00 |>");
     EXPECT_EQ(formatted("<%.3g|%#.3g>"), "<0|0.00>");
     EXPECT_EQ(formatted("<%'3d|%I3d>"), "<  0|  0>");
+    EXPECT_EQ(formatted("<%'d|%'5d>"), "<0|    0>");
 }
 
 TEST(FormatText, WidthFromAnArgumentIsZero)

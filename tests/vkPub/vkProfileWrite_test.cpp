@@ -204,6 +204,20 @@ TEST_F(WriteProfileStringDeathTest, FileThatTakesNoTextIsReported)
     EXPECT_EXIT(write(), testing::ExitedWithCode(10), "");
 }
 
+// The text is longer than what the system takes at once, so it fails before the file is closed.
+TEST_F(WriteProfileStringDeathTest, FileThatTakesAPartOfTheTextIsReported)
+{
+    const std::string value(100000, 'v');
+    const auto write = [&]
+    {
+        signal(SIGXFSZ, SIG_IGN);
+        const rlimit page{4096, 4096};
+        setrlimit(RLIMIT_FSIZE, &page);
+        _exit(10 + write_profile_string("A", "k", value.c_str(), path.c_str()));
+    };
+    EXPECT_EXIT(write(), testing::ExitedWithCode(10), "");
+}
+
 TEST_F(WriteProfileStringDeathTest, ArgumentsMustBeThere)
 {
     const char* file = path.c_str();

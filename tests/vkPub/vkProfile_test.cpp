@@ -232,6 +232,13 @@ TEST(ParseFile, ValueMayBeEmpty)
     EXPECT_THAT(parse("A", "k", "[A]\nk="), ElementsAre(1, 1, 4, 4, 4, 6, 6));
 }
 
+TEST(ParseFile, ImageEndsAtItsNul)
+{
+    EXPECT_EQ(parse("A", "k", "[A]\nj=1\0k=2\n")[0], 0);
+    EXPECT_EQ(parse("A", "k", "[A]\nj\0k=2\n")[0], 0);
+    EXPECT_EQ(parse("A", "k", "[A\0]\nk=2\n")[0], 0);
+}
+
 TEST(ParseFileDeathTest, ImageSectionAndKeyMustBeThere)
 {
     EXPECT_DEATH(parse("A", "k", nullptr), "buf != NULL");
