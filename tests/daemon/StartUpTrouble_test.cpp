@@ -10,7 +10,6 @@
 
 using ::testing::Contains;
 using ::testing::ElementsAre;
-using ::testing::HasSubstr;
 using ::testing::MatchesRegex;
 using ::testing::Pair;
 
@@ -123,6 +122,16 @@ TEST_F(StartUpTrouble, HangUpIsIgnoredUnderNohup)
     StartSimpleRoom();
     receiver.Body(1);
     daemon.Signal(SIGHUP);
+    send_request(7);
+    EXPECT_EQ(receiver.Body(2), kDevice7Body);
+}
+
+TEST_F(StartUpTrouble, BrokenPipeEndsNothing)
+{
+    // Whoever reads its standard output may go away.
+    StartSimpleRoom();
+    receiver.Body(1);
+    daemon.Signal(SIGPIPE);
     send_request(7);
     EXPECT_EQ(receiver.Body(2), kDevice7Body);
 }
