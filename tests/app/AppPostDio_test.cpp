@@ -97,6 +97,15 @@ TEST_F(DioTest, NegativeStateIsNotPosted)
     EXPECT_THAT(app.m_vDiTry, ElementsAre(2));
 }
 
+TEST_F(DioTest, StateZeroIsPosted)
+{
+    Input(31, "0");
+    NoOutputs();
+    app.PostDio();
+    EXPECT_THAT(rec.Bodies(), ElementsAre("suid=xxx&sid=31&stype=8&stag1=3&sname=Door&subsys=4"
+                                          "&dtupd=T&state=0&psid=9&pfld=2"));
+}
+
 TEST_F(DioTest, InputWithoutARowIsNotPosted)
 {
     app.m_vDiSid = {31};
@@ -177,6 +186,15 @@ TEST_F(DioTest, CountAndStartAreConfigured)
     Outputs("D100,D101", {"1", "2"});
     app.PostDio();
     EXPECT_THAT(rec.Bodies(), ElementsAre(OutputBody(0, "1"), OutputBody(1, "2")));
+}
+
+TEST_F(DioTest, AShortBodyEndsWhereItEndsThoughALongerOneWasComposedLater)
+{
+    Outputs("D09,D10,D11", {"1", "0", "-2000000000"});
+    app.PostDio();
+    ASSERT_THAT(rec.Bodies(), SizeIs(3));
+    EXPECT_EQ(rec.Bodies()[0], OutputBody(0, "1"));
+    EXPECT_EQ(rec.Bodies()[1], OutputBody(1, "0"));
 }
 
 TEST_F(DioTest, ColumnNumbersHaveTwoDigitsAtLeast)
@@ -283,4 +301,15 @@ TEST_F(DioTest, NameLargerThanTheBufferIsLeftOutAndLogged)
     EXPECT_THAT(rec.Bodies(), ElementsAre("suid=xxx&sid=31&stype=8&stag1=3&subsys=4&dtupd=T"
                                           "&state=1&psid=9&pfld=2"));
     EXPECT_EQ(rec.Count("log    sid=31: body of 102400 bytes is full, left out 1: sname\n"), 1);
+}
+
+TEST_F(DioTest, TimeOfAnOutputLargerThanTheBufferIsLeftOutAndLogged)
+{
+    Ini("POST.DO", {"Count=1"});
+    db.On(kOutputQuery).Rows("SID,Type,DateUpd,D09", {{"1", "20", Long(200000), "1"}});
+    app.PostDio();
+    EXPECT_THAT(
+        rec.Bodies(),
+        ElementsAre("suid=xxx&sid=1&stype=20&stag1=0&sname=DO0&subsys=0&state=1&DoState=1"));
+    EXPECT_EQ(rec.Count("log    sid=1: body of 102400 bytes is full, left out 1: dtupd\n"), 1);
 }

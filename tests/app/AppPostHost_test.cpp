@@ -198,6 +198,7 @@ TEST(HostFigures, MemoryIsTheNumberBehindTheFirstColon)
     EXPECT_EQ(parse_memory(":"), 0);
     EXPECT_EQ(parse_memory(""), 0);
     EXPECT_EQ(parse_memory("a: -5"), -5);
+    EXPECT_EQ(parse_memory("a: 010"), 10);
 }
 
 TEST(HostFigures, MemoryBeyondTheRangeIsTheNearestLimit)

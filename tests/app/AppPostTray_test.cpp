@@ -101,6 +101,14 @@ TEST_F(TrayTest, WithoutAQueueOneIsAskedForAndTheReportIsDropped)
     EXPECT_EQ(queues.sent.at(0).queue, 77);
 }
 
+TEST_F(TrayTest, TheFirstQueueOfTheSystemIsNumberZero)
+{
+    app.m_msgTrayid = 0;
+    app.SendMsgToTray(0, 1);
+    EXPECT_THAT(queues.gets, IsEmpty());
+    EXPECT_EQ(queues.sent.at(0).queue, 0);
+}
+
 TEST_F(TrayTest, QueueIsAskedForAgainAtEveryReportUntilThereIsOne)
 {
     queues.getResult = -1;
