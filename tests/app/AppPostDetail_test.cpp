@@ -372,6 +372,16 @@ TEST_F(ExtTest, NoRowAddsNothing)
     EXPECT_EQ(Ext(1, "a", {}), "");
 }
 
+TEST_F(ExtTest, NoRowIsNotARowOfZeros)
+{
+    // Behind the last row every number reads 0, and 0 may have a text.
+    Ini("POST.Ext.5", {"tbE.flds=2"});
+    Ini("POST.xFld", {"5.a=1", "5.a0=zero"});
+    Ini("5.tbE", {"x=1"});
+    EXPECT_EQ(Ext(1, "a", {}), "");
+    EXPECT_EQ(Ext(0, "a", {}), "");
+}
+
 TEST_F(ExtTest, AppendsAtThePositionAndReturnsTheBytes)
 {
     Ini("POST.Ext.5", {"tbE.flds=1"});
