@@ -22,7 +22,8 @@ public:
     // Set before Start, beside the test's own environment.
     void Env(const std::string& name, const std::string& value) { m_env[name] = value; }
 
-    // What is started instead of the usual daemon: another build of it, or a program that becomes it.
+    // What is started instead of the usual daemon: another build of it, or a program that becomes
+    // it.
     void Command(std::vector<std::string> command) { m_command = std::move(command); }
 
     // Set before Start: strace -y writes down there what files the daemon opens, reads and writes.

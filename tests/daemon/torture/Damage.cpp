@@ -109,11 +109,16 @@ std::string made_longer(std::string bytes, Random& random)
 }
 
 const Damage kDamages[] = {
-    {"flipped bits", flip_bytes},  {"a page of zeros", zero_page},
-    {"a random page", random_page}, {"two pages swapped", swap_pages},
-    {"a random head", random_head}, {"truncated", truncated},
-    {"pages cut off", truncated_to_pages}, {"emptied", emptied},
-    {"a text", made_text},         {"random bytes", all_random},
+    {"flipped bits", flip_bytes},
+    {"a page of zeros", zero_page},
+    {"a random page", random_page},
+    {"two pages swapped", swap_pages},
+    {"a random head", random_head},
+    {"truncated", truncated},
+    {"pages cut off", truncated_to_pages},
+    {"emptied", emptied},
+    {"a text", made_text},
+    {"random bytes", all_random},
     {"longer", made_longer},
 };
 

@@ -1,5 +1,5 @@
-// Databases that are damaged, truncated or emptied, at rest and while the daemon works on them; then
-// the sound bytes are put back, as a new file or into the same one.
+// Databases that are damaged, truncated or emptied, at rest and while the daemon works on them;
+// then the sound bytes are put back, as a new file or into the same one.
 #include "tests/daemon/torture/Kinds.h"
 
 #include <filesystem>

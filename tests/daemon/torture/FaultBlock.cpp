@@ -115,8 +115,8 @@ std::string CFaultBlock::Where() const
         const CodePlace& place = m_block->places[i];
         char offset[24];
         std::snprintf(offset, sizeof(offset), "+%lx", static_cast<unsigned long>(place.offset));
-        text += (i > 0 ? " < " : "") + std::string(place.module[0] ? place.module : "daemon") +
-                offset;
+        text +=
+            (i > 0 ? " < " : "") + std::string(place.module[0] ? place.module : "daemon") + offset;
     }
     return text;
 }

@@ -70,7 +70,8 @@ const FunctionFacts& facts_of(const Fault& fault)
 int some_code(const Fault& fault, Random& random)
 {
     const auto& codes = facts_of(fault).codes;
-    const auto known = std::count_if(codes.begin(), codes.end(), [](int code) { return code != 0; });
+    const auto known =
+        std::count_if(codes.begin(), codes.end(), [](int code) { return code != 0; });
     return codes[random() % static_cast<size_t>(known)];
 }
 
@@ -110,8 +111,10 @@ std::vector<Case> make_cases(const std::map<Scene, Calm>& calm, uint32_t burst, 
 void wait_for_fault(CTrial& trial, const CFaultBlock& block, const Fault& fault)
 {
     const auto reached = [&](uint32_t hits)
-    { return wait_until([&] { return block.Hits() >= hits || !trial.Daemon().IsRunning(); },
-                        kReachPatience); };
+    {
+        return wait_until([&] { return block.Hits() >= hits || !trial.Daemon().IsRunning(); },
+                          kReachPatience);
+    };
     if (reached(1) && fault.burst > 1)
     {
         reached(fault.burst);
@@ -155,9 +158,8 @@ void torture(const Options& options, CTally& tally, uint32_t burst, const std::s
     {
         calm[scene] = run_calmly(room, block, scene);
     }
-    std::vector<Case> cases = options.only.empty()
-                                  ? make_cases(calm, burst, options.seed)
-                                  : std::vector<Case>{parse_case(options.only)};
+    std::vector<Case> cases = options.only.empty() ? make_cases(calm, burst, options.seed)
+                                                   : std::vector<Case>{parse_case(options.only)};
     const size_t paths = cases.size();
     if (options.count > 0 && cases.size() > static_cast<size_t>(options.count))
     {

@@ -57,6 +57,7 @@ private:
 Verdict run_full(CRoom& room, const std::string& dir, Random& random)
 {
     CTrial trial(room, Scene::kPlain);
+    trial.ExpectNoLog();
     const bool from_start = random() % 2 == 0;
     for (int i = 0; i < 3; ++i)
     {

@@ -20,7 +20,7 @@ public:
     {
         int fd;
         const CHostileServer& server;
-        bool IsOver() const; // the client has gone, or the server is to behave
+        bool IsOver() const;                      // the client has gone, or the server is to behave
         bool Send(const std::string& text) const; // false when the client does not take it
         void Wait(int ms) const;                  // shorter when it is over
     };

@@ -26,8 +26,8 @@ inline bool is_mine(const Options& options, int number)
 std::string repeat_command(const std::string& kind, const Options& options,
                            const std::string& one_case);
 
-void torture_with_faults(const Options& options, CTally& tally); // one call fails
-void torture_with_bursts(const Options& options, CTally& tally); // two hundred in a row
+void torture_with_faults(const Options& options, CTally& tally);    // one call fails
+void torture_with_bursts(const Options& options, CTally& tally);    // two hundred in a row
 void torture_with_servers(const Options& options, CTally& tally);   // and a silent name server
 void torture_with_kills(const Options& options, CTally& tally);     // at any instant
 void torture_with_databases(const Options& options, CTally& tally); // damaged, at rest and in use

@@ -30,7 +30,8 @@ struct Case
 {
     bool from_start;
     bool of_memory;
-    rlim_t value; // descriptors, or KiB of address space: beyond what is in use, or of what is needed
+    rlim_t
+        value; // descriptors, or KiB of address space: beyond what is in use, or of what is needed
 
     std::string Text() const
     {
@@ -57,7 +58,7 @@ void set_limit(pid_t pid, const Case& one, bool on)
     const auto what = one.of_memory ? RLIMIT_AS : RLIMIT_NOFILE;
     rlimit limit{};
     prlimit(pid, what, nullptr, &limit);
-    limit.rlim_cur = !on              ? limit.rlim_max
+    limit.rlim_cur = !on             ? limit.rlim_max
                      : one.of_memory ? (address_space(pid, "VmSize") + one.value) * kKib
                                      : one.value;
     prlimit(pid, what, &limit, nullptr);
@@ -68,7 +69,7 @@ Case draw(Random& random, rlim_t needed)
     Case one{};
     one.from_start = random() % 2 == 0;
     one.of_memory = random() % 2 == 0 && kMemoryCanBeLimited;
-    one.value = !one.of_memory     ? 5 + random() % 12
+    one.value = !one.of_memory   ? 5 + random() % 12
                 : one.from_start ? needed * (50 + random() % 55) / 100
                                  : random() % 1024;
     return one;
@@ -77,13 +78,15 @@ Case draw(Random& random, rlim_t needed)
 std::vector<std::string> limiting(const Case& one)
 {
     const rlim_t value = one.of_memory ? one.value * kKib : one.value;
-    return {"/usr/bin/prlimit", (one.of_memory ? "--as=" : "--nofile=") + std::to_string(value) + ":"};
+    return {"/usr/bin/prlimit",
+            (one.of_memory ? "--as=" : "--nofile=") + std::to_string(value) + ":"};
 }
 
 // False when not even the loader had enough: the daemon was never there.
 bool run_case(CRoom& room, const Case& one, Verdict& verdict)
 {
     CTrial trial(room, Scene::kPlain);
+    trial.ExpectNoLog();
     if (one.from_start)
     {
         trial.Through(limiting(one));

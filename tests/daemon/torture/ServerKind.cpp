@@ -240,9 +240,9 @@ void endure(CTrial& trial, std::vector<std::string>& problems)
     trial.RaiseAlarm();
     trial.Signal();
     trial.Request();
-    if (!wait_until([&]
-                    { return posts_ended() >= before + kPostsEnough || !trial.Daemon().IsRunning(); },
-                    kPostPatience))
+    if (!wait_until(
+            [&] { return posts_ended() >= before + kPostsEnough || !trial.Daemon().IsRunning(); },
+            kPostPatience))
     {
         problems.emplace_back("six posts of a second each have not ended after 30");
     }

@@ -42,7 +42,7 @@ Verdict step_clock(CRoom& room, CFaultBlock& block, const Step& step, bool from_
     trial.Start();
     trial.WaitUp();
     trial.Signal();
-    trial.WaitSweep();                // the time of its end is what the next one waits from
+    trial.WaitSweep();              // the time of its end is what the next one waits from
     block.ShiftClock(step.seconds); // and so it stays
     return trial.Judge(0);
 }
@@ -54,8 +54,8 @@ Verdict stop_and_go(CRoom& room, Random& random)
     for (int i = 0; i < kStops; ++i)
     {
         pause(random() % 60);
+        trial.RaiseAlarm(); // not later: the daemon may be stopped with the alarms' file locked
         trial.Daemon().Signal(SIGSTOP);
-        trial.RaiseAlarm();
         trial.Signal();
         trial.Request();
         pause(random() % (i == kStops / 2 ? 2500 : 100)); // once longer than a post may last
@@ -69,10 +69,14 @@ Verdict stop_and_go(CRoom& room, Random& random)
 void torture_with_clock(const Options& options, CTally& tally)
 {
     const Step steps[] = {
-        {"an hour on", kHour},           {"an hour back", -kHour},
-        {"a day on", kDay},              {"a day back", -kDay},
-        {"back to 1970", -time(nullptr)}, {"beyond 2038", 20 * 365 * kDay},
-        {"a second on", 1},              {"a second back", -1},
+        {"an hour on", kHour},
+        {"an hour back", -kHour},
+        {"a day on", kDay},
+        {"a day back", -kDay},
+        {"back to 1970", -time(nullptr)},
+        {"beyond 2038", 20 * 365 * kDay},
+        {"a second on", 1},
+        {"a second back", -1},
     };
     CRoom room;
     CFaultBlock block;

@@ -17,16 +17,11 @@ using Kind = std::function<void(const Options&, CTally&)>;
 const std::map<std::string, Kind>& kinds()
 {
     static const std::map<std::string, Kind> kKinds = {
-        {"faults", torture_with_faults},
-        {"bursts", torture_with_bursts},
-        {"servers", torture_with_servers},
-        {"kills", torture_with_kills},
-        {"databases", torture_with_databases},
-        {"limits", torture_with_limits},
-        {"clock", torture_with_clock},
-        {"stops", torture_with_stops},
-        {"full-disk", torture_with_full_disk},
-        {"read-only", torture_with_no_log},
+        {"faults", torture_with_faults},       {"bursts", torture_with_bursts},
+        {"servers", torture_with_servers},     {"kills", torture_with_kills},
+        {"databases", torture_with_databases}, {"limits", torture_with_limits},
+        {"clock", torture_with_clock},         {"stops", torture_with_stops},
+        {"full-disk", torture_with_full_disk}, {"read-only", torture_with_no_log},
     };
     return kKinds;
 }

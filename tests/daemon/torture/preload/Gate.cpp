@@ -42,7 +42,8 @@ using LookUp = void* (*)(void* library, const char* name);
 void* look_up(const char* name)
 {
     const CDeciding deciding;
-    static const auto next_dlsym = reinterpret_cast<LookUp>(dlvsym(RTLD_NEXT, "dlsym", "GLIBC_2.34"));
+    static const auto next_dlsym =
+        reinterpret_cast<LookUp>(dlvsym(RTLD_NEXT, "dlsym", "GLIBC_2.34"));
     if (void* found = next_dlsym(RTLD_NEXT, name))
     {
         return found;
@@ -212,8 +213,8 @@ TortureBlock* map_block(const char* path)
     {
         return nullptr;
     }
-    const long at = syscall(SYS_mmap, nullptr, sizeof(TortureBlock), PROT_READ | PROT_WRITE,
-                            MAP_SHARED, fd, 0);
+    const long at =
+        syscall(SYS_mmap, nullptr, sizeof(TortureBlock), PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
     syscall(SYS_close, fd);
     return at > 0 ? reinterpret_cast<TortureBlock*>(at) : nullptr;
 }

@@ -23,8 +23,7 @@ TortureBlock* torture_block();
 void* next_definition(size_t function);
 void* definition_of(const char* name);
 
-template <typename Function>
-Function next(size_t function)
+template <typename Function> Function next(size_t function)
 {
     return reinterpret_cast<Function>(next_definition(function));
 }

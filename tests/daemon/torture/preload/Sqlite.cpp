@@ -82,8 +82,8 @@ VK_SQLITE(int, sqlite3_vfs_register, (sqlite3_vfs * vfs, int is_default), (vfs, 
     {                                                                                              \
         VK_INDEX(NAME);                                                                            \
         int code = 0;                                                                              \
-        const bool fails = sqlite_fails(kIndex, __builtin_return_address(0),                       \
-                                        connection_of(statement), code);                           \
+        const bool fails =                                                                         \
+            sqlite_fails(kIndex, __builtin_return_address(0), connection_of(statement), code);     \
         const int result = next<int (*)(sqlite3_stmt*)>(kIndex)(statement);                        \
         return fails ? code : result;                                                              \
     }

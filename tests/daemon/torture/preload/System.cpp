@@ -29,7 +29,7 @@ VK_MAY_FAIL(int, timer_settime,
             (timer, flags, value, before), -1)
 
 VK_MAY_FAIL(int, nanosleep, (const timespec* wanted, timespec* left), (wanted, left),
-            (left != nullptr ? *left = *wanted : *wanted, -1))
+            (left != nullptr ? * left = *wanted : *wanted, -1))
 
 VK_MAY_FAIL(iconv_t, iconv_open, (const char* to, const char* from), (to, from),
             reinterpret_cast<iconv_t>(-1))
@@ -48,8 +48,7 @@ VK_MAY_FAIL(int, system, (const char* command), (command), -1)
 VK_MAY_FAIL(pid_t, waitpid, (pid_t pid, int* status, int options), (pid, status, options), -1)
 
 VK_MAY_FAIL(sighandler_t, signal, (int sig, sighandler_t handler), (sig, handler), SIG_ERR)
-VK_MAY_FAIL(int, sigaction,
-            (int sig, const struct sigaction* wanted, struct sigaction* before),
+VK_MAY_FAIL(int, sigaction, (int sig, const struct sigaction* wanted, struct sigaction* before),
             (sig, wanted, before), -1)
 
 // --- The clock, which the campaign may move ------------------------------------------------------
