@@ -149,6 +149,22 @@ bool run_case(CRoom& room, CFaultBlock& block, const Case& one, size_t descripto
     return true;
 }
 
+std::vector<Case> chosen_cases(const Options& options, const std::map<Scene, Calm>& calm,
+                               uint32_t burst)
+{
+    if (!options.only.empty())
+    {
+        return {parse_case(options.only)};
+    }
+    std::vector<Case> cases = make_cases(calm, burst, options.seed);
+    std::cerr << "paths: " << cases.size() << "\n";
+    if (options.count > 0 && cases.size() > static_cast<size_t>(options.count))
+    {
+        cases.erase(cases.begin() + options.count, cases.end());
+    }
+    return cases;
+}
+
 void torture(const Options& options, CTally& tally, uint32_t burst, const std::string& kind)
 {
     CRoom room;
@@ -158,31 +174,24 @@ void torture(const Options& options, CTally& tally, uint32_t burst, const std::s
     {
         calm[scene] = run_calmly(room, block, scene);
     }
-    std::vector<Case> cases = options.only.empty() ? make_cases(calm, burst, options.seed)
-                                                   : std::vector<Case>{parse_case(options.only)};
-    const size_t paths = cases.size();
-    if (options.count > 0 && cases.size() > static_cast<size_t>(options.count))
-    {
-        cases.resize(static_cast<size_t>(options.count), cases.front());
-    }
+    int number = 0;
     int never = 0;
-    for (size_t i = 0; i < cases.size(); ++i)
+    for (const Case& one : chosen_cases(options, calm, burst))
     {
         Verdict verdict;
-        if (!options.only.empty() || is_mine(options, static_cast<int>(i)))
+        if (options.only.empty() && !is_mine(options, number++))
         {
-            if (run_case(room, block, cases[i], calm[cases[i].scene].descriptors, verdict))
-            {
-                tally.Add(kind + "-" + std::string(facts_of(cases[i].fault).family), verdict,
-                          repeat_command(kind + "s", options, cases[i].Text()));
-            }
-            else
-            {
-                ++never;
-            }
+            continue;
         }
+        if (!run_case(room, block, one, calm[one.scene].descriptors, verdict))
+        {
+            ++never;
+            continue;
+        }
+        tally.Add(kind + "-" + std::string(facts_of(one.fault).family), verdict,
+                  repeat_command(kind + "s", options, one.Text()));
     }
-    std::cerr << kind << "s: " << paths << " paths, " << never << " not reached again\n";
+    std::cerr << kind << "s that never came, as paths differ from run to run: " << never << "\n";
 }
 
 } // namespace

@@ -188,25 +188,27 @@ void half_handshake(const Connection& c)
     c.Wait(kForever);
 }
 
+// The short form takes the first of them.
 const Hostility kHostilities[] = {
+    {"answers-100-mb", Layer::kHttp, answer_100_mb},
+    {"resets-in-reply", Layer::kHttp, reset_in_reply},
+    {"garbage", Layer::kHttp, garbage},
     {"never-answers", Layer::kHttp, stall},
+    {"endless-tiny-chunks", Layer::kHttp, tiny_chunks},
+    {"silent-name-server", Layer::kResolver, stall},
     {"never-reads", Layer::kTcp, stall},
     {"closes-at-once", Layer::kTcp, close_at_once},
     {"resets-at-once", Layer::kTcp, reset},
     {"closes-without-reply", Layer::kHttp, close_at_once},
     {"resets-behind-request", Layer::kHttp, reset},
-    {"resets-in-reply", Layer::kHttp, reset_in_reply},
     {"drips-body", Layer::kHttp, drip},
     {"drips-head", Layer::kHttp, drip_head},
-    {"answers-100-mb", Layer::kHttp, answer_100_mb},
     {"endless-body", Layer::kHttp, endless_body},
-    {"endless-tiny-chunks", Layer::kHttp, tiny_chunks},
     {"endless-head", Layer::kHttp, endless_head},
     {"endless-header", Layer::kHttp, long_header},
     {"1xx-flood", Layer::kHttp, continue_flood},
     {"short-body", Layer::kHttp, short_body},
     {"bad-chunks", Layer::kHttp, bad_chunks},
-    {"garbage", Layer::kHttp, garbage},
     {"redirects", Layer::kHttp, redirect},
     {"demands-password", Layer::kHttp, demand_password},
     {"floods-cookies", Layer::kHttp, flood_cookies},
@@ -214,7 +216,6 @@ const Hostility kHostilities[] = {
     {"half-handshake", Layer::kTls, half_handshake},
     {"resets-handshake", Layer::kTls, reset},
     {"garbage-handshake", Layer::kTls, garbage},
-    {"silent-name-server", Layer::kResolver, stall},
 };
 
 size_t posts_ended()
@@ -233,60 +234,102 @@ uintmax_t log_bytes()
     return size(kLogPath) + size(kLogPath + std::string(".bak"));
 }
 
-// While it lasts: an alarm, a request, and some posts must come to an end.
-void endure(CTrial& trial, std::vector<std::string>& problems)
+// A room under siege: the hostile server before its good one, or the silent name server.
+class CSiege
 {
-    const size_t before = posts_ended();
-    trial.RaiseAlarm();
-    trial.Signal();
-    trial.Request();
-    if (!wait_until(
-            [&] { return posts_ended() >= before + kPostsEnough || !trial.Daemon().IsRunning(); },
-            kPostPatience))
+public:
+    CSiege(CRoom& room, CFaultBlock& block, const Hostility& hostility);
+
+    void BeHostile(bool hostile);
+    void Begin(bool from_start); // the daemon runs, and it is hostile
+    void Endure();               // an alarm, a request, and some posts must come to an end
+    Verdict End();
+
+private:
+    Layer m_layer;
+    CFaultBlock& m_block;
+    CTrial m_trial;
+    CHostileServer m_server;
+    std::vector<std::string> m_problems;
+};
+
+CSiege::CSiege(CRoom& room, CFaultBlock& block, const Hostility& hostility)
+    : m_layer(hostility.layer), m_block(block),
+      m_trial(room,
+              m_layer == Layer::kTls || m_layer == Layer::kResolver ? Scene::kRich : Scene::kPlain,
+              m_layer == Layer::kResolver ? &block : nullptr),
+      m_server(m_layer == Layer::kTls ? m_trial.SecurePort() : m_trial.DataPort(), hostility.act,
+               m_layer == Layer::kHttp)
+{
+    m_block.Clear();
+    if (m_layer != Layer::kResolver)
     {
-        problems.emplace_back("six posts of a second each have not ended after 30");
+        const std::string scheme = m_layer == Layer::kTls ? "https" : "http";
+        m_trial.PostTo(m_server.Url(scheme, "/post"), m_server.Url(scheme, "/alarm"));
+    }
+    room.Host().Post("Timeout", "1");
+}
+
+void CSiege::BeHostile(bool hostile)
+{
+    m_server.Behave(!hostile);
+    m_block.SilenceResolver(hostile ? kSilentResolverMs : 0);
+}
+
+void CSiege::Begin(bool from_start)
+{
+    BeHostile(from_start);
+    m_trial.Start();
+    if (from_start)
+    {
+        wait_logged("DoPost");
+    }
+    else
+    {
+        m_trial.WaitUp();
+    }
+    BeHostile(true);
+}
+
+void CSiege::Endure()
+{
+    const size_t enough = posts_ended() + kPostsEnough;
+    m_trial.RaiseAlarm();
+    m_trial.Signal();
+    m_trial.Request();
+    const auto is_over = [&]
+    {
+        return posts_ended() >= enough || !m_trial.Daemon().IsRunning();
+    };
+    if (!wait_until(is_over, kPostPatience))
+    {
+        m_problems.emplace_back("six posts of a second each have not ended after 30");
     }
     if (log_bytes() > kLogBytes)
     {
-        problems.push_back("the log has grown to " + std::to_string(log_bytes()) + " bytes");
+        m_problems.push_back("the log has grown to " + std::to_string(log_bytes()) + " bytes");
     }
+}
+
+Verdict CSiege::End()
+{
+    BeHostile(false);
+    Verdict verdict = m_trial.Judge(0);
+    verdict.problems.insert(verdict.problems.end(), m_problems.begin(), m_problems.end());
+    return verdict;
 }
 
 Verdict run_case(CRoom& room, CFaultBlock& block, const Hostility& hostility, bool from_start)
 {
-    const bool named = hostility.layer == Layer::kResolver;
-    const bool secure = hostility.layer == Layer::kTls;
-    CTrial trial(room, named || secure ? Scene::kRich : Scene::kPlain, named ? &block : nullptr);
-    block.Clear();
-    CHostileServer server(secure ? trial.SecurePort() : trial.DataPort(), hostility.act,
-                          hostility.layer == Layer::kHttp);
-    if (!named)
+    CSiege siege(room, block, hostility);
+    siege.Begin(from_start);
+    siege.Endure();
+    Verdict verdict = siege.End();
+    if (!verdict.problems.empty())
     {
-        const std::string scheme = secure ? "https" : "http";
-        trial.PostTo(server.Url(scheme, "/post"), server.Url(scheme, "/alarm"));
+        verdict.Problem(std::string("server ") + hostility.name +
+                        (from_start ? " from the start" : " in a sweep"));
     }
-    room.Host().Post("Timeout", "1");
-    const auto be_hostile = [&](bool hostile)
-    {
-        server.Behave(!hostile);
-        block.SilenceResolver(hostile ? kSilentResolverMs : 0);
-    };
-    be_hostile(from_start);
-    trial.Start();
-    std::vector<std::string> problems;
-    if (!from_start)
-    {
-        trial.WaitUp();
-        be_hostile(true);
-    }
-    else
-    {
-        wait_logged("DoPost");
-    }
-    endure(trial, problems);
-    be_hostile(false);
-    Verdict verdict = trial.Judge(0);
-    verdict.problems.insert(verdict.problems.end(), problems.begin(), problems.end());
     return verdict;
 }
 
@@ -307,12 +350,7 @@ void torture_with_servers(const Options& options, CTally& tally)
             {
                 continue;
             }
-            Verdict verdict = run_case(room, block, hostility, from_start);
-            if (!verdict.problems.empty())
-            {
-                verdict.Problem(std::string("server ") + hostility.name +
-                                (from_start ? " from the start" : " in a sweep"));
-            }
+            const Verdict verdict = run_case(room, block, hostility, from_start);
             tally.Add("servers", verdict, repeat_command("servers", options, std::to_string(mine)));
         }
     }

@@ -21,6 +21,11 @@ constexpr int kLastRequested = 2; // the SID that is asked for
 constexpr char kAddress[] = "127.0.0.1";
 constexpr char kServerName[] = "server.test"; // which the library's name server alone knows
 
+std::string pid_file()
+{
+    return "/var/run/" + std::filesystem::path(VK_DAEMON).filename().string() + ".pid";
+}
+
 bool log_is_kept()
 {
     return access("/NandFlash/tmp", W_OK) == 0;
@@ -121,8 +126,7 @@ void CTrial::RaiseAlarm()
 
 bool CTrial::Signal()
 {
-    const bool listens = has_logged("vkAppPost signal ") || HasPosted();
-    if (Ended() || !listens)
+    if (Ended() || read_file(pid_file()) != std::to_string(m_daemon->Pid()))
     {
         return false;
     }

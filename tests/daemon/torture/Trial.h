@@ -46,7 +46,7 @@ public:
     CRoom& Room() { return m_room; }
 
     void RaiseAlarm(); // one more that waits in the table
-    bool Signal();     // for those that wait; false, not sent: nobody listens for it yet
+    bool Signal();     // for those that wait; false, not sent: the pid file does not name it yet
     void Request() const;
 
     // True when it happened, false when the daemon ended or the time was up.
