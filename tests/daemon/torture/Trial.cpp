@@ -16,6 +16,7 @@ using Seconds = std::chrono::seconds;
 
 constexpr char kDataPath[] = "/post";
 constexpr char kAlarmPath[] = "/alarm";
+const std::string kBackup = std::string(kLogPath) + ".bak";
 constexpr int kLastRequested = 2; // the SID that is asked for
 
 constexpr char kAddress[] = "127.0.0.1";
@@ -92,9 +93,11 @@ void CTrial::WriteSettings()
 void CTrial::Start()
 {
     WriteSettings();
-    std::error_code none_there;
-    std::filesystem::remove(kLogPath,
-                            none_there); // what is found there from now on is this daemon's
+    for (const std::string& file : {std::string(kLogPath), kBackup})
+    {
+        std::error_code none_there; // what is found from now on is this daemon's
+        std::filesystem::remove(file, none_there);
+    }
     m_before = m_data.Bodies().size();
     m_daemon = std::make_unique<CDaemon>();
     std::vector<std::string> command = m_through;
@@ -110,7 +113,7 @@ void CTrial::Start()
 
 void CTrial::Restart()
 {
-    m_logs += read_file(kLogPath);
+    m_logs += read_file(kBackup) + read_file(kLogPath);
     if (m_daemon != nullptr)
     {
         m_daemon->Kill();
@@ -240,7 +243,7 @@ bool CTrial::PostFailed(int did) const
 {
     const std::string start = "CAppPost::OnAlmIns DID: " + std::to_string(did) + "\r\n";
     bool mine = false;
-    for (const LogEntry& entry : parse_log(m_logs + read_file(kLogPath)))
+    for (const LogEntry& entry : parse_log(m_logs + read_file(kBackup) + read_file(kLogPath)))
     {
         const std::string& text = entry.message;
         if (text.rfind("CAppPost::OnAlmIns DID: ", 0) == 0)
