@@ -157,6 +157,14 @@ std::vector<Case> chosen_cases(const Options& options, const std::map<Scene, Cal
         return {parse_case(options.only)};
     }
     std::vector<Case> cases = make_cases(calm, burst, options.seed);
+    const auto is_other = [&](const Case& one)
+    {
+        return one.fault.function != options.of && facts_of(one.fault).family != options.of;
+    };
+    if (!options.of.empty())
+    {
+        cases.erase(std::remove_if(cases.begin(), cases.end(), is_other), cases.end());
+    }
     std::cerr << "paths: " << cases.size() << "\n";
     if (options.count > 0 && cases.size() > static_cast<size_t>(options.count))
     {

@@ -12,6 +12,7 @@ struct Options
     int count = 0;    // cases at most; 0: as many as the full form has
     int part = 0;     // of the cases, those whose number leaves this rest
     int parts = 1;    // when divided by this
+    std::string of;   // faults and bursts: of this function or family alone; empty: of all
     std::string only; // one case, as a line of a report names it; empty: all
 };
 

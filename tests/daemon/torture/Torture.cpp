@@ -69,6 +69,10 @@ std::string read_arguments(int argc, char** argv, Options& options)
         {
             read_part(value, options);
         }
+        else if (name == "--of")
+        {
+            options.of = value;
+        }
         else if (name == "--only")
         {
             options.only = value;
