@@ -53,7 +53,7 @@ TEST(FormatText, SizesSayNothingAboutZero)
 TEST(FormatText, TextsReadEmpty)
 {
     EXPECT_EQ(formatted("<%s|%ls|%S>"), "<||>");
-    EXPECT_EQ(formatted("<%.3s|%-2s|%3s>"), "<|  |   >");
+    EXPECT_EQ(formatted("<%.3s|%-2s|%3s|%1s>"), "<|  |   | >");
 }
 
 TEST(FormatText, PointerIsNull)
