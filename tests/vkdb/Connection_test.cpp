@@ -156,7 +156,7 @@ TEST(ConnectionTest, SharesNoCache)
     writer.Exec("begin immediate");
     writer.Exec("update t set a=8");
     EXPECT_EQ(failure_of([&] { reader.CheckUsable(); }), "no failure");
-    EXPECT_EQ(sqlite3_step(reader.Prepare("select a from t").get()), SQLITE_ROW);
+    EXPECT_EQ(sqlite3_step(reader.Take("select a from t").get()), SQLITE_ROW);
     sqlite3_enable_shared_cache(0);
 }
 
