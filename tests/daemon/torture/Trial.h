@@ -8,6 +8,7 @@
 #include <cstddef>
 #include <map>
 #include <memory>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -21,7 +22,7 @@
 class CTrial
 {
 public:
-    static constexpr std::chrono::seconds kPatience{20};
+    static constexpr std::chrono::seconds kPatience{60}; // only a daemon that hangs meets it
 
     CTrial(CRoom& room, Scene scene, CFaultBlock* block = nullptr);
     ~CTrial();
@@ -49,10 +50,10 @@ public:
     bool Signal();     // for those that wait; false, not sent: the pid file does not name it yet
     void Request() const;
 
-    // True when it happened, false when the daemon ended or the time was up.
-    bool WaitUp(std::chrono::seconds patience = kPatience);     // the first body
-    bool WaitSweep(std::chrono::seconds patience = kPatience);  // from now on, whole, everywhere
-    bool WaitAlarms(std::chrono::seconds patience = kPatience); // none waits any more
+    // True when it happened; false when the daemon ended or it is not to be expected any more.
+    bool WaitUp();     // the first body
+    bool WaitSweep();  // from now on, whole, at every server
+    bool WaitAlarms(); // none waits any more
 
     // The last part of every trial, when what tortures the daemon has ended: is it alive, is the
     // next sweep whole, does a new alarm leave, have all alarms arrived? One that ended is started
@@ -70,7 +71,12 @@ public:
 private:
     std::vector<CReceiver*> DataServers();
     void WriteSettings();
-    std::string MissingSince(const std::vector<size_t>& starts);
+    struct Arrived
+    {
+        std::set<std::string> bodies; // their steady parts
+        size_t sweeps;
+    };
+    Arrived ArrivedSince(const std::vector<size_t>& starts);
     bool HasPosted() { return m_data.Bodies().size() > m_before; }
     bool Ended() { return !m_daemon->IsRunning(); }
     void JudgeEnd(Verdict& verdict);
