@@ -52,8 +52,8 @@ public:
     std::vector<std::string> Bodies() const; // of posts
     std::vector<int> postResults;            // of the next calls of DoPost; 1 when used up
 
-    // The clocks: what wall_clock_ms, steady_ms and local_time_stamp answer. Stamps are used up one by one
-    // and the last one stays.
+    // The clocks: what wall_clock_ms, steady_ms and local_time_stamp answer. Stamps are used up one
+    // by one and the last one stays.
     int64_t clockMs = 1714536000000;
     bool clockWorks = true;
     int64_t steadyMs = 5000;

@@ -49,8 +49,7 @@ protected:
         CConnection conn(file.Path(), access, 0);
         conn.CheckUsable();
         writer.reset(); // not the last one, so it leaves the log as it is
-        const vkdb::CStatementLease stmt =
-            conn.Take("select AFld from tbSMAlarm where DID=1");
+        const vkdb::CStatementLease stmt = conn.Take("select AFld from tbSMAlarm where DID=1");
         return sqlite3_step(stmt.get()) == SQLITE_ROW ? sqlite3_column_int(stmt.get(), 0) : -1;
     }
 

@@ -56,9 +56,10 @@ sqlite3* connection_of(sqlite3_stmt* statement)
 
 VK_SQLITE(int, sqlite3_open_v2, (const char* file, sqlite3** out, int flags, const char* vfs),
           (file, out, flags, vfs), nullptr, (*out = nullptr, code))
-VK_SQLITE(int, sqlite3_prepare_v2,
-          (sqlite3 * db, const char* sql, int n, sqlite3_stmt** out, const char** tail),
-          (db, sql, n, out, tail), db, (*out = nullptr, code))
+VK_SQLITE(int, sqlite3_prepare_v3,
+          (sqlite3 * db, const char* sql, int n, unsigned flags, sqlite3_stmt** out,
+           const char** tail),
+          (db, sql, n, flags, out, tail), db, (*out = nullptr, code))
 VK_SQLITE(int, sqlite3_step, (sqlite3_stmt * statement), (statement), connection_of(statement),
           code)
 VK_SQLITE(int, sqlite3_exec,
@@ -68,10 +69,13 @@ VK_SQLITE(const unsigned char*, sqlite3_column_text, (sqlite3_stmt * statement, 
           (statement, column), connection_of(statement), nullptr)
 VK_SQLITE(const char*, sqlite3_column_name, (sqlite3_stmt * statement, int column),
           (statement, column), connection_of(statement), nullptr)
-VK_SQLITE(int, sqlite3_bind_int64, (sqlite3_stmt * statement, int at, sqlite3_int64 value),
+VK_SQLITE(int, sqlite3_bind_int, (sqlite3_stmt * statement, int at, int value),
           (statement, at, value), connection_of(statement), code)
 VK_SQLITE(int, sqlite3_busy_handler, (sqlite3 * db, int (*wait)(void*, int), void* data),
           (db, wait, data), db, code)
+VK_SQLITE(int, sqlite3_file_control, (sqlite3 * db, const char* name, int operation, void* data),
+          (db, name, operation, data), db, code)
+VK_SQLITE(int, sqlite3_wal_autocheckpoint, (sqlite3 * db, int pages), (db, pages), db, code)
 VK_SQLITE(sqlite3_vfs*, sqlite3_vfs_find, (const char* name), (name), nullptr, nullptr)
 VK_SQLITE(int, sqlite3_vfs_register, (sqlite3_vfs * vfs, int is_default), (vfs, is_default),
           nullptr, code)
