@@ -64,18 +64,20 @@ protected:
     // the middle of a read.
     bool GetsThrough(const std::function<void(DbDatabase&)>& operation)
     {
+        std::atomic<bool> bBegun{false};
         std::atomic<bool> bDone{false};
+        bool bGotThrough = false;
         std::thread second;
-        faults.AtRead(1,
-                      [&]
-                      {
-                          second = std::thread([&] { operation(Db()), bDone = true; });
-                          for (int i = 0; i < kYields && !bDone; ++i)
-                          {
-                              std::this_thread::yield();
-                          }
-                          bGotThrough = bDone.load();
-                      });
+        const auto inTheMiddle = [&]
+        {
+            second = std::thread([&] { bBegun = true, operation(Db()), bDone = true; });
+            for (int i = 0; !bBegun || (i < kYields && !bDone); i += bBegun ? 1 : 0)
+            {
+                std::this_thread::yield();
+            }
+            bGotThrough = bDone;
+        };
+        faults.AtRead(1, inTheMiddle);
         EXPECT_EQ(read_rows(Db(), "select * from tbSM").size(), 2U);
         EXPECT_TRUE(faults.IsDone());
         second.join();
@@ -88,8 +90,7 @@ protected:
         ASSERT_TRUE(Db().Open(nullptr, 0));
     }
 
-    static constexpr int kYields = 20000; // plenty for an operation that is let through
-    bool bGotThrough = false;
+    static constexpr int kYields = 500; // plenty for an operation that is let through
     CFaultVfs faults;
 };
 
