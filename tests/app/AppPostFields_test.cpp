@@ -235,6 +235,7 @@ TEST_F(HeadTest, SmallerGroupBehindIsStillTaken)
 TEST_F(HeadTest, BodyNeverBeginsWithAnAmpersand)
 {
     EXPECT_EQ(Written("suid=%50s&sid=%d&stype=%d", 20), "sid=101&stype=5");
+    EXPECT_EQ(Written("suid=%50s&sid=%050d&stype=%d", 20), "stype=5");
 }
 
 TEST_F(HeadTest, WideConversionsStayInTheBuffer)

@@ -73,6 +73,19 @@ TEST(LocalTime, ZoneFileIsFollowedWhenItIsChanged)
     EXPECT_EQ(text(), "2024-04-30 23:00:01");
 }
 
+TEST(LocalTime, ZoneIsLookedAtOnceASecond)
+{
+    // A log of thousands of lines a second must not look at the file for each of them.
+    unsetenv("TZ");
+    move_to(8);
+    ++now;
+    EXPECT_EQ(text().substr(11, 2), "12");
+    move_to(9);
+    EXPECT_EQ(text().substr(11, 2), "12");
+    ++now;
+    EXPECT_EQ(text().substr(11, 2), "13");
+}
+
 TEST(LocalTime, ZoneFileThatIsGoneIsTheWorldsTime)
 {
     unsetenv("TZ");
