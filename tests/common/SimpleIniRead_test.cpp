@@ -35,7 +35,8 @@ extern "C" ssize_t read(int fd, void* buffer, size_t size)
     return syscall(SYS_read, fd, buffer, size);
 }
 
-void* operator new(size_t size)
+// Not inlined: the compiler would take them for halves of different pairs.
+__attribute__((noinline)) void* operator new(size_t size)
 {
     void* memory = size <= script.largestBytes ? std::malloc(size) : nullptr;
     if (memory == nullptr)
@@ -45,12 +46,12 @@ void* operator new(size_t size)
     return memory;
 }
 
-void operator delete(void* memory) noexcept
+__attribute__((noinline)) void operator delete(void* memory) noexcept
 {
     std::free(memory);
 }
 
-void operator delete(void* memory, size_t /*size*/) noexcept
+__attribute__((noinline)) void operator delete(void* memory, size_t /*size*/) noexcept
 {
     std::free(memory);
 }
