@@ -1,5 +1,6 @@
 // What becomes of servers' replies: each piece is logged, and of an endless one no more than the
 // board's flash can bear.
+#include <future>
 #include <thread>
 
 #include "tests/support/TransportFixture.h"
@@ -168,6 +169,27 @@ TEST_F(ReplyTest, APostOfAnotherThreadTakesNothingOfIt)
     Post("http://h/");
     EXPECT_EQ(LoggedPieces(), 1900);
     EXPECT_EQ(rec.Count("log " + kRestLine), 0);
+}
+
+TEST_F(ReplyTest, APostOfAnotherThreadThatIsStillGoingOnTakesNothingOfIt)
+{
+    const CReplyShare mine(0);
+    std::promise<void> used_up;
+    std::promise<void> done;
+    std::thread other(
+        [&]
+        {
+            CReplyShare theirs(0);
+            theirs.Take(262145);
+            used_up.set_value();
+            done.get_future().wait();
+        });
+    used_up.get_future().wait();
+    char reply[] = "y";
+    EXPECT_EQ(_PostOnWrite(reply, 1, 1, &app), 1U);
+    EXPECT_EQ(rec.Count("log OnPost... y\n"), 1);
+    done.set_value();
+    other.join();
 }
 
 TEST_F(ReplyTest, NothingIsLoggedOnceThePostsTimeIsOver)
