@@ -109,7 +109,6 @@ CRoom::CRoom(const std::string& parent)
     m_host.Ini("POST.General", "tbGen", "40");
     m_host.Ini("POST.General", "tbGen.Name", "energy");
     m_host.Post("DeptName", "room");
-    m_host.Post("Timeout", "2");
     m_host.Post("Delay", "40");
     m_host.Post("maxURLs", "2");
     m_data = read_file(DataFile());
@@ -147,8 +146,13 @@ std::string CRoom::RaiseAlarm()
 }
 
 std::string CRoom::Unmarked() const
+try
 {
     return m_host.AlarmValue("select count(*) from tbSMAlarm where AFld is null or AFld<1");
+}
+catch (const std::exception& e)
+{
+    return e.what();
 }
 
 std::vector<std::string> CRoom::Damages() const

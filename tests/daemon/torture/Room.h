@@ -45,7 +45,8 @@ public:
     std::string RaiseAlarm();
     int LastAlarm() const { return m_alarm; } // its number, the DID
 
-    std::string Unmarked() const; // how many alarms are not sent, as a number's text
+    // How many alarms are not sent, as a number's text; what SQLite said when it cannot tell.
+    std::string Unmarked() const;
 
     std::vector<std::string> Damages() const; // what SQLite's own check says of the two files
 

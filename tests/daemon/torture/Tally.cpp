@@ -20,10 +20,7 @@ void CTally::Add(const std::string& kind, const Verdict& verdict, const std::str
     if (!verdict.problems.empty())
     {
         std::cerr << "  repeat: " << repeat << std::endl;
-    }
-    for (const std::string& remark : verdict.remarks)
-    {
-        std::cerr << "note " << kind << ": " << remark << "\n  repeat: " << repeat << std::endl;
+        std::cerr << (m_showsLogs ? "--- log ---\n" + verdict.log + "\n" : "");
     }
 }
 

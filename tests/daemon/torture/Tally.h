@@ -15,7 +15,7 @@ struct Verdict
     int doubled = 0;       // alarms that arrived once more
     int failed = 0;        // alarms whose one post failed, which are marked all the same
     std::vector<std::string> problems; // empty: as it is to be
-    std::vector<std::string> remarks;  // allowed, worth a line in a long report
+    std::string log;                   // of the daemons, to be shown with a problem
 
     void Problem(const std::string& text) { problems.push_back(text); }
 };
@@ -23,6 +23,9 @@ struct Verdict
 class CTally
 {
 public:
+    // Whether a problem is shown with the daemons' log.
+    explicit CTally(bool shows_logs) : m_showsLogs(shows_logs) {}
+
     // Counts the trial; writes its problems, with the command that repeats it, to standard error.
     void Add(const std::string& kind, const Verdict& verdict, const std::string& repeat);
 
@@ -42,5 +45,6 @@ private:
         int failed = 0;
         int wrong = 0; // trials with a problem
     };
+    bool m_showsLogs;
     std::map<std::string, Row> m_rows;
 };

@@ -118,7 +118,7 @@ try
         std::cerr << "vk_torture: '" << kind << "' is no kind\n";
         return 64;
     }
-    CTally tally;
+    CTally tally(!options.only.empty());
     found->second(options, tally);
     tally.Print();
     return tally.AnyWrong() ? 1 : 0;

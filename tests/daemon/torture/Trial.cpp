@@ -52,7 +52,9 @@ CTrial::CTrial(CRoom& room, Scene scene, CFaultBlock* block)
         m_secondUrl = base + kDataPath;
         m_alarmUrl = base + kAlarmPath;
     }
-    m_room.Reset();
+    room.Reset();
+    room.Host().Post("Timeout", "2");
+    room.Host().Post("ReTbls", scene == Scene::kRich ? "30" : "0");
 }
 
 CTrial::~CTrial()
@@ -85,7 +87,6 @@ void CTrial::WriteSettings()
     host.Post("Url1", m_secondUrl);
     host.Post("CA", rich ? m_room.Authority() : "");
     host.Post("Encoding", rich ? "GBK" : "UTF-8");
-    host.Post("ReTbls", rich ? "30" : "0");
     host.WriteIni();
 }
 
@@ -112,7 +113,7 @@ void CTrial::Start()
 
 void CTrial::Restart()
 {
-    m_logs += read_file(kBackup) + read_file(kLogPath);
+    m_logs = Log();
     if (m_daemon != nullptr)
     {
         m_daemon->Kill();
@@ -248,12 +249,17 @@ std::map<std::string, int> CTrial::Arrivals()
     return arrivals;
 }
 
+std::string CTrial::Log() const
+{
+    return m_logs + read_file(kBackup) + read_file(kLogPath);
+}
+
 // Whether the log says that the alarm's post failed: such an alarm is marked all the same.
 bool CTrial::PostFailed(int did) const
 {
     const std::string start = "CAppPost::OnAlmIns DID: " + std::to_string(did) + "\r\n";
     bool mine = false;
-    for (const LogEntry& entry : parse_log(m_logs + read_file(kBackup) + read_file(kLogPath)))
+    for (const LogEntry& entry : parse_log(Log()))
     {
         const std::string& text = entry.message;
         if (text.rfind("CAppPost::OnAlmIns DID: ", 0) == 0)
@@ -385,6 +391,7 @@ Verdict CTrial::Judge(int allowed_doubles)
     Signal();
     JudgeAlarms(verdict, allowed_doubles);
     JudgeRequest(verdict);
+    verdict.log = Log();
     if (m_daemon->Stderr().find("Sanitizer") != std::string::npos)
     {
         verdict.Problem("the sanitizer reported: " + m_daemon->Stderr().substr(0, 2000));

@@ -84,6 +84,7 @@ private:
     void JudgeAlarms(Verdict& verdict, int allowed_doubles);
     void JudgeRequest(Verdict& verdict);
     std::map<std::string, int> Arrivals();
+    std::string Log() const; // of all daemons of this trial
     bool PostFailed(int did) const;
 
     CRoom& m_room;
