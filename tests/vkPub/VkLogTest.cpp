@@ -26,6 +26,7 @@ extern "C" time_t time(time_t* where) noexcept
 extern "C" ssize_t writev(int fd, const iovec* pieces, int count)
 {
     ++flash.writes;
+    flash.isInherited = (fcntl(fd, F_GETFD) & FD_CLOEXEC) == 0;
     if (!flash.isReal)
     {
         errno = ENOSPC;

@@ -33,6 +33,7 @@ struct Flash
     ssize_t answer = 0;     // where it is not: what a write returns, with errno ENOSPC
     size_t most = SIZE_MAX; // bytes taken at a time
     std::atomic<int> writes{0};
+    std::atomic<bool> isInherited{false}; // whether a child process would have got the file
 };
 extern Flash flash;
 

@@ -50,6 +50,17 @@ TEST_F(VkLogTest, NoDescriptorStaysOpen)
         });
 }
 
+TEST_F(VkLogTest, NoChildProcessInheritsTheFile)
+{
+    Run(
+        []
+        {
+            VKLOG_TRACE("line\n");
+            EXPECT_EQ(flash.writes, 1);
+            EXPECT_FALSE(flash.isInherited);
+        });
+}
+
 TEST_F(VkLogTest, WithoutItsDirectoryTheLogIsSilentAndTheCounterStays)
 {
     Run(
@@ -201,6 +212,19 @@ TEST_F(VkLogTest, AFileThatCannotBeMovedAsideIsContinuedWithKey0)
     EXPECT_EQ(Log(), lines(0, 20000) + lines(0, 1));
 }
 
+TEST_F(VkLogTest, AnEmptyDirectoryInPlaceOfTheBackupIsNoObstacle)
+{
+    fs::create_directory(kBackup);
+    Run(
+        []
+        {
+            log_keys(0, 20000);
+            log_keys(0, 1);
+        });
+    EXPECT_EQ(Backup(), lines(0, 20000));
+    EXPECT_EQ(Log(), lines(0, 1));
+}
+
 TEST_F(VkLogTest, AFullFileThatIsGoneIsNoObstacle)
 {
     Run(
@@ -275,6 +299,18 @@ TEST_F(VkLogTest, LinesOfSeveralThreadsAreWholeAndEachHasAKeyOfItsOwn)
     constexpr size_t kLength = 1000;
     Run([] { log_from_threads(1000, kLength); });
     EXPECT_EQ(keys_of(Log(), kLength), each_key_once(4000));
+}
+
+TEST_F(VkLogTest, LinesOfSeveralThreadsAreWholeOnStandardOutput)
+{
+    RunWith("Printf", [] { log_from_threads(5000, 50); });
+    std::istringstream in(Console());
+    int count = 0;
+    for (std::string one; std::getline(in, one); ++count)
+    {
+        ASSERT_EQ(one, "[vkapppost] " + std::string(50, one.back()));
+    }
+    EXPECT_EQ(count, kThreads * 5000);
 }
 
 TEST_F(VkLogTest, SeveralThreadsLoseNoLineAndNoKeyInARotation)
