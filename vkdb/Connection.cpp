@@ -161,29 +161,32 @@ bool CConnection::Serves(const std::string& strPath, Access access) const
 
 void CConnection::CheckUsable()
 {
-    const std::optional<CFileStamp> stamp = file_stamp(m_strPath); // before: no change is missed
+    const std::optional<CFileStamp> before = file_stamp(m_strPath);
     const CStatementLease stmt = Take("select 1 from sqlite_master limit 1");
     const int rc = sqlite3_step(stmt.get());
     if (rc != SQLITE_ROW && rc != SQLITE_DONE)
     {
         throw LastFailure();
     }
-    NoticeOverwriting(stamp);
+    NoticeOverwriting(before);
 }
 
 // A file that has changed while SQLite noticed no change, by the counter in the file's head, was
-// written by something else: what SQLite keeps of it in memory is the old file's.
-void CConnection::NoticeOverwriting(const std::optional<CFileStamp>& stamp)
+// written by something else: what SQLite keeps of it in memory is the old file's. The statement
+// under way holds a read lock. So where SQLite did notice one, a commit that came behind the first
+// look at the file, or was waited for, is in the second look, too. A checkpoint without a commit
+// behind it is taken for such a write: that costs a new connection and nothing else.
+void CConnection::NoticeOverwriting(const std::optional<CFileStamp>& before)
 {
     unsigned nVersion = 0;
     sqlite3_file_control(Handle(), "main", SQLITE_FCNTL_DATA_VERSION, &nVersion);
-    const bool bSameFile = !m_stamp || m_stamp == stamp;
+    const bool bSameFile = !m_stamp || m_stamp == before;
     if (!bSameFile && nVersion == m_nVersion && m_access != Access::kNoTouch)
     {
         m_bMetDamage = true;
         throw CSqliteFailure(SQLITE_CORRUPT, "database file was written over");
     }
-    m_stamp = stamp;
+    m_stamp = nVersion == m_nVersion ? before : file_stamp(m_strPath);
     m_nVersion = nVersion;
 }
 

@@ -112,7 +112,7 @@ public:
     sqlite3* Handle() const { return m_db.get(); }
 
 private:
-    void NoticeOverwriting(const std::optional<CFileStamp>& stamp);
+    void NoticeOverwriting(const std::optional<CFileStamp>& before);
     void NeverCheckpoint();
 
     std::string m_strPath;

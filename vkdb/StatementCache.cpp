@@ -68,7 +68,11 @@ const CColumnNames& CStatementLease::Names()
     if (nReprepared != compiled.nReprepared)
     {
         compiled.bMeasured = false;
-        compiled.bKeep = compiled.names.Load(compiled.stmt.get()) && compiled.bKeep;
+        if (!compiled.names.Load(compiled.stmt.get())) // a value without its name is no value
+        {
+            compiled.bKeep = false;
+            throw CSqliteFailure(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM));
+        }
         compiled.nReprepared = nReprepared;
     }
     return compiled.names;

@@ -59,7 +59,8 @@ public:
     void reset();
 
     // The names of the columns of the result under way. There must be a statement; after its
-    // first step only, where a table that changed is noticed. Valid until reset.
+    // first step only, where a table that changed is noticed. Valid until reset. CSqliteFailure
+    // when memory runs out over them.
     const CColumnNames& Names();
 
 private:
