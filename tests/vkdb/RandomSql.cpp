@@ -130,7 +130,7 @@ std::vector<std::string> CRandomSql::Database()
     {
         all.push_back(CreateTable(strTable));
     }
-    all.push_back("create view vwUps as select * from tbUps where V is not null");
+    all.emplace_back("create view vwUps as select * from tbUps where V is not null");
     for (int i = 0; i < 60; ++i)
     {
         all.push_back(i % 20 == 0 ? CreateIndex() : Insert());

@@ -158,7 +158,8 @@ constexpr int kQueries = 150; // on each
 unsigned databases()
 {
     const char* szCount = std::getenv("VKDB_RANDOM_DATABASES");
-    return szCount != nullptr ? static_cast<unsigned>(std::atoi(szCount)) : kDatabases;
+    return szCount != nullptr ? static_cast<unsigned>(std::strtoul(szCount, nullptr, 10))
+                              : kDatabases;
 }
 
 } // namespace
