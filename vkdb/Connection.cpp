@@ -155,6 +155,11 @@ bool CConnection::Serves(const std::string& strPath, Access access) const
     {
         return false; // a writer has come
     }
+    if (m_access == Access::kReadWrite && sqlite3_db_readonly(Handle(), "main") == 1 &&
+        ::access(strPath.c_str(), W_OK) == 0)
+    {
+        return false; // SQLite made a reader of it when one opening failed; the file can be written
+    }
     const std::optional<CFileId> id = file_id(strPath);
     return id && *id == m_id;
 }

@@ -14,6 +14,7 @@ struct Orders
     int nGoodReads = 0; // before the next fault
     int nBadReads = 0;
     int nBadOpens = 0;
+    bool bOpenToRead = false;
     int nOpens = 0; // which have been
     int nReadsToCall = 0;
     int nLocksToCall = 0;
@@ -66,6 +67,11 @@ int faulty_open(sqlite3_vfs*, const char* szName, sqlite3_file* pFile, int nFlag
         return SQLITE_CANTOPEN;
     }
     g_orders.nOpens += bDatabase ? 1 : 0;
+    if (bDatabase && g_orders.bOpenToRead)
+    {
+        g_orders.bOpenToRead = false;
+        nFlags = (nFlags & ~(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) | SQLITE_OPEN_READONLY;
+    }
     const int rc = g_real->xOpen(g_real, szName, pFile, nFlags, pnFlags);
     if (rc == SQLITE_OK && bDatabase && pFile->pMethods != nullptr)
     {
@@ -111,6 +117,11 @@ void CFaultVfs::FailRead(int nRead, int nTimes, std::function<void()> onFault)
 void CFaultVfs::FailOpens(int nTimes)
 {
     g_orders.nBadOpens = nTimes;
+}
+
+void CFaultVfs::OpenToRead()
+{
+    g_orders.bOpenToRead = true;
 }
 
 void CFaultVfs::AtRead(int nRead, std::function<void()> call)

@@ -22,6 +22,10 @@ public:
     // The next nTimes openings of a database fail, as when there are no descriptors.
     void FailOpens(int nTimes);
 
+    // The next opening of a database to read and write gives one to read, as SQLite's own way of
+    // opening does after a failure.
+    void OpenToRead();
+
     // Called at read number nRead, counted from 1, which then succeeds.
     void AtRead(int nRead, std::function<void()> call);
 

@@ -251,6 +251,18 @@ TEST_F(PassingFaultTest, AFileThatCannotBeOpenedAtFirstIsOpenedLater)
     EXPECT_EQ(read_rows(*pDb, kNames), Rows{"1|1 00"});
 }
 
+// SQLite opens a file to read when one opening to write fails; alarms would never be marked.
+TEST_F(PassingFaultTest, AFileThatWasOnceOpenedOnlyToReadIsWrittenLater)
+{
+    file.Sql(devices(3, 2));
+    vkdb::CManager manager(0);
+    faults.OpenToRead();
+    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(pDb, nullptr);
+    EXPECT_TRUE(pDb->Open(nullptr, 0));
+    EXPECT_EQ(pDb->Exec("delete from tbSM where SID>1"), 2);
+}
+
 TEST_F(PassingFaultTest, AQueryOpensTheFileThatOpenDbCouldNot)
 {
     file.Sql(devices(3, 2));
