@@ -1,9 +1,11 @@
 // Queues, threads, timers, the clock, processes, signals, character sets and the loader.
 #include "tests/daemon/torture/preload/Gate.h"
 
+#include <cerrno>
 #include <csignal>
 #include <cstdio>
 #include <ctime>
+#include <dlfcn.h>
 #include <iconv.h>
 #include <pthread.h>
 #include <sys/ipc.h>
@@ -38,7 +40,35 @@ VK_MAY_FAIL(size_t, iconv, (iconv_t cd, char** in, size_t* in_left, char** out, 
 VK_MAY_FAIL_AFTERWARDS(int, iconv_close, (iconv_t cd), (cd), -1)
 
 VK_MAY_FAIL(void*, dlopen, (const char* file, int mode), (file, mode), nullptr)
-VK_MAY_FAIL(void*, dlsym, (void* library, const char* name), (library, name), nullptr)
+namespace
+{
+
+// This library, as dlopen names it.
+void* this_library()
+{
+    Dl_info self{};
+    constexpr size_t kOpen = function_index("dlopen");
+    return dladdr(reinterpret_cast<const void*>(&this_library), &self) != 0
+               ? next<void* (*)(const char*, int)>(kOpen)(self.dli_fname, RTLD_NOW | RTLD_NOLOAD)
+               : nullptr;
+}
+
+} // namespace
+
+// RTLD_NEXT means what is behind the caller, and behind the daemon's program is this library. Asked
+// from here it would mean what is behind this one.
+VK_DEFINE(void*, dlsym, (void* library, const char* name))
+{
+    VK_INDEX(dlsym);
+    int code = 0;
+    if (call_fails(kIndex, code))
+    {
+        errno = code;
+        return nullptr;
+    }
+    static void* const self = this_library();
+    return next<void* (*)(void*, const char*)>(kIndex)(library == RTLD_NEXT ? self : library, name);
+}
 VK_MAY_FAIL_AFTERWARDS(int, dlclose, (void* library), (library), -1)
 
 VK_MAY_FAIL(pid_t, fork, (), (), -1)
