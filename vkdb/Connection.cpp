@@ -177,10 +177,10 @@ void CConnection::CheckUsable()
 }
 
 // A file that has changed while SQLite noticed no change, by the counter in the file's head, was
-// written by something else: what SQLite keeps of it in memory is the old file's. The statement
-// under way holds a read lock. So where SQLite did notice one, a commit that came behind the first
-// look at the file, or was waited for, is in the second look, too. A checkpoint without a commit
-// behind it is taken for such a write: that costs a new connection and nothing else.
+// written by something else: what SQLite keeps of it in memory is the old file's. The look at the
+// file comes before the read, on purpose: one behind it could have the time of a write that is
+// still under way, since times of files are coarse. So a commit in between, like a checkpoint
+// without one, is sometimes taken for such a write: that costs a new connection and nothing else.
 void CConnection::NoticeOverwriting(const std::optional<CFileStamp>& before)
 {
     unsigned nVersion = 0;
@@ -191,7 +191,7 @@ void CConnection::NoticeOverwriting(const std::optional<CFileStamp>& before)
         m_bMetDamage = true;
         throw CSqliteFailure(SQLITE_CORRUPT, "database file was written over");
     }
-    m_stamp = nVersion == m_nVersion ? before : file_stamp(m_strPath);
+    m_stamp = before;
     m_nVersion = nVersion;
 }
 
