@@ -73,7 +73,7 @@ std::string many_keys()
 class SimpleIniRead : public ::testing::Test
 {
 protected:
-    ~SimpleIniRead() override { script = {}; }
+    void TearDown() override { script = {}; }
 
     bool IsEmpty() const { return !(ini.beginSection() != ini.endSection()); }
 

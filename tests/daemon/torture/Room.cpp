@@ -140,7 +140,7 @@ void CRoom::Restore(const std::string& file) const
 std::string CRoom::RaiseAlarm()
 {
     ++m_alarm;
-    const std::string title = "alarm-" + std::to_string(m_alarm);
+    std::string title = "alarm-" + std::to_string(m_alarm);
     m_host.Alarm(m_alarm, 1 + m_alarm % 3, title);
     return title;
 }
