@@ -96,11 +96,12 @@ TEST_F(ColumnNamesTest, OfALongResultAreFoundInAnyCaseTheFirstFirst)
     EXPECT_EQ(names.Find("tag20"), -1);
 }
 
+// Among many columns: the table of few does not tell the two cases of a letter apart anyway.
 TEST_F(ColumnNamesTest, MatchInAnyCaseOfEveryLetter)
 {
-    Load("select 1 as abcdefghijklmnopqrstuvwxyz, 2 as \"@[`{\"");
-    EXPECT_EQ(names.Find("ABCDEFGHIJKLMNOPQRSTUVWXYZ"), 0);
-    EXPECT_EQ(names.Find("@[`{"), 1);
+    Load(repeated_columns("tag", "Tag") + ",0 as abcdefghijklmnopqrstuvwxyz, 0 as \"@[`{\"");
+    EXPECT_EQ(names.Find("ABCDEFGHIJKLMNOPQRSTUVWXYZ"), 40);
+    EXPECT_EQ(names.Find("@[`{"), 41);
     EXPECT_EQ(names.Find("`{@["), -1);
 }
 

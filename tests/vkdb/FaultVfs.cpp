@@ -1,7 +1,5 @@
 #include "tests/vkdb/FaultVfs.h"
 
-#include <sqlite3.h>
-
 #include <stdexcept>
 #include <utility>
 
@@ -13,6 +11,7 @@ struct Orders
 {
     int nGoodReads = 0; // before the next fault
     int nBadReads = 0;
+    int nCode = SQLITE_IOERR_READ; // of those
     int nBadOpens = 0;
     bool bOpenToRead = false;
     int nOpens = 0; // which have been
@@ -42,7 +41,7 @@ int faulty_read(sqlite3_file* pFile, void* pData, int nBytes, sqlite3_int64 iOff
         {
             g_orders.onFault();
         }
-        return SQLITE_IOERR_READ;
+        return g_orders.nCode;
     }
     return g_realFile->xRead(pFile, pData, nBytes, iOffset);
 }
@@ -107,10 +106,11 @@ CFaultVfs::~CFaultVfs()
     g_orders = {};
 }
 
-void CFaultVfs::FailRead(int nRead, int nTimes, std::function<void()> onFault)
+void CFaultVfs::FailRead(int nRead, int nTimes, std::function<void()> onFault, int nCode)
 {
     g_orders.nGoodReads = nRead - 1;
     g_orders.nBadReads = nTimes;
+    g_orders.nCode = nCode;
     g_orders.onFault = std::move(onFault);
 }
 

@@ -5,6 +5,8 @@
 // it.
 #pragma once
 
+#include <sqlite3.h>
+
 #include <functional>
 
 class CFaultVfs
@@ -15,9 +17,10 @@ public:
     CFaultVfs(const CFaultVfs&) = delete;
     CFaultVfs& operator=(const CFaultVfs&) = delete;
 
-    // Read number nRead from now on, counted from 1, fails with a read error, and so do those
-    // behind it, nTimes in all. onFault is called at each.
-    void FailRead(int nRead, int nTimes = 1, std::function<void()> onFault = nullptr);
+    // Read number nRead from now on, counted from 1, fails with a read error or another code of
+    // SQLite's, and so do those behind it, nTimes in all. onFault is called at each.
+    void FailRead(int nRead, int nTimes = 1, std::function<void()> onFault = nullptr,
+                  int nCode = SQLITE_IOERR_READ);
 
     // The next nTimes openings of a database fail, as when there are no descriptors.
     void FailOpens(int nTimes);

@@ -67,6 +67,30 @@ TEST_F(PassingFaultTest, OneReadErrorCostsNoRowOfAResultLargerThanTheReadAhead)
     EXPECT_GE(FailEachRead(111), 10);
 }
 
+TEST_F(PassingFaultTest, OneObstacleOfAnotherKindInTheMiddleCostsNoRow)
+{
+    file.Sql(devices(300, 150));
+    for (const int nCode : {SQLITE_BUSY, SQLITE_PROTOCOL, SQLITE_NOMEM, SQLITE_CANTOPEN})
+    {
+        vkdb::CDatabase db(file.Path(), 0);
+        ASSERT_TRUE(db.Open(nullptr, -2));
+        const int iqry = db.QryExec(kNames, -1);
+        faults.FailRead(3, 1, nullptr, nCode);
+        int nRows = 0;
+        EXPECT_EQ(thrown_by(
+                      [&]
+                      {
+                          for (; !db.QryEof(iqry); db.QryNext(iqry))
+                          {
+                              ++nRows;
+                          }
+                      }),
+                  "no exception");
+        EXPECT_EQ(nRows, 300) << nCode;
+        EXPECT_TRUE(faults.IsDone());
+    }
+}
+
 TEST_F(PassingFaultTest, TwoReadErrorsInOneResultCostNoRow)
 {
     file.Sql(devices(2300, 2000));
