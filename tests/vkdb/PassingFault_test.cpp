@@ -91,6 +91,16 @@ TEST_F(PassingFaultTest, OneObstacleOfAnotherKindInTheMiddleCostsNoRow)
     }
 }
 
+TEST_F(PassingFaultTest, AReadErrorThatComesTwiceCostsNoRow)
+{
+    file.Sql(devices(300, 150));
+    vkdb::CDatabase db(file.Path(), 0);
+    ASSERT_TRUE(db.Open(nullptr, -2));
+    faults.FailRead(6, 2);
+    EXPECT_EQ(read_rows(db, kNames).size(), 300U);
+    EXPECT_TRUE(faults.IsDone());
+}
+
 TEST_F(PassingFaultTest, TwoReadErrorsInOneResultCostNoRow)
 {
     file.Sql(devices(2300, 2000));
