@@ -28,6 +28,13 @@ struct CodePlace
     uint64_t offset;
 };
 
+// The innermost of them first.
+struct CodePath
+{
+    std::atomic<uint32_t> depth; // 0: none was taken
+    CodePlace places[kPathDepth];
+};
+
 struct TortureBlock
 {
     // The order.
@@ -46,8 +53,8 @@ struct TortureBlock
     std::atomic<bool> loaded; // the library is inside a daemon
     std::atomic<uint32_t> occurrences;
     std::atomic<uint32_t> hits; // calls that have failed
-    std::atomic<uint32_t> placeCount;
-    CodePlace places[kPathDepth]; // of the first call that failed, innermost first
+    CodePath failed;            // of the first of them
+    CodePath aborted;           // where the program gave itself up
 
     SeenPath seen[kSeenEntries];
 };

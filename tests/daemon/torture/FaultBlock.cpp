@@ -11,6 +11,25 @@
 
 #include "tests/daemon/torture/Functions.h"
 
+namespace
+{
+
+std::string as_text(const CodePath& path)
+{
+    std::string text;
+    for (uint32_t i = 0; i < path.depth; ++i)
+    {
+        const CodePlace& place = path.places[i];
+        char offset[24];
+        std::snprintf(offset, sizeof(offset), "+%lx", static_cast<unsigned long>(place.offset));
+        text +=
+            (i > 0 ? " < " : "") + std::string(place.module[0] ? place.module : "daemon") + offset;
+    }
+    return text;
+}
+
+} // namespace
+
 std::string Fault::Text() const
 {
     char numbers[80];
@@ -109,16 +128,12 @@ uint32_t CFaultBlock::Hits() const
 
 std::string CFaultBlock::Where() const
 {
-    std::string text;
-    for (uint32_t i = 0; i < m_block->placeCount; ++i)
-    {
-        const CodePlace& place = m_block->places[i];
-        char offset[24];
-        std::snprintf(offset, sizeof(offset), "+%lx", static_cast<unsigned long>(place.offset));
-        text +=
-            (i > 0 ? " < " : "") + std::string(place.module[0] ? place.module : "daemon") + offset;
-    }
-    return text;
+    return as_text(m_block->failed);
+}
+
+std::string CFaultBlock::WhereAborted() const
+{
+    return as_text(m_block->aborted);
 }
 
 std::vector<Fault> CFaultBlock::Seen() const

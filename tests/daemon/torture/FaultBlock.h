@@ -44,10 +44,11 @@ public:
     void ShiftClock(int64_t seconds);
     void SilenceResolver(int ms);
 
-    bool IsLoaded() const;           // a daemon has started with the library
-    uint32_t Hits() const;           // calls that have failed
-    std::string Where() const;       // the innermost places of the first of them
-    std::vector<Fault> Seen() const; // what was recorded; code is not set
+    bool IsLoaded() const;            // a daemon has started with the library
+    uint32_t Hits() const;            // calls that have failed
+    std::string Where() const;        // the innermost places of the first of them
+    std::string WhereAborted() const; // the same of the program's abort; empty when it made none
+    std::vector<Fault> Seen() const;  // what was recorded; code is not set
 
 private:
     std::string m_strFile;

@@ -145,6 +145,10 @@ bool run_case(CRoom& room, CFaultBlock& block, const Case& one, size_t descripto
     if (!verdict.problems.empty())
     {
         verdict.Problem("at " + block.Where());
+        if (!block.WhereAborted().empty())
+        {
+            verdict.Problem("aborted at " + block.WhereAborted());
+        }
     }
     return true;
 }

@@ -148,15 +148,15 @@ void record(TortureBlock& b, size_t function, uint32_t path)
     }
 }
 
-void note_places(TortureBlock& b, const Walk& walk)
+void note_path(CodePath& path, const Walk& walk)
 {
     for (size_t i = 0; i < walk.depth; ++i)
     {
         const Place place = place_of(walk.calls[i]);
-        std::strncpy(b.places[i].module, place.name, sizeof(b.places[i].module) - 1);
-        b.places[i].offset = place.offset;
+        std::strncpy(path.places[i].module, place.name, sizeof(path.places[i].module) - 1);
+        path.places[i].offset = place.offset;
     }
-    b.placeCount = static_cast<uint32_t>(walk.depth);
+    path.depth = static_cast<uint32_t>(walk.depth);
 }
 
 bool take_of_burst()
@@ -180,7 +180,7 @@ bool is_ordered(TortureBlock& b, const Walk& walk)
         return false;
     }
     left_of_burst = b.burst - 1;
-    note_places(b, walk);
+    note_path(b.failed, walk);
     return true;
 }
 
@@ -284,6 +284,17 @@ bool call_fails(size_t function, int& code)
         ++b->hits;
     }
     return fails;
+}
+
+void note_abort()
+{
+    if (TortureBlock* b = block)
+    {
+        const CDeciding deciding;
+        Walk walk;
+        _Unwind_Backtrace(on_frame, &walk);
+        note_path(b->aborted, walk);
+    }
 }
 
 void* next_definition(size_t function)

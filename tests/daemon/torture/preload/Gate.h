@@ -13,6 +13,9 @@
 // True when this call of the function is to fail; code is then the error to give.
 bool call_fails(size_t function, int& code);
 
+// Tells the campaign where the program gives itself up.
+void note_abort();
+
 // Whether an address lies in the daemon itself or its database library.
 bool is_ours(const void* address);
 

@@ -12,6 +12,7 @@
 #include <sys/msg.h>
 #include <sys/time.h>
 #include <sys/types.h>
+#include <unistd.h>
 
 VK_MAY_FAIL(int, msgget, (key_t key, int flags), (key, flags), -1)
 VK_MAY_FAIL(int, msgsnd, (int queue, const void* message, size_t n, int flags),
@@ -80,6 +81,14 @@ VK_MAY_FAIL(pid_t, waitpid, (pid_t pid, int* status, int options), (pid, status,
 VK_MAY_FAIL(sighandler_t, signal, (int sig, sighandler_t handler), (sig, handler), SIG_ERR)
 VK_MAY_FAIL(int, sigaction, (int sig, const struct sigaction* wanted, struct sigaction* before),
             (sig, wanted, before), -1)
+
+// An exception that nobody caught ends here with the stack that it was thrown from.
+VK_DEFINE(void, abort, ())
+{
+    note_abort();
+    raise(SIGABRT);
+    _exit(1); // not reached but by a program that handles the signal
+}
 
 // --- The clock, which the campaign may move ------------------------------------------------------
 
