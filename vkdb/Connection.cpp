@@ -38,6 +38,13 @@ std::optional<CFileStamp> file_stamp(const std::string& strPath)
     return CFileStamp{st.st_size, st.st_ctim};
 }
 
+struct timespec kernel_tick()
+{
+    struct timespec tick = {};
+    ::clock_gettime(CLOCK_REALTIME_COARSE, &tick); // by which files get their times
+    return tick;
+}
+
 CFileId existing_file(const std::string& strPath)
 {
     const std::optional<CFileId> id = file_id(strPath);
@@ -96,6 +103,14 @@ CHandle open_handle(const std::string& strPath, Access access, bool bImmutable)
 }
 
 } // namespace
+
+bool CFileStamp::IsSettled(const struct timespec& tick) const
+{
+    constexpr long long kLongestTickNs = 10'000'000;
+    const long long nAheadNs =
+        (changed.tv_sec - tick.tv_sec) * 1'000'000'000LL + (changed.tv_nsec - tick.tv_nsec);
+    return nAheadNs < 0 || nAheadNs > kLongestTickNs;
+}
 
 int CLockWait::OnBusy(void* pThis, int nCalls)
 {
@@ -166,33 +181,125 @@ bool CConnection::Serves(const std::string& strPath, Access access) const
 
 void CConnection::CheckUsable()
 {
-    const std::optional<CFileStamp> before = file_stamp(m_strPath);
-    const CStatementLease stmt = Take("select 1 from sqlite_master limit 1");
-    const int rc = sqlite3_step(stmt.get());
+    ReadCatalogue();
+    m_bServed = true;
+}
+
+void CConnection::ReadCatalogue()
+{
+    const CStatementLease stmt = Take("select type,name,tbl_name,rootpage,sql from sqlite_master");
+    BeginRead();
+    const bool bRow = Step(stmt.get());
+    NoticeOverwriting();
+    if (m_nCatalogueVersion != m_nVersion)
+    {
+        NoticeOtherCatalogue(stmt.get(), bRow);
+        m_nCatalogueVersion = m_nVersion;
+    }
+}
+
+// False at the end of the result.
+bool CConnection::Step(sqlite3_stmt* pStmt)
+{
+    const int rc = sqlite3_step(pStmt);
     if (rc != SQLITE_ROW && rc != SQLITE_DONE)
     {
         throw LastFailure();
     }
-    NoticeOverwriting(before);
+    return rc == SQLITE_ROW;
+}
+
+void CConnection::KeepRow(CRowBuffer& rows, sqlite3_stmt* pStmt)
+{
+    if (!rows.Append(pStmt))
+    {
+        throw CSqliteFailure(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM));
+    }
+}
+
+void CConnection::BeginRead()
+{
+    const struct timespec tick = kernel_tick();
+    m_before = file_stamp(m_strPath);
+    m_bBeforeSettled = m_before && m_before->IsSettled(tick);
+}
+
+// A change that SQLite notices at a query may be the first piece of a file that is written over:
+// the pieces behind it are to be seen as changes at the next look.
+void CConnection::NoticeChange()
+{
+    const unsigned nVersion = NoticedChanges();
+    if (!m_stamp || nVersion != m_nVersion)
+    {
+        Remember(nVersion);
+    }
+    m_bServed = true;
 }
 
 // A file that has changed while SQLite noticed no change, by the counter in the file's head, was
 // written by something else: what SQLite keeps of it in memory is the old file's. The look at the
 // file comes before the read, on purpose: one behind it could have the time of a write that is
-// still under way, since times of files are coarse. So a commit in between, like a checkpoint
-// without one, is sometimes taken for such a write: that costs a new connection and nothing else.
-void CConnection::NoticeOverwriting(const std::optional<CFileStamp>& before)
+// still under way. So a commit in between, like a checkpoint without one, is sometimes taken for
+// such a write, and a look within the tick of a change is trusted once only: that costs a new
+// connection and nothing else.
+void CConnection::NoticeOverwriting()
 {
-    unsigned nVersion = 0;
-    sqlite3_file_control(Handle(), "main", SQLITE_FCNTL_DATA_VERSION, &nVersion);
-    const bool bSameFile = !m_stamp || m_stamp == before;
-    if (!bSameFile && nVersion == m_nVersion && m_access != Access::kNoTouch)
+    const unsigned nVersion = NoticedChanges();
+    if (m_stamp && nVersion == m_nVersion)
     {
+        if (m_access == Access::kNoTouch || (m_bSettled && m_stamp == m_before))
+        {
+            return;
+        }
         m_bMetDamage = true;
         throw CSqliteFailure(SQLITE_CORRUPT, "database file was written over");
     }
-    m_stamp = before;
+    Remember(nVersion);
+}
+
+// SQLite reads the catalogue again when a counter in the file's head has changed. A file that was
+// written over with another's bytes may have that counter, too, and other tables.
+void CConnection::NoticeOtherCatalogue(sqlite3_stmt* pStmt, bool bRow)
+{
+    CRowDigest found;
+    CRowBuffer row;
+    for (; bRow; bRow = Step(pStmt))
+    {
+        row.Clear(static_cast<std::size_t>(sqlite3_column_count(pStmt)));
+        KeepRow(row, pStmt);
+        found.Add(row, 1);
+    }
+    if (m_catalogue && !(*m_catalogue == found) && m_access != Access::kNoTouch)
+    {
+        m_bMetDamage = true;
+        throw CSqliteFailure(SQLITE_CORRUPT, "database file has another catalogue");
+    }
+    m_catalogue = found;
+}
+
+void CConnection::Remember(unsigned nVersion)
+{
+    m_stamp = m_before;
+    m_bSettled = m_bBeforeSettled;
     m_nVersion = nVersion;
+}
+
+// A change of its own moves SQLite's count, too, and must not hide one that comes behind it. One
+// that came before it is not to be told from a commit any more: the stamp stays the old one then.
+void CConnection::NoticeOwnChange()
+{
+    m_nVersion = NoticedChanges();
+    if (m_stamp == m_before)
+    {
+        m_stamp = file_stamp(m_strPath);
+    }
+}
+
+unsigned CConnection::NoticedChanges() const
+{
+    unsigned nVersion = 0;
+    sqlite3_file_control(Handle(), "main", SQLITE_FCNTL_DATA_VERSION, &nVersion);
+    return nVersion;
 }
 
 bool CConnection::IsStale() const
@@ -220,13 +327,18 @@ catch (const CSqliteFailure& failure)
 
 int CConnection::Exec(const char* szSql)
 {
+    BeginRead();
     const int nBefore = sqlite3_total_changes(Handle());
     if (sqlite3_exec(Handle(), szSql, nullptr, nullptr, nullptr) != SQLITE_OK)
     {
         throw LastFailure();
     }
-    // A statement that is no insert, update or delete leaves the count of the one before it.
-    return sqlite3_total_changes(Handle()) == nBefore ? 0 : sqlite3_changes(Handle());
+    if (sqlite3_total_changes(Handle()) == nBefore)
+    {
+        return 0; // whose count of changes would be that of the statement before it
+    }
+    NoticeOwnChange();
+    return sqlite3_changes(Handle());
 }
 
 void CConnection::Rollback()

@@ -8,6 +8,7 @@
 // database: that is left to the host's writer.
 #pragma once
 
+#include "vkdb/RowDigest.h"
 #include "vkdb/Sqlite.h"
 #include "vkdb/StatementCache.h"
 
@@ -42,6 +43,12 @@ struct CFileStamp
 {
     off_t nSize;
     struct timespec changed; // not "modified", which who copies a file may set back
+
+    // True when whatever is done to the file after the tick, which was the kernel's when the stamp
+    // was taken, changes the stamp. Within the tick of a change it may not: all that is done in it
+    // has one time. (A time that lies further ahead is from before the clock was set back.)
+    bool IsSettled(const struct timespec& tick) const;
+
     bool operator==(const CFileStamp& other) const
     {
         return nSize == other.nSize && changed.tv_sec == other.changed.tv_sec &&
@@ -81,9 +88,13 @@ public:
     // and the access is enough. False also when the file is gone, or IsStale.
     bool Serves(const std::string& strPath, Access access) const;
 
-    // Reads the catalogue: fails when the file is no database or stays locked, or when it was
-    // written over without SQLite since this connection read it last.
+    // Reads the catalogue: fails when the file is no database or stays locked, and when it was
+    // written over without SQLite since this connection read it last or has other tables, where
+    // another connection will do.
     void CheckUsable();
+
+    // The same, of a connection that is new: what it has to compare with later.
+    void ReadCatalogue();
 
     // True when what this connection remembers of the file is not to be trusted any more: it has
     // met damage, which may be in its own memory only. A file that is emptied and filled again in
@@ -92,8 +103,13 @@ public:
     // whose temporary tables its caller may need.
     bool IsStale() const;
 
-    // True once it has read the file's catalogue.
-    bool HasServed() const { return m_stamp.has_value(); }
+    // True once a query has read, or CheckUsable.
+    bool HasServed() const { return m_bServed; }
+
+    // To be called before a statement is run from its beginning, and behind its first step: what
+    // was noticed between the two is remembered for the next CheckUsable.
+    void BeginRead();
+    void NoticeChange();
 
     // The last error of the connection, to be thrown.
     CSqliteFailure LastFailure();
@@ -101,6 +117,12 @@ public:
     // A statement to read with, kept from an earlier query or compiled now; nothing when the text
     // holds none.
     CStatementLease Take(const char* szSql);
+
+    // The statement's next row; false at the end of the result.
+    bool Step(sqlite3_stmt* pStmt);
+
+    // Copies the statement's row behind those that the buffer has.
+    static void KeepRow(CRowBuffer& rows, sqlite3_stmt* pStmt);
 
     // Runs the text to its end. The result is the number of rows that its last statement changed.
     int Exec(const char* szSql);
@@ -112,7 +134,11 @@ public:
     sqlite3* Handle() const { return m_db.get(); }
 
 private:
-    void NoticeOverwriting(const std::optional<CFileStamp>& before);
+    void NoticeOverwriting();
+    void NoticeOtherCatalogue(sqlite3_stmt* pStmt, bool bRow);
+    void NoticeOwnChange();
+    void Remember(unsigned nVersion);
+    unsigned NoticedChanges() const;
     void NeverCheckpoint();
 
     std::string m_strPath;
@@ -122,9 +148,15 @@ private:
     bool m_bImmutable; // opened while nobody else had it open, without any locking
     CHandle m_db;
     bool m_bMetDamage = false;
-    std::optional<CFileStamp> m_stamp; // the file's when its catalogue was read last
-    unsigned m_nVersion = 0;           // and SQLite's count of the changes that it noticed
-    CStatementCache m_statements;      // goes before the handle
+    bool m_bServed = false;
+    std::optional<CFileStamp> m_before; // the file's before the read under way, and whether
+    bool m_bBeforeSettled = false;      // it was settled
+    std::optional<CFileStamp> m_stamp;  // what SQLite remembers of the file is from behind this
+    bool m_bSettled = false;
+    unsigned m_nVersion = 0; // SQLite's count of the changes that it noticed, at m_stamp
+    std::optional<CRowDigest> m_catalogue; // as it was at m_nCatalogueVersion
+    std::optional<unsigned> m_nCatalogueVersion;
+    CStatementCache m_statements; // goes before the handle
 };
 
 } // namespace vkdb

@@ -289,6 +289,7 @@ void CDatabase::StayConnected()
     if (!m_conn || m_conn->IsStale())
     {
         Connect();
+        m_conn->ReadCatalogue();
     }
 }
 

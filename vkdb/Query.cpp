@@ -54,7 +54,7 @@ void CQuery::ReadFirst(const char* szSql)
 
     // Names only after the first step: a table that changed since it was last read is noticed
     // there, and "select *" may have other columns afterwards.
-    const bool bRow = Step();
+    const bool bRow = FirstStep();
     m_names = m_stmt.Names();
     m_rows.Clear(static_cast<std::size_t>(m_names.Count()));
     if (!bRow)
@@ -62,7 +62,7 @@ void CQuery::ReadFirst(const char* szSql)
         m_stmt.reset();
         return;
     }
-    KeepRow(m_rows);
+    CConnection::KeepRow(m_rows, m_stmt.get());
     ReadRows(kFirstRows, kFirstBytes);
 }
 
@@ -132,7 +132,7 @@ bool CQuery::ReadAgain(std::size_t nMaxRows, std::size_t nMaxBytes)
         CRowDigest seen = m_gone;
         seen.Add(m_rows, m_iRow);
         sqlite3_reset(m_stmt.get()); // gives the failure once more
-        bool bRow = Step();
+        bool bRow = FirstStep();
         if ((bRow && !m_names.AreThoseOf(m_stmt.get())) || !SkipSeen(seen, bRow))
         {
             return false;
@@ -141,7 +141,7 @@ bool CQuery::ReadAgain(std::size_t nMaxRows, std::size_t nMaxBytes)
         unseen.Clear(static_cast<std::size_t>(m_names.Count()));
         if (bRow)
         {
-            KeepRow(unseen);
+            CConnection::KeepRow(unseen, m_stmt.get());
             Fill(unseen, nMaxRows, nMaxBytes);
         }
         else
@@ -165,10 +165,10 @@ bool CQuery::SkipSeen(const CRowDigest& seen, bool& bRow)
 {
     CRowDigest found;
     CRowBuffer row;
-    for (; bRow && found.Rows() < seen.Rows(); bRow = Step())
+    for (; bRow && found.Rows() < seen.Rows(); bRow = m_conn->Step(m_stmt.get()))
     {
         row.Clear(static_cast<std::size_t>(m_names.Count()));
-        KeepRow(row);
+        CConnection::KeepRow(row, m_stmt.get());
         found.Add(row, 1);
     }
     return found == seen;
@@ -178,32 +178,22 @@ void CQuery::Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes)
 {
     while (rows.Rows() < nMaxRows && rows.Bytes() < nMaxBytes)
     {
-        if (!Step())
+        if (!m_conn->Step(m_stmt.get()))
         {
             m_stmt.reset();
             return;
         }
-        KeepRow(rows);
+        CConnection::KeepRow(rows, m_stmt.get());
     }
 }
 
 // False at the end of the result.
-bool CQuery::Step()
+bool CQuery::FirstStep()
 {
-    const int rc = sqlite3_step(m_stmt.get());
-    if (rc != SQLITE_ROW && rc != SQLITE_DONE)
-    {
-        throw m_conn->LastFailure();
-    }
-    return rc == SQLITE_ROW;
-}
-
-void CQuery::KeepRow(CRowBuffer& rows)
-{
-    if (!rows.Append(m_stmt.get()))
-    {
-        throw CSqliteFailure(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM));
-    }
+    m_conn->BeginRead();
+    const bool bRow = m_conn->Step(m_stmt.get());
+    m_conn->NoticeChange();
+    return bRow;
 }
 
 bool CQuery::HasCell(int iColumn) const

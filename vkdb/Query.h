@@ -68,8 +68,7 @@ private:
     bool ReadAgain(std::size_t nMaxRows, std::size_t nMaxBytes);
     bool SkipSeen(const CRowDigest& seen, bool& bRow);
     void Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes);
-    bool Step();
-    void KeepRow(CRowBuffer& rows);
+    bool FirstStep();
 
     std::shared_ptr<CConnection> m_conn; // null when the query is not open
     CStatementLease m_stmt;              // null as soon as no more rows will be read

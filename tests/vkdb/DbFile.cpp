@@ -1,6 +1,9 @@
 #include "tests/vkdb/DbFile.h"
 
 #include <cstdlib>
+#include <sys/stat.h>
+
+#include <ctime>
 #include <fstream>
 #include <sstream>
 #include <stdexcept>
@@ -84,6 +87,18 @@ std::string CDbFile::Bytes() const
     std::ostringstream bytes;
     bytes << std::ifstream(Path(), std::ios::binary).rdbuf();
     return bytes.str();
+}
+
+void CDbFile::WaitForTick() const
+{
+    struct stat st = {};
+    ::stat(Path().c_str(), &st);
+    struct timespec tick = {};
+    do
+    {
+        ::clock_gettime(CLOCK_REALTIME_COARSE, &tick);
+    } while (std::pair(tick.tv_sec, tick.tv_nsec) <=
+             std::pair(st.st_ctim.tv_sec, st.st_ctim.tv_nsec));
 }
 
 int CDbFile::Pages() const

@@ -58,6 +58,9 @@ public:
     // The file's bytes.
     std::string Bytes() const;
 
+    // Waits until the tick of the kernel's clock in which the file was changed is over.
+    void WaitForTick() const;
+
     int Pages() const;
 
     // Overwrites the last pages of the file with 0xff.

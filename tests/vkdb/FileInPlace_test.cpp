@@ -11,6 +11,8 @@ namespace
 
 constexpr char kNames[] = "select Name from tbSM order by SID";
 constexpr int kRounds = 28;
+constexpr std::size_t kChangesAt = 24; // in the file's head
+constexpr std::size_t kSchemaCookieAt = 40;
 
 class FileInPlaceTest : public DatabaseTest
 {
@@ -52,7 +54,38 @@ protected:
         } while (Changed() == before);
     }
 
-private:
+    // A file with another catalogue and another change counter, but the same schema cookie.
+    std::string OtherFile() const
+    {
+        const std::string strOld = file.Bytes();
+        CDbFile other;
+        other.Sql("create table tbOther(A);"
+                  "create table tbSM(Other,Name,SID); insert into tbSM values('x','new',1)");
+        while (Counter(other.Bytes(), kSchemaCookieAt) < Counter(strOld, kSchemaCookieAt))
+        {
+            other.Sql("create table tbTmp(a); drop table tbTmp");
+        }
+        EXPECT_EQ(Counter(other.Bytes(), kSchemaCookieAt), Counter(strOld, kSchemaCookieAt));
+        EXPECT_NE(Counter(other.Bytes(), kChangesAt), Counter(strOld, kChangesAt));
+        return other.Bytes();
+    }
+
+    // A counter in a file's head.
+    static int Counter(const std::string& strBytes, std::size_t iAt)
+    {
+        return static_cast<unsigned char>(strBytes[iAt + 3]);
+    }
+
+    // The same file but for a name: another state with the same change counter.
+    static std::string Renamed(std::string strBytes)
+    {
+        for (auto at = strBytes.find("UPS"); at != std::string::npos; at = strBytes.find("UPS", at))
+        {
+            strBytes.replace(at, 3, "new");
+        }
+        return strBytes;
+    }
+
     std::pair<time_t, long> Changed() const
     {
         struct stat st = {};
@@ -110,16 +143,87 @@ TEST_F(FileInPlaceTest, ExecWorksAgain)
 TEST_F(FileInPlaceTest, ShowsAnotherFileWithTheSameChangeCounter)
 {
     const std::string strOld = file.Bytes();
-    std::string strNew = strOld;
-    for (auto at = strNew.find("UPS"); at != std::string::npos; at = strNew.find("UPS", at))
-    {
-        strNew.replace(at, 3, "new");
-    }
     ASSERT_EQ(SoundUnit(), kWhole);
-    WriteOver(strNew);
+    WriteOver(Renamed(strOld));
     EXPECT_EQ(SoundUnit(), (Rows{"动环", "new", "动环", "new"}));
     WriteOver(strOld);
     EXPECT_EQ(SoundUnit(), kWhole);
+}
+
+// The new file's change counter is another one, its schema cookie is not: SQLite reads the rows
+// anew and finds them by the old file's catalogue.
+TEST_F(FileInPlaceTest, ShowsAnotherFileWithTheSameSchemaCookie)
+{
+    ASSERT_EQ(SoundUnit(), kWhole);
+    WriteOver(OtherFile());
+    EXPECT_EQ(SoundUnit(), Rows{"new"});
+}
+
+TEST_F(FileInPlaceTest, ShowsAnotherFileBehindAConnectionMadeWithinAUnit)
+{
+    const std::string strOld = file.Bytes();
+    ASSERT_TRUE(Db().Open(nullptr, -2));
+    WriteOver(std::string(strOld.size(), 'x'));
+    ASSERT_EQ(thrown_by([&] { Query(kNames); }), "26 file is not a database");
+    WriteOver(strOld);
+    ASSERT_EQ(read_rows(Db(), kNames), kWhole);
+    Db().Close();
+    WriteOver(OtherFile());
+    EXPECT_EQ(SoundUnit(), Rows{"new"});
+}
+
+// SQLite notices the new head at a query; what is written behind it has the same counter.
+TEST_F(FileInPlaceTest, ShowsTheRestOfAFileThatIsWrittenInPieces)
+{
+    constexpr std::size_t kHead = 4096;
+    const std::string strOld = file.Bytes();
+    file.Sql("update tbSM set Name='new' where Name='UPS'");
+    const std::string strNew = file.Bytes();
+    WriteOver(strOld);
+    ASSERT_TRUE(Db().Open(nullptr, -2));
+    WriteOver(strNew.substr(0, kHead) + strOld.substr(kHead));
+    read_rows(Db(), kNames);
+    Db().Close();
+    WriteOver(strNew);
+    EXPECT_EQ(SoundUnit(), (Rows{"动环", "new", "动环", "new"}));
+}
+
+// All that is done to a file within one tick of the kernel's clock may have one time.
+TEST(FileStampTest, IsSettledWhenTheTickOfTheChangeIsOver)
+{
+    constexpr long kMs = 1'000'000;
+    EXPECT_TRUE((vkdb::CFileStamp{0, {9, 999 * kMs}}.IsSettled({10, 3 * kMs})));
+    EXPECT_FALSE((vkdb::CFileStamp{0, {10, 3 * kMs}}.IsSettled({10, 3 * kMs})));
+    EXPECT_FALSE((vkdb::CFileStamp{0, {10, 2 * kMs}}.IsSettled({9, 999 * kMs})));
+    EXPECT_TRUE((vkdb::CFileStamp{0, {3610, 0}}.IsSettled({10, 0}))) << "the clock was set back";
+}
+
+// The two states have one change counter: the own change's, and that of the file put back.
+TEST_F(FileInPlaceTest, ItsOwnChangeDoesNotHideAFileWrittenOverBehindIt)
+{
+    const std::string strBefore = file.Bytes();
+    file.Sql("update tbSM set Note='host'");
+    const std::string strAfter = file.Bytes();
+    WriteOver(strBefore);
+    ASSERT_TRUE(Db().Open(nullptr, 0));
+    ASSERT_EQ(Db().Exec("update tbSM set Note='own'"), 4);
+    Db().Close();
+    WriteOver(strAfter);
+    ASSERT_TRUE(Db().Open(nullptr, 0));
+    EXPECT_EQ(read_rows(Db(), "select count(*) from tbSM where Note='host'"), Rows{"4"});
+}
+
+TEST_F(FileInPlaceTest, ItsOwnChangeDoesNotHideAFileWrittenOverBeforeIt)
+{
+    const std::string strOld = file.Bytes();
+    file.WaitForTick();
+    ASSERT_TRUE(Db().Open(nullptr, 0));
+    ASSERT_EQ(read_rows(Db(), kNames), kWhole);
+    WriteOver(Renamed(strOld));
+    ASSERT_EQ(Db().Exec("update tbUps set SID=8"), 1);
+    Db().Close();
+    ASSERT_TRUE(Db().Open(nullptr, 0));
+    EXPECT_EQ(read_rows(Db(), kNames), (Rows{"动环", "new", "动环", "new"}));
 }
 
 // A writer's transactions move the change counter: the connection stays, with what it remembers.
@@ -130,6 +234,7 @@ TEST_F(FileInPlaceTest, KeepsItsConnectionBesideAWriterThatUsesSqlite)
     for (int i = 0; i < 5; ++i)
     {
         file.Sql("update tbSM set Note='other'");
+        file.WaitForTick();
         EXPECT_TRUE(Db().Open(nullptr, 0));
         EXPECT_EQ(Db().Exec("update tbSM set Note='own'"), 4);
         EXPECT_TRUE(Db().Open(nullptr, 0));

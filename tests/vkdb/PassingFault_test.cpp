@@ -343,6 +343,7 @@ TEST_F(PassingFaultTest, AFileThatStaysShutIsToldByOpenAndTheQuery)
 TEST_F(PassingFaultTest, AMistakeOfTheCallerIsMetByNoOtherConnection)
 {
     file.Sql(devices(3, 2));
+    file.WaitForTick();
     vkdb::CDatabase db(file.Path(), 0);
     ASSERT_TRUE(db.Open(nullptr, -2));
     const int nOpens = faults.Opens();
@@ -355,6 +356,7 @@ TEST_F(PassingFaultTest, ADamageIsMetByOneOtherConnection)
 {
     file.Sql(devices(300, 150));
     file.SpoilPage(2);
+    file.WaitForTick();
     vkdb::CDatabase db(file.Path(), 0);
     ASSERT_TRUE(db.Open(nullptr, -2));
     for (int i = 0; i < 3; ++i) // the connection of the try before is not used again
