@@ -2,8 +2,8 @@
 
 #include <algorithm>
 
-#include "vkctl/CliError.h"
-#include "vkctl/RoomDatabase.h"
+#include "vkctl/base/CliError.h"
+#include "vkctl/room/RoomDatabase.h"
 
 namespace vkctl
 {

@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-#include "vkctl/Sqlite.h"
+#include "vkctl/base/Sqlite.h"
 
 namespace vkctl
 {

@@ -6,9 +6,9 @@
 #include <CLI/CLI.hpp>
 
 #include "vkctl/Alarm.h"
-#include "vkctl/CliError.h"
-#include "vkctl/HostProcess.h"
-#include "vkctl/RoomLive.h"
+#include "vkctl/base/CliError.h"
+#include "vkctl/base/HostProcess.h"
+#include "vkctl/room/RoomLive.h"
 
 namespace vkctl
 {

@@ -10,8 +10,8 @@
 
 #include <CLI/CLI.hpp>
 
-#include "vkctl/CliError.h"
-#include "vkctl/HostProcess.h"
+#include "vkctl/base/CliError.h"
+#include "vkctl/base/HostProcess.h"
 
 namespace vkctl
 {

@@ -5,13 +5,13 @@
 #include <CLI/CLI.hpp>
 
 #include "vkctl/AlarmCommand.h"
-#include "vkctl/CheckCommand.h"
-#include "vkctl/CliError.h"
-#include "vkctl/Output.h"
+#include "vkctl/base/CliError.h"
+#include "vkctl/base/Output.h"
+#include "vkctl/check/CheckCommand.h"
 #include "vkctl/PostCommand.h"
-#include "vkctl/PreviewCommand.h"
-#include "vkctl/ReceiveCommand.h"
-#include "vkctl/RoomCommand.h"
+#include "vkctl/preview/PreviewCommand.h"
+#include "vkctl/receive/ReceiveCommand.h"
+#include "vkctl/room/RoomCommand.h"
 #include "vkctl/TrayCommand.h"
 
 namespace

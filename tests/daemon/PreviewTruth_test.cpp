@@ -6,8 +6,8 @@
 
 #include "tests/daemon/support/HostDir.h"
 #include "tests/daemon/support/RandomHost.h"
-#include "vkctl/Preview.h"
-#include "vkctl/PreviewExplain.h"
+#include "vkctl/preview/Preview.h"
+#include "vkctl/preview/PreviewExplain.h"
 
 using vkctl::CPreview;
 using vkctl::PreviewBody;

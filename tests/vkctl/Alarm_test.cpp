@@ -3,9 +3,9 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include "vkctl/CliError.h"
-#include "vkctl/Room.h"
-#include "VkctlTest.h"
+#include "tests/vkctl/VkctlTest.h"
+#include "vkctl/base/CliError.h"
+#include "vkctl/room/Room.h"
 
 using namespace vkctl;
 using testing::HasSubstr;

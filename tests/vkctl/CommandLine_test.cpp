@@ -6,7 +6,7 @@
 #include <csignal>
 #include <thread>
 
-#include "VkctlTest.h"
+#include "tests/vkctl/VkctlTest.h"
 
 using testing::HasSubstr;
 

@@ -1,4 +1,4 @@
-#include "VkctlTest.h"
+#include "tests/vkctl/VkctlTest.h"
 
 #include <fcntl.h>
 #include <sys/wait.h>

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "vkctl/Room.h"
+#include "vkctl/room/Room.h"
 
 // A directory that is removed with everything in it.
 class CTempDir

@@ -1,0 +1,86 @@
+// The tables of the data database and what vkApp.ini makes of each, as the daemon's discovery would
+// find them; with the types that the devices have.
+//
+// Read once; values only afterwards. CCheckProblem when the database cannot be asked.
+#pragma once
+
+#include <map>
+#include <string>
+#include <vector>
+
+#include "vkctl/check/CheckDatabase.h"
+#include "vkctl/check/CheckIni.h"
+#include "vkctl/check/Finding.h"
+
+namespace vkctl
+{
+
+enum class TableRole
+{
+    kDevice,  // searched for SIDs
+    kGeneral, // each row is a body
+    kDetail,  // kept out of the search
+    kHidden,  // its name begins with tbSM, in whatever case: never searched
+    kView,    // no table: never searched, but queries on it work
+};
+
+struct HostTable
+{
+    std::string name;
+    TableRole role = TableRole::kDevice;
+    std::vector<std::string> columns; // as a query reports them
+
+    // The column's position whatever its case, as the library finds it; -1 without one.
+    int Find(const std::string& column) const;
+    bool Has(const std::string& column) const { return Find(column) >= 0; }
+    // Those of `wanted` that the table lacks.
+    std::vector<std::string> Lacks(const std::vector<std::string>& wanted) const;
+};
+
+class CCatalogue
+{
+public:
+    CCatalogue(CCheckDatabase& db, const CIniFile& ini);
+
+    const std::vector<HostTable>& Tables() const { return m_vTables; } // in the schema's order
+
+    // By name as vkApp.ini must spell it; as SQL finds it, whatever the case. Null: no such table.
+    const HostTable* Find(const std::string& name) const;
+    const HostTable* FindAnyCase(const std::string& name) const;
+
+    // As it stands in SQL: in whatever case, quoted or not.
+    const HostTable* FindSql(const std::string& name) const;
+
+    // The tables of a role, in the schema's order.
+    std::vector<const HostTable*> Of(TableRole role) const;
+    std::vector<std::string> Names() const;
+
+    // Device tables with a row of that type; the types of all devices.
+    std::vector<const HostTable*> OfType(int type) const;
+    bool HasType(int type) const { return m_types.count(type) != 0; }
+    std::vector<int> Types() const;
+
+private:
+    void ReadTypes(CCheckDatabase& db, const HostTable& table);
+
+    std::vector<HostTable> m_vTables;
+    std::map<int, std::vector<std::string>> m_types; // type -> device tables
+};
+
+// key-unread: the key in the section names a table that does not exist. `others`: what may have
+// been meant instead of a table.
+void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const std::string& section,
+                      const std::string& key, const std::string& table, CFindings& findings,
+                      const std::vector<std::string>& others = {});
+
+// Why the daemon's SQL, in which `text` stands for the table without quotes, does not read it, as
+// "the name X ... (why)". Empty when it does, and for a table that nobody can read.
+std::string name_problem(CCheckDatabase& db, const HostTable& table, const std::string& text);
+
+// The columns in front of a device table's values: they make the head and are not posted.
+constexpr int kLeadingColumns = 8;
+
+// Count of section POST.DO where it is not set.
+constexpr int kDefaultOutputs = 3;
+
+} // namespace vkctl

@@ -1,0 +1,179 @@
+#include "vkctl/check/CheckNames.h"
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+
+namespace vkctl
+{
+
+namespace
+{
+
+std::string lower(std::string text)
+{
+    for (char& c : text)
+    {
+        c = c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+    }
+    return text;
+}
+
+// The number of slips between two names: a character more, less, other, or two changed over.
+std::size_t slips(const std::string& a, const std::string& b)
+{
+    std::vector<std::vector<std::size_t>> table(a.size() + 1,
+                                                std::vector<std::size_t>(b.size() + 1));
+    for (std::size_t i = 0; i <= a.size(); ++i)
+    {
+        for (std::size_t k = 0; k <= b.size(); ++k)
+        {
+            if (i == 0 || k == 0)
+            {
+                table[i][k] = i + k;
+                continue;
+            }
+            const std::size_t other = a[i - 1] == b[k - 1] ? 0 : 1;
+            std::size_t best =
+                std::min({table[i - 1][k] + 1, table[i][k - 1] + 1, table[i - 1][k - 1] + other});
+            if (i > 1 && k > 1 && a[i - 1] == b[k - 2] && a[i - 2] == b[k - 1])
+            {
+                best = std::min(best, table[i - 2][k - 2] + 1);
+            }
+            table[i][k] = best;
+        }
+    }
+    return table[a.size()][b.size()];
+}
+
+} // namespace
+
+std::string likely_name(const std::string& name, const std::vector<std::string>& candidates)
+{
+    constexpr std::size_t kLongestName = 200; // of two such, the table of slips stays small
+    std::string likely;
+    std::size_t fewest = std::max<std::size_t>(1, name.size() / 4) + 1;
+    for (const std::string& candidate : candidates)
+    {
+        if (name.size() > kLongestName || candidate.size() > kLongestName)
+        {
+            continue;
+        }
+        const std::size_t found = slips(lower(name), lower(candidate));
+        if (found < fewest && found < candidate.size())
+        {
+            fewest = found;
+            likely = candidate;
+        }
+    }
+    return likely;
+}
+
+std::string did_you_mean(const std::string& name)
+{
+    return name.empty() ? "" : "; did you mean " + name + "?";
+}
+
+std::string shortened_list(const std::vector<std::string>& names, std::size_t total)
+{
+    std::string text;
+    for (std::size_t i = 0; i < names.size(); ++i)
+    {
+        const bool last = i + 1 == names.size() && total == names.size();
+        text += (i == 0 ? "" : last ? " and " : ", ") + names[i];
+    }
+    return total > names.size() ? text + " and " + std::to_string(total - names.size()) + " more"
+                                : text;
+}
+
+std::string shortened(const std::string& value)
+{
+    constexpr std::size_t kShown = 60;
+    if (value.size() <= kShown)
+    {
+        return value;
+    }
+    std::size_t end = kShown; // not within a character
+    while (end > 0 && (static_cast<unsigned char>(value[end]) & 0xC0) == 0x80)
+    {
+        --end;
+    }
+    return value.substr(0, end) + "...";
+}
+
+std::string integer_problem(const std::string& text)
+{
+    char* end = nullptr;
+    errno = 0;
+    const long number = std::strtol(text.c_str(), &end, 10);
+    if (text.empty())
+    {
+        return "is empty: it is taken as 0, and not as the default";
+    }
+    if (end == text.c_str())
+    {
+        return "\"" + shortened(text) + "\" is no number: it is taken as 0, and not as the default";
+    }
+    if (errno == ERANGE || number > INT_MAX || number < INT_MIN)
+    {
+        return shortened(text) + " is beyond 32 bits: it is taken as " +
+               std::to_string(number > 0 ? INT_MAX : INT_MIN);
+    }
+    return *end != '\0' ? "\"" + shortened(text) + "\" is no number: it is taken as " +
+                              std::to_string(number)
+                        : "";
+}
+
+void check_integer(const CIniFile& ini, const std::string& section, const std::string& key,
+                   CFindings& findings)
+{
+    if (!ini.Has(section, key))
+    {
+        return;
+    }
+    const std::string problem = integer_problem(ini.Text(section, key));
+    if (!problem.empty())
+    {
+        findings.Warning(ini.At(section, key), "integer-invalid",
+                         key + " " + problem + "; write digits only");
+    }
+}
+
+bool strip_end(std::string& text, const std::string& end)
+{
+    const bool has =
+        text.size() > end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+    text.resize(has ? text.size() - end.size() : text.size());
+    return has;
+}
+
+bool read_plain_number(const std::string& text, int& number)
+{
+    const long value = std::strtol(text.c_str(), nullptr, 10);
+    if (value < INT_MIN || value > INT_MAX || std::to_string(value) != text)
+    {
+        return false;
+    }
+    number = static_cast<int>(value);
+    return true;
+}
+
+std::string form_characters(std::string_view text)
+{
+    std::vector<std::string> found;
+    for (const char c : {'&', '=', '+', '%'})
+    {
+        if (text.find(c) != std::string_view::npos)
+        {
+            found.push_back(std::string("\"") + c + "\"");
+        }
+    }
+    if (text.find_first_of("\r\n") != std::string_view::npos)
+    {
+        found.emplace_back("a line end");
+    }
+    return shortened_list(found, found.size());
+}
+
+} // namespace vkctl

@@ -1,0 +1,239 @@
+#include "vkctl/preview/Preview.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <filesystem>
+#include <utility>
+
+#include "vkctl/base/CliError.h"
+#include "vkctl/base/HostFiles.h"
+#include "vkctl/preview/PreviewDatabase.h"
+#include "vkctl/preview/PreviewRecorder.h"
+
+namespace vkctl
+{
+
+namespace
+{
+
+constexpr int kFirstGeneralSid = 900;
+
+void enter(const std::string& directory)
+{
+    std::error_code error;
+    std::filesystem::current_path(directory, error);
+    if (error)
+    {
+        throw CCliError(directory + ": " + error.message(), kExitFile);
+    }
+    if (!is_readable_file(kConfigFile))
+    {
+        throw CCliError(directory + "/" + kConfigFile +
+                            ": cannot be read; give the daemon's working directory",
+                        kExitFile);
+    }
+}
+
+bool wants(const PreviewSelection& selection, BodyKind kind)
+{
+    return selection.kinds.count(kind) != 0;
+}
+
+bool has_cell_of(const PreviewBody& body, const std::string& table)
+{
+    return std::any_of(body.parts.begin(), body.parts.end(),
+                       [&](const PreviewPart& part)
+                       {
+                           return std::any_of(part.cells.begin(), part.cells.end(),
+                                              [&](const PreviewCell& cell)
+                                              { return cell.table == table; });
+                       });
+}
+
+bool is_selected(const PreviewSelection& selection, const PreviewBody& body)
+{
+    return wants(selection, body.kind) && (!selection.sid || *selection.sid == body.sid) &&
+           (selection.table.empty() || selection.table == body.table ||
+            has_cell_of(body, selection.table));
+}
+
+// Standard error leads nowhere meanwhile: what the commands behind the host's figures say there is
+// no message of this program.
+class CQuietErrors
+{
+public:
+    CQuietErrors() : m_saved(dup(STDERR_FILENO))
+    {
+        const int null = open("/dev/null", O_WRONLY | O_CLOEXEC);
+        dup2(null, STDERR_FILENO);
+        close(null);
+    }
+    ~CQuietErrors()
+    {
+        dup2(m_saved, STDERR_FILENO);
+        close(m_saved);
+    }
+    CQuietErrors(const CQuietErrors&) = delete;
+    CQuietErrors& operator=(const CQuietErrors&) = delete;
+
+private:
+    int m_saved;
+};
+
+// What the poster does is recorded, as long as this object lives.
+class CRecording
+{
+public:
+    CRecording(CPreview::OnBody onBody, CPreview::OnLog onLog)
+    {
+        CPreviewRecorder::Get().Begin(std::move(onBody), std::move(onLog));
+    }
+    ~CRecording() { CPreviewRecorder::Get().End(); }
+    CRecording(const CRecording&) = delete;
+    CRecording& operator=(const CRecording&) = delete;
+};
+
+void post_host(CAppPost& poster)
+{
+    const CQuietErrors quiet;
+    poster.PostOther();
+}
+
+// As often as discovery has found it, which is how often a sweep posts it.
+void keep_only(std::vector<int>& sids, std::vector<int>& tries, int sid)
+{
+    sids.erase(std::remove_if(sids.begin(), sids.end(), [&](int other) { return other != sid; }),
+               sids.end());
+    tries.assign(sids.size(), 0);
+}
+
+} // namespace
+
+CPreview::CPreview(const std::string& directory)
+{
+    enter(directory);
+    m_pPoster = std::make_unique<CAppPost>();
+    load_configuration(*m_pPoster);
+    m_vAlmUrls.swap(m_pPoster->m_vAlmUrls);
+    m_pPoster->m_vAlmUrls = {m_pPoster->m_strAlmUrl}; // one post for each alarm, also to nowhere
+    m_pData = std::make_unique<CPreviewDatabase>(kDataDb);
+    m_pPoster->pDb = m_pData.get();
+}
+
+CPreview::~CPreview() = default;
+
+void CPreview::Run(const PreviewSelection& selection, const OnBody& onBody, const OnLog& onLog)
+{
+    const CRecording recording(
+        [&](const PreviewBody& made)
+        {
+            PreviewBody body = made;
+            Complete(body);
+            if (is_selected(selection, body))
+            {
+                onBody(body);
+            }
+        },
+        onLog);
+    m_pPoster->GetTbls();
+    Restrict(selection);
+    Sweep(selection);
+    if (wants(selection, BodyKind::kAlarm))
+    {
+        CPreviewRecorder::Get().SetStep(BodyKind::kAlarm);
+        Alarms();
+    }
+}
+
+// Leaves out of the catalogue what would only be made to be thrown away.
+void CPreview::Restrict(const PreviewSelection& selection)
+{
+    if (selection.sid)
+    {
+        const auto device = m_pPoster->m_mapSidTbl.find(*selection.sid);
+        std::map<int, std::string> kept;
+        if (device != m_pPoster->m_mapSidTbl.end())
+        {
+            kept.insert(*device);
+        }
+        m_pPoster->m_mapSidTbl = kept;
+        keep_only(m_pPoster->m_vDiSid, m_pPoster->m_vDiTry, *selection.sid);
+        keep_only(m_pPoster->m_vCamSid, m_pPoster->m_vCamTry, *selection.sid);
+    }
+    if (!wants(selection, BodyKind::kInput))
+    {
+        m_pPoster->m_vDiSid.clear();
+    }
+}
+
+void CPreview::Sweep(const PreviewSelection& selection)
+{
+    const struct
+    {
+        BodyKind kind;
+        std::function<void(CAppPost&)> post;
+    } steps[] = {{BodyKind::kDevice,
+                  [](CAppPost& poster)
+                  {
+                      poster.PostNormal();
+                  }},
+                 {BodyKind::kGeneral, &CAppPost::PostGeneral},
+                 {BodyKind::kInput, &CAppPost::PostDio},
+                 {BodyKind::kCamera, &CAppPost::PostCam},
+                 {BodyKind::kHost, post_host}};
+    for (const auto& step : steps)
+    {
+        const bool wanted = wants(selection, step.kind) ||
+                            (step.kind == BodyKind::kInput && wants(selection, BodyKind::kOutput));
+        if (wanted)
+        {
+            CPreviewRecorder::Get().SetStep(step.kind);
+            step.post(*m_pPoster);
+        }
+    }
+}
+
+// The daemon's routine marks what it has posted and asks for the next. It finds the alarms that
+// wait in a temporary table, which hides the real one and lives in this process's memory. Index
+// and trigger keep many alarms from being gone through again for each of them.
+void CPreview::Alarms()
+{
+    m_pAlarms = std::make_unique<CPreviewDatabase>(kAlarmDb);
+    try
+    {
+        m_pAlarms->Exec("create temp table tbSMAlarm as"
+                        " select * from main.tbSMAlarm where AFld is null or AFld<1;"
+                        "create index temp.ixAlarm on tbSMAlarm(DID);"
+                        "create temp trigger tgMarked after update on tbSMAlarm begin"
+                        " delete from tbSMAlarm where rowid=new.rowid; end");
+    }
+    catch (const CppSQLite3Exception& e)
+    {
+        throw CCliError(std::string(kAlarmDb) + ": " + e.errorMessage(), kExitFile);
+    }
+    m_pPoster->pDbAlm = m_pAlarms.get();
+    m_pPoster->OnAlmIns();
+    m_pPoster->pDbAlm = nullptr;
+}
+
+// What the recorder cannot know: where alarms go, and that a general table has no SID of its own
+// and a configured type.
+void CPreview::Complete(PreviewBody& body) const
+{
+    if (body.kind == BodyKind::kAlarm)
+    {
+        body.urls = m_vAlmUrls;
+    }
+    if (body.kind != BodyKind::kGeneral)
+    {
+        return;
+    }
+    const std::vector<std::string>& tables = m_pPoster->m_vGenTbls;
+    const auto at = std::find(tables.begin(), tables.end(), body.table);
+    body.sid = kFirstGeneralSid + static_cast<int>(at - tables.begin());
+    body.type = m_pPoster->m_ini.GetValue<int>("POST.General", body.table, 0);
+}
+
+} // namespace vkctl

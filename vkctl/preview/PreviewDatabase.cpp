@@ -1,0 +1,128 @@
+#include "vkctl/preview/PreviewDatabase.h"
+
+#include <strings.h>
+
+#include "vkctl/base/CliError.h"
+#include "vkctl/preview/PreviewRecorder.h"
+#include "vkdb/Sqlite.h"
+
+namespace vkctl
+{
+
+namespace
+{
+
+constexpr int kJoinedColumns = 4; // Name, Note, Tag1, ASubSys
+
+[[noreturn]] void refuse(const std::string& path, int code, const std::string& message)
+{
+    const bool unfinished = code == SQLITE_READONLY || code == SQLITE_CANTOPEN;
+    throw CCliError(path + ": " + message +
+                        (unfinished ? "\nIs it there, and readable for this user? Or did a process "
+                                      "crash while writing it? Then its next writer undoes that."
+                                    : ""),
+                    kExitFile);
+}
+
+// The word behind "from", which is how the poster writes all its queries.
+std::string table_of(const std::string& sql)
+{
+    const std::string from = " from ";
+    const size_t at = sql.find(from);
+    if (at == std::string::npos)
+    {
+        return {};
+    }
+    const size_t begin = at + from.size();
+    return sql.substr(begin, sql.find(' ', begin) - begin);
+}
+
+} // namespace
+
+CPreviewDatabase::CPreviewDatabase(const std::string& path, int busyMs)
+try : m_db(path, busyMs, vkdb::CDatabase::Policy::kNoTouch)
+{
+    // A query and not Open, which would wait for a lock just as long and not tell the reason.
+    const int query = m_db.QryExec("select 1 from sqlite_master", -1);
+    if (query < 0)
+    {
+        refuse(path, SQLITE_BUSY, "locked by another process for too long; try again");
+    }
+    m_db.QryFree(query);
+}
+catch (const CppSQLite3Exception& e)
+{
+    refuse(path, e.errorCode(), e.errorMessage());
+}
+
+int CPreviewDatabase::QryExec(const char* sql, int iqry)
+{
+    const int query = m_db.QryExec(sql, iqry);
+    if (query >= 0)
+    {
+        const std::string text = sql;
+        m_sources[query] = {table_of(text), text.find(" left join tbSM ") != std::string::npos};
+        CPreviewRecorder::Get().Query(m_sources[query].table);
+    }
+    return query;
+}
+
+void CPreviewDatabase::QryNext(int iqry)
+{
+    m_db.QryNext(iqry);
+    CPreviewRecorder::Get().NextRow();
+}
+
+void CPreviewDatabase::Note(int iqry, int column)
+{
+    if (!CPreviewRecorder::Get().IsRecording() || column < 0 || column >= m_db.QryFldCount(iqry))
+    {
+        return;
+    }
+    const Source& source = m_sources[iqry];
+    const bool isName = source.joinsNames && column < kJoinedColumns;
+    CPreviewRecorder::Get().Read({isName ? "tbSM" : source.table, m_db.QryFldName(iqry, column),
+                                  m_db.QryGetStrAt(iqry, column), m_db.QryGetIntAt(iqry, column)});
+}
+
+// By name the first column counts, in whatever case, as it does for the library.
+void CPreviewDatabase::Note(int iqry, const char* column)
+{
+    const int count = CPreviewRecorder::Get().IsRecording() ? m_db.QryFldCount(iqry) : 0;
+    for (int i = 0; i < count; ++i)
+    {
+        if (strcasecmp(m_db.QryFldName(iqry, i), column) == 0)
+        {
+            Note(iqry, i);
+            return;
+        }
+    }
+}
+
+int CPreviewDatabase::QryGetIntAt(int iqry, int iFld)
+{
+    const int value = m_db.QryGetIntAt(iqry, iFld);
+    Note(iqry, iFld);
+    return value;
+}
+
+int CPreviewDatabase::QryGetInt(int iqry, const char* fld)
+{
+    const int value = m_db.QryGetInt(iqry, fld);
+    Note(iqry, fld);
+    return value;
+}
+
+const char* CPreviewDatabase::QryGetStrAt(int iqry, int iFld)
+{
+    Note(iqry, iFld);
+    return m_db.QryGetStrAt(iqry, iFld);
+}
+
+const char* CPreviewDatabase::QryGetStr(int iqry, const char* fld)
+{
+    Note(iqry, fld);
+    return m_db.QryGetStr(iqry, fld);
+}
+
+} // namespace vkctl
