@@ -127,6 +127,11 @@ bool run_case(CRoom& room, CFaultBlock& block, const Case& one, size_t descripto
 {
     block.Order(one.fault);
     CTrial trial(room, one.scene, &block);
+    if (one.fault.burst > 1)
+    {
+        // Devices whose rows could not be read in all tries of a discovery are back with the next.
+        room.Host().Post("ReTbls", "4");
+    }
     trial.RaiseAlarm();
     trial.Start();
     if (trial.WaitUp())
