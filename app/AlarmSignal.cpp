@@ -4,7 +4,7 @@
 #include <csignal>
 #include <ctime>
 
-#include "app/AppInternal.h"
+#include "app/AppPause.h"
 
 namespace
 {

@@ -1,5 +1,5 @@
-// See AppInternal.h: nothing to do in the daemon.
-#include "app/AppInternal.h"
+// See AppBodyWriter.h: nothing to do in the daemon.
+#include "app/AppBodyWriter.h"
 
 void body_part(BodyPart /*part*/, const char* /*text*/, size_t /*length*/)
 {

@@ -1,5 +1,5 @@
 // The one place where the daemon reads the clock, so that a test can replace it.
-#include "app/AppInternal.h"
+#include "app/AppClock.h"
 
 #include <chrono>
 #include <sys/time.h>

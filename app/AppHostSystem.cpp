@@ -1,5 +1,5 @@
 // What the host status takes from the system: lines of /proc files, device nodes, commands.
-#include "app/AppInternal.h"
+#include "app/AppHostSystem.h"
 
 #include <array>
 #include <cstdio>

@@ -1,5 +1,5 @@
 // The one place where the daemon waits, so that a test that replaces this file needs no time.
-#include "app/AppInternal.h"
+#include "app/AppPause.h"
 
 #include <cerrno>
 #include <csignal>

@@ -9,7 +9,8 @@
 #include <unistd.h>
 
 #include "app/AlarmSignal.h"
-#include "app/AppInternal.h"
+#include "app/AppPostConfig.h"
+#include "app/AppPostQueue.h"
 #include "vkPub/vkLog.h"
 
 namespace

@@ -2,7 +2,10 @@
 // a thread that is at rest, so it may allocate, log, query and post like any other code. It shares
 // with the main thread, which goes on working, only what nobody changes after start-up, the
 // published device names and the log; the alarm database is its own.
-#include "app/AppInternal.h"
+#include "app/AppBodyWriter.h"
+#include "app/AppPause.h"
+#include "app/AppPostQueue.h"
+#include "app/AppText.h"
 
 #include <cstring>
 

@@ -1,5 +1,9 @@
 // Cameras: one body for each, whatever its state, with the time of its reading.
-#include "app/AppInternal.h"
+#include "app/AppClock.h"
+#include "app/AppPause.h"
+#include "app/AppPostFields.h"
+#include "app/AppPostQuery.h"
+#include "app/AppText.h"
 
 #include "vkPub/vkLog.h"
 

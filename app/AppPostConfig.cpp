@@ -5,7 +5,9 @@
 #include <new>
 #include <unistd.h>
 
-#include "app/AppInternal.h"
+#include "app/AppHeadFormat.h"
+#include "app/AppPause.h"
+#include "app/AppPostConfig.h"
 #include "vkPub/vkLog.h"
 
 std::string CAppPost::m_strCA;

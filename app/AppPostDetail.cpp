@@ -1,6 +1,10 @@
 // Detail and extension rows of a device, appended to a body that its caller has begun and sends.
 // Both run inside the caller's unit of work: no Open, no Close.
-#include "app/AppInternal.h"
+#include "app/AppPause.h"
+#include "app/AppPlaces.h"
+#include "app/AppPostFields.h"
+#include "app/AppPostQuery.h"
+#include "app/AppText.h"
 
 #include <algorithm>
 

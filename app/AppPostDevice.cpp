@@ -1,7 +1,12 @@
 // Device posting: one body for each device, in SID order. Between two devices waiting requests
 // are served, so that none waits for a whole sweep.
-#include "app/AppInternal.h"
+#include "app/AppPostDevice.h"
 
+#include "app/AppPause.h"
+#include "app/AppPlaces.h"
+#include "app/AppPostFields.h"
+#include "app/AppPostQuery.h"
+#include "app/AppText.h"
 #include "vkPub/vkLog.h"
 
 namespace

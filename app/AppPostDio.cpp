@@ -1,5 +1,8 @@
 // Digital points: one body for each input of a sub-system, one for each output of the host.
-#include "app/AppInternal.h"
+#include "app/AppPause.h"
+#include "app/AppPostFields.h"
+#include "app/AppPostQuery.h"
+#include "app/AppText.h"
 
 #include "vkPub/vkLog.h"
 

@@ -3,7 +3,8 @@
 #include <cstring>
 #include <new>
 
-#include "app/AppInternal.h"
+#include "app/AppPost.h"
+#include "app/AppPostEncoding.h"
 #include "common/BufHelper.h"
 
 namespace

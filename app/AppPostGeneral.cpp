@@ -1,5 +1,10 @@
 // General tables: one body for each row, under a made-up SID and the time of the call.
-#include "app/AppInternal.h"
+#include "app/AppClock.h"
+#include "app/AppPause.h"
+#include "app/AppPlaces.h"
+#include "app/AppPostDevice.h"
+#include "app/AppPostFields.h"
+#include "app/AppPostQuery.h"
 
 #include "vkPub/vkLog.h"
 

@@ -1,6 +1,10 @@
 // Host status: the monitoring host posts itself as device 0, with its load, memory, clock and
 // flash size.
-#include "app/AppInternal.h"
+#include "app/AppBodyWriter.h"
+#include "app/AppClock.h"
+#include "app/AppHostSystem.h"
+#include "app/AppPost.h"
+#include "app/AppText.h"
 #include "app/HostFigures.h"
 
 #include <algorithm>

@@ -5,7 +5,9 @@
 #include <sys/ipc.h>
 #include <sys/msg.h>
 
-#include "app/AppInternal.h"
+#include "app/AppPause.h"
+#include "app/AppPlaces.h"
+#include "app/AppPostQueue.h"
 #include "vkPub/vkLog.h"
 
 int get_queue(int key)

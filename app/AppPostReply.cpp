@@ -1,11 +1,13 @@
 // What servers answer: it is logged and nothing else, and of the answers to one post only so much
 // that no server can fill the board's flash or hold the daemon up with log lines.
-#include "app/AppInternal.h"
+#include "app/AppPostReply.h"
 
 #include <algorithm>
 #include <cstring>
 #include <curl/curl.h>
 
+#include "app/AppClock.h"
+#include "app/AppPost.h"
 #include "vkPub/vkLog.h"
 
 namespace

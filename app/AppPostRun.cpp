@@ -2,7 +2,8 @@
 // tables, serves requests ahead of the sweep and survives whatever a step throws.
 #include "app/AppPost.h"
 
-#include "app/AppInternal.h"
+#include "app/AppClock.h"
+#include "app/AppPause.h"
 #include "vkPub/vkLog.h"
 
 namespace

@@ -1,6 +1,7 @@
 // On-demand posting of one device, in a buffer of its own: a request may be served while the
 // sweep's body is half built.
-#include "app/AppInternal.h"
+#include "app/AppPostDevice.h"
+#include "app/AppPostQuery.h"
 
 #include <cstring>
 

@@ -2,8 +2,11 @@
 // under which name, which digital inputs and cameras there are. Reads only. Each phase has its
 // own tries and gives up on its own; the tray tick before each try shows that a waiting daemon is
 // alive.
-#include "app/AppInternal.h"
+#include "app/AppPostTables.h"
 
+#include "app/AppPause.h"
+#include "app/AppPostQuery.h"
+#include "app/AppText.h"
 #include "vkPub/vkLog.h"
 
 namespace

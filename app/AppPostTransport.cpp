@@ -10,7 +10,10 @@
 #include <memory>
 #include <utility>
 
-#include "app/AppInternal.h"
+#include "app/AppClock.h"
+#include "app/AppPause.h"
+#include "app/AppPostEncoding.h"
+#include "app/AppPostReply.h"
 #include "app/NameLookup.h"
 #include "vkPub/vkLog.h"
 

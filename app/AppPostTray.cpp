@@ -3,7 +3,7 @@
 
 #include <sys/msg.h>
 
-#include "app/AppInternal.h"
+#include "app/AppPostQueue.h"
 
 namespace
 {

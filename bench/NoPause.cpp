@@ -1,7 +1,7 @@
 // Makes the daemon's 20 ms pauses return at once, for runs that measure CPU time. The pauses cost
 // none worth speaking of, but a run of ten thousand bodies would last for minutes. All longer
 // pauses stay real.
-#include "app/AppInternal.h"
+#include "app/AppPause.h"
 
 // The daemon's own pause_ms, compiled under this name (see CMakeLists.txt).
 void pause_ms_for_real(int ms);

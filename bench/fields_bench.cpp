@@ -8,7 +8,8 @@
 #include <string>
 #include <unistd.h>
 
-#include "app/AppInternal.h"
+#include "app/AppBodyWriter.h"
+#include "app/AppPost.h"
 #include "vkPub/vkLog.h"
 
 namespace

@@ -13,7 +13,7 @@
 #include <thread>
 #include <vector>
 
-#include "app/AppInternal.h"
+#include "app/AppPause.h"
 #include "tests/support/Child.h"
 
 namespace

@@ -1,6 +1,6 @@
 // What the body writer tells of the parts of a body: each once, in order, nothing of what is left
 // out. The daemon has no use for it; this program takes it down.
-#include "app/AppInternal.h"
+#include "app/AppBodyWriter.h"
 
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>

@@ -5,6 +5,7 @@
 #include <fstream>
 #include <unistd.h>
 
+#include "app/AppHostSystem.h"
 #include "tests/support/PosterTest.h"
 #include "tests/support/TempDir.h"
 

@@ -1,6 +1,7 @@
 // Pauses and clock. The system's are the test's own, so nothing waits: what is looked at is how
 // long a pause asks for, all in all.
-#include "app/AppInternal.h"
+#include "app/AppClock.h"
+#include "app/AppPause.h"
 
 #include <cerrno>
 #include <ctime>

@@ -1,4 +1,5 @@
 // Alarms: oldest first, posted to every alarm URL, marked as sent whatever came of it.
+#include "app/AppPostTables.h"
 #include "tests/support/PosterTest.h"
 
 namespace

@@ -1,5 +1,7 @@
 // Form bodies: which head formats are taken, what a column renders to, and what happens at the
 // end of the buffer.
+#include "app/AppBodyWriter.h"
+#include "app/AppPostQuery.h"
 #include "tests/support/PosterTest.h"
 
 namespace

@@ -2,6 +2,7 @@
 #include <climits>
 #include <map>
 
+#include "app/AppHostSystem.h"
 #include "app/HostFigures.h"
 #include "tests/support/PosterTest.h"
 

@@ -12,6 +12,7 @@
 #include <unistd.h>
 
 #include "app/AlarmSignal.h"
+#include "app/AppPostQueue.h"
 #include "tests/support/PosterTest.h"
 
 namespace

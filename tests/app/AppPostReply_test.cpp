@@ -3,6 +3,7 @@
 #include <future>
 #include <thread>
 
+#include "app/AppPostReply.h"
 #include "tests/support/TransportFixture.h"
 
 namespace

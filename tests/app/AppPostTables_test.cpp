@@ -1,4 +1,5 @@
 // Discovery: what is asked, what becomes of the answers, and how each phase fails.
+#include "app/AppPostTables.h"
 #include "tests/support/PosterTest.h"
 
 namespace

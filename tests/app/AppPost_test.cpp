@@ -13,7 +13,8 @@
 #include <sys/msg.h>
 #include <sys/resource.h>
 
-#include "app/AppInternal.h"
+#include "app/AppHeadFormat.h"
+#include "app/AppText.h"
 #include "tests/support/Recorder.h"
 #include "tests/support/stublibs/StubLibrary.h"
 #include "tests/support/TempDir.h"

@@ -1,4 +1,5 @@
 #include "tests/support/PosterTest.h"
+#include "app/AppHeadFormat.h"
 
 PosterTest::PosterTest()
 {

@@ -7,7 +7,7 @@
 #include <initializer_list>
 #include <string>
 
-#include "app/AppInternal.h"
+#include "app/AppPost.h"
 #include "tests/support/FakeDb.h"
 #include "tests/support/Recorder.h"
 

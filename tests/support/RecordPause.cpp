@@ -1,5 +1,6 @@
 // Pauses and clock, recording: "pause <ms>". Nothing waits, and the time is what the test says.
-#include "app/AppInternal.h"
+#include "app/AppClock.h"
+#include "app/AppPause.h"
 #include "tests/support/Recorder.h"
 
 void pause_ms(int ms)

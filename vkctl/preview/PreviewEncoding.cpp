@@ -4,7 +4,9 @@
 
 #include <cstring>
 
-#include "app/AppInternal.h"
+#include "app/AppPost.h"
+#include "app/AppPostEncoding.h"
+#include "app/AppText.h"
 #include "common/BufHelper.h"
 
 namespace vkctl

@@ -3,7 +3,9 @@
 // their archive.
 #include <cstdarg>
 
-#include "app/AppInternal.h"
+#include "app/AppBodyWriter.h"
+#include "app/AppPause.h"
+#include "app/AppPost.h"
 #include "vkctl/preview/PreviewRecorder.h"
 #include "vkPub/vkLog.h"
 

@@ -1,0 +1,163 @@
+#include "app/AppBodyWriter.h"
+
+#include <algorithm>
+#include <cstdarg>
+#include <cstdio>
+#include <cstring>
+
+#include "vkPub/vkLog.h"
+
+namespace
+{
+
+constexpr int kNamesShown = 5; // in the line about what was left out
+constexpr size_t kNameShownBytes = 48;
+
+} // namespace
+
+CBodyWriter::CBodyWriter(char* buffer, size_t size, int iPos)
+    : m_buffer(buffer), m_size(size), m_start(static_cast<size_t>(iPos)), m_pos(m_start)
+{
+    m_buffer[m_pos] = '\0';
+}
+
+bool CBodyWriter::Put(const char* text, size_t length)
+{
+    if (length >= m_size - m_pos)
+    {
+        return false;
+    }
+    std::memcpy(m_buffer + m_pos, text, length);
+    m_pos += length;
+    m_buffer[m_pos] = '\0';
+    return true;
+}
+
+void CBodyWriter::LeaveOut(const char* group)
+{
+    if (m_leftOut < kNamesShown)
+    {
+        const char* name = *group == '&' ? group + 1 : group;
+        const size_t length = std::min(std::strcspn(name, "="), kNameShownBytes);
+        m_leftOutNames += (m_leftOut > 0 ? ", " : "") + std::string(name, length);
+    }
+    ++m_leftOut;
+}
+
+void CBodyWriter::LogLeftOut(const char* what, int number) const
+{
+    if (m_leftOut > 0)
+    {
+        VKLOG_TRACE("   %s=%d: body of %zu bytes is full, left out %d: %s%s\n", what, number,
+                    m_size, m_leftOut, m_leftOutNames.c_str(),
+                    m_leftOut > kNamesShown ? ", ..." : "");
+    }
+}
+
+void CBodyWriter::Pair(const std::string& name, const std::string& value)
+{
+    if (!value.empty())
+    {
+        Field(name, value);
+    }
+}
+
+void CBodyWriter::Field(const std::string& name, const std::string& value)
+{
+    const size_t before = m_pos;
+    if (!Put("&", 1) || !Put(name.data(), name.size()) || !Put("=", 1) ||
+        !Put(value.data(), value.size()))
+    {
+        m_pos = before;
+        m_buffer[m_pos] = '\0';
+        LeaveOut(name.c_str());
+        return;
+    }
+    body_part(BodyPart::kPair, m_buffer + before, m_pos - before);
+}
+
+void CBodyWriter::Group(const char* format, ...)
+{
+    va_list args;
+    va_start(args, format);
+    va_list again;
+    va_copy(again, args);
+    const int length = std::vsnprintf(m_buffer + m_pos, m_size - m_pos, format, args);
+    if (length >= 0 && static_cast<size_t>(length) < m_size - m_pos)
+    {
+        m_pos += static_cast<size_t>(length);
+        body_part(BodyPart::kGroup, m_buffer + m_pos - length, static_cast<size_t>(length));
+    }
+    else
+    {
+        m_buffer[m_pos] = '\0';
+        char shown[kNameShownBytes + 2] = "";
+        std::vsnprintf(shown, sizeof(shown), format, again);
+        LeaveOut(shown);
+    }
+    va_end(again);
+    va_end(args);
+}
+
+// Where Head stands in the format, and which value comes next.
+struct CBodyWriter::HeadCursor
+{
+    const std::string& format;
+    size_t at = 0;
+    size_t arg = 0;
+};
+
+// Writes the format up to the next "&" behind its first character. False when it does not fit;
+// the cursor moves on all the same.
+bool CBodyWriter::HeadGroup(HeadCursor& cursor, const CHead& head)
+{
+    const std::string& format = cursor.format;
+    const size_t end = std::min(format.find('&', cursor.at + 1), format.size());
+    bool fits = true;
+    while (cursor.at < end)
+    {
+        const size_t percent = std::min(format.find('%', cursor.at), end);
+        fits = fits && Put(format.data() + cursor.at, percent - cursor.at);
+        cursor.at = percent;
+        if (percent == end)
+        {
+            break;
+        }
+        if (format.compare(percent, 2, "%%") == 0)
+        {
+            fits = fits && Put("%", 1);
+            cursor.at += 2;
+            continue;
+        }
+        const CConversion conversion = read_conversion(format, percent);
+        const std::string value = head_value(conversion, head, cursor.arg++);
+        fits = fits && Put(value.data(), value.size());
+        cursor.at += conversion.text.size();
+    }
+    return fits;
+}
+
+void CBodyWriter::Head(const std::string& format, const CHead& head)
+{
+    HeadCursor cursor{format};
+    bool needsNoSeparator = false; // what came before was left out
+    while (cursor.at < format.size())
+    {
+        const size_t group = cursor.at;
+        const size_t before = m_pos;
+        if (needsNoSeparator && format[group] == '&')
+        {
+            ++cursor.at;
+        }
+        if (!HeadGroup(cursor, head))
+        {
+            m_pos = before;
+            m_buffer[m_pos] = '\0';
+            LeaveOut(format.c_str() + group);
+            needsNoSeparator = needsNoSeparator || group == 0;
+            continue;
+        }
+        needsNoSeparator = false;
+        body_part(BodyPart::kHead, m_buffer + before, m_pos - before);
+    }
+}

@@ -1,0 +1,15 @@
+// The daemon's two message queues.
+#pragma once
+
+#include "app/AppPost.h"
+
+constexpr int kTrayQueueKey = 0x9000;
+constexpr int kRequestQueueKey = 0x9500;
+
+// The queue of that key, made when it does not exist. -1 when the system has none to give.
+int get_queue(int key);
+
+// Takes one message from the request queue, if one waits there, and records the request that it
+// makes. On the request thread, which holds no lock meanwhile: in its loop, and between the alarms
+// that it posts.
+void poll_requests(CAppPost& app);
