@@ -147,6 +147,11 @@ void CPreview::Run(const PreviewSelection& selection, const OnBody& onBody, cons
     }
 }
 
+const std::vector<PreviewFailure>& CPreview::Failures() const
+{
+    return CPreviewRecorder::Get().Failures();
+}
+
 // Leaves out of the catalogue what would only be made to be thrown away.
 void CPreview::Restrict(const PreviewSelection& selection)
 {

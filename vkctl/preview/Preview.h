@@ -42,6 +42,15 @@ struct PreviewPart
     std::vector<PreviewCell> cells;
 };
 
+// What the daemon could not read from a database, all its tries included. A body, or a part of one,
+// may be missing for it.
+struct PreviewFailure
+{
+    std::string sql;
+    std::string table; // of the statement; empty where it has none
+    std::string message;
+};
+
 struct PreviewBody
 {
     BodyKind kind = BodyKind::kDevice;
@@ -76,6 +85,9 @@ public:
 
     // One sweep, or what of it is selected; hands every body over as it is made.
     void Run(const PreviewSelection& selection, const OnBody& onBody, const OnLog& onLog);
+
+    // What the run could not read, in the order in which it was thrown. Valid until the next run.
+    const std::vector<PreviewFailure>& Failures() const;
 
     // The poster: configuration, and after Run the catalogue of tables and devices.
     const CAppPost& Poster() const { return *m_pPoster; }

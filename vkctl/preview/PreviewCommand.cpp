@@ -140,6 +140,11 @@ void show_encoding(const PreviewBody& body)
     const EncodedBody encoded = encode_body(body.text);
     std::cout << "  " << encoded.bytes.size() << " bytes in " << encoding_name() << "\n"
               << hex_dump(encoded.bytes);
+    if (encoded.replaced > 0)
+    {
+        std::cout << "  replaced: " << encoded.replaced
+                  << (encoded.replaced == 1 ? " character\n" : " characters\n");
+    }
     if (!encoded.lost.empty())
     {
         std::cout << "  cut before: " << printable(encoded.lost.substr(0, encoded.lost.find('&')))
@@ -157,10 +162,10 @@ void show_plain(const std::string& text, bool hasNull)
 void show_body(const PreviewBody& body, const CAppPost& poster, const PreviewArguments& arguments,
                CCuts& cuts)
 {
-    const std::size_t length = cuts.Look(body);
+    const std::string arrives = cuts.Look(body);
     if (!arguments.explain && !arguments.encoding)
     {
-        show_plain(body.text.substr(0, length), arguments.null);
+        show_plain(arrives, arguments.null);
         return;
     }
     std::cout << heading(body) << "\n";
@@ -182,7 +187,6 @@ int show(const PreviewArguments& arguments, const PreviewSelection& selection)
     // Beside bodies on the same terminal, or lines of the log, a count would only be in the way.
     const bool isCounted = is_progress_wanted() && isatty(STDOUT_FILENO) == 0 && !arguments.log;
     CProgress progress(std::cerr, isCounted, "bodies");
-    CReadFailures failures;
     CCuts cuts;
     size_t count = 0;
     preview.Run(
@@ -194,7 +198,6 @@ int show(const PreviewArguments& arguments, const PreviewSelection& selection)
         },
         [&](const std::string& line)
         {
-            failures.Look(line);
             if (arguments.log)
             {
                 std::cerr << line << "\n";
@@ -205,11 +208,8 @@ int show(const PreviewArguments& arguments, const PreviewSelection& selection)
     {
         cuts.Tell();
     }
-    if (!arguments.log)
-    {
-        failures.Tell();
-    }
-    if (count == 0 && failures.Any())
+    note_failures(preview.Failures());
+    if (count == 0 && !preview.Failures().empty())
     {
         return kExitFile;
     }

@@ -13,6 +13,7 @@ namespace
 {
 
 constexpr int kJoinedColumns = 4; // Name, Note, Tag1, ASubSys
+constexpr int kNoQuery = -1;      // what is done outside of a query
 
 [[noreturn]] void refuse(const std::string& path, int code, const std::string& message)
 {
@@ -55,22 +56,70 @@ catch (const CppSQLite3Exception& e)
     refuse(path, e.errorCode(), e.errorMessage());
 }
 
+template <typename Operation> auto CPreviewDatabase::Tell(int iqry, Operation operation)
+try
+{
+    return operation();
+}
+catch (const CppSQLite3Exception& e)
+{
+    Source& source = m_sources[iqry];
+    source.hasFailed = true;
+    CPreviewRecorder::Get().Failed(source.sql, source.table, e.errorMessage());
+    throw;
+}
+
+bool CPreviewDatabase::Open(const char* path, int mode)
+{
+    m_sources[kNoQuery] = {};
+    return Tell(kNoQuery, [&] { return m_db.Open(path, mode); });
+}
+
+int CPreviewDatabase::Exec(const char* sql)
+{
+    m_sources[kNoQuery] = {sql, "", false, false};
+    return Tell(kNoQuery, [&] { return m_db.Exec(sql); });
+}
+
 int CPreviewDatabase::QryExec(const char* sql, int iqry)
 {
-    const int query = m_db.QryExec(sql, iqry);
+    const std::string text = sql;
+    const Source source{text, table_of(text), text.find(" left join tbSM ") != std::string::npos,
+                        false};
+    m_sources[kNoQuery] = source;
+    const int query = Tell(kNoQuery, [&] { return m_db.QryExec(sql, iqry); });
     if (query >= 0)
     {
-        const std::string text = sql;
-        m_sources[query] = {table_of(text), text.find(" left join tbSM ") != std::string::npos};
-        CPreviewRecorder::Get().Query(m_sources[query].table);
+        m_sources[query] = source;
+        CPreviewRecorder::Get().Query(source.table);
+    }
+    else
+    {
+        CPreviewRecorder::Get().Failed(text, source.table, "locked by another process");
     }
     return query;
 }
 
+bool CPreviewDatabase::QryEof(int iqry)
+{
+    return Tell(iqry, [&] { return m_db.QryEof(iqry); });
+}
+
 void CPreviewDatabase::QryNext(int iqry)
 {
-    m_db.QryNext(iqry);
+    Tell(iqry, [&] { m_db.QryNext(iqry); });
     CPreviewRecorder::Get().NextRow();
+}
+
+// A query that came to its end makes up for an earlier try that did not.
+void CPreviewDatabase::QryFree(int iqry)
+{
+    Tell(iqry, [&] { m_db.QryFree(iqry); });
+    const Source& source = m_sources[iqry];
+    if (!source.hasFailed)
+    {
+        CPreviewRecorder::Get().Succeeded(source.sql);
+    }
 }
 
 void CPreviewDatabase::Note(int iqry, int column)
@@ -101,14 +150,14 @@ void CPreviewDatabase::Note(int iqry, const char* column)
 
 int CPreviewDatabase::QryGetIntAt(int iqry, int iFld)
 {
-    const int value = m_db.QryGetIntAt(iqry, iFld);
+    const int value = Tell(iqry, [&] { return m_db.QryGetIntAt(iqry, iFld); });
     Note(iqry, iFld);
     return value;
 }
 
 int CPreviewDatabase::QryGetInt(int iqry, const char* fld)
 {
-    const int value = m_db.QryGetInt(iqry, fld);
+    const int value = Tell(iqry, [&] { return m_db.QryGetInt(iqry, fld); });
     Note(iqry, fld);
     return value;
 }
@@ -116,13 +165,13 @@ int CPreviewDatabase::QryGetInt(int iqry, const char* fld)
 const char* CPreviewDatabase::QryGetStrAt(int iqry, int iFld)
 {
     Note(iqry, iFld);
-    return m_db.QryGetStrAt(iqry, iFld);
+    return Tell(iqry, [&] { return m_db.QryGetStrAt(iqry, iFld); });
 }
 
 const char* CPreviewDatabase::QryGetStr(int iqry, const char* fld)
 {
     Note(iqry, fld);
-    return m_db.QryGetStr(iqry, fld);
+    return Tell(iqry, [&] { return m_db.QryGetStr(iqry, fld); });
 }
 
 } // namespace vkctl

@@ -1,5 +1,5 @@
 // A host's database as a preview reads it: through the library that the daemon loads, without any
-// write, telling the recorder about every cell that is read.
+// write, telling the recorder about every cell that is read and every failure that is thrown.
 //
 // Owns its database object. Failure: as the library's; Require throws CCliError. Main thread.
 #pragma once
@@ -22,13 +22,13 @@ public:
     // kExitFile when not. busyMs: how long a lock of another process is waited for.
     explicit CPreviewDatabase(const std::string& path, int busyMs = vkdb::kBusyWaitMs);
 
-    bool Open(const char* path, int mode) override { return m_db.Open(path, mode); }
+    bool Open(const char* path, int mode) override;
     int Close() override { return m_db.Close(); }
-    int Exec(const char* sql) override { return m_db.Exec(sql); }
+    int Exec(const char* sql) override;
     int QryExec(const char* sql, int iqry) override;
-    bool QryEof(int iqry) override { return m_db.QryEof(iqry); }
+    bool QryEof(int iqry) override;
     void QryNext(int iqry) override;
-    void QryFree(int iqry) override { m_db.QryFree(iqry); }
+    void QryFree(int iqry) override;
     int QryFldCount(int iqry) override { return m_db.QryFldCount(iqry); }
     const char* QryFldName(int iqry, int iFld) override { return m_db.QryFldName(iqry, iFld); }
     int QryGetIntAt(int iqry, int iFld) override;
@@ -40,10 +40,14 @@ private:
     // What a query reads from.
     struct Source
     {
+        std::string sql;
         std::string table;
         bool joinsNames = false; // its first columns are those of tbSM
+        bool hasFailed = false;
     };
 
+    // Runs an operation of the library on a query; what it throws is told, and thrown on.
+    template <typename Operation> auto Tell(int iqry, Operation operation);
     void Note(int iqry, int column);
     void Note(int iqry, const char* column);
 

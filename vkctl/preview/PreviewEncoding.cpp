@@ -2,12 +2,10 @@
 
 #include <iconv.h>
 
-#include <cstring>
-
 #include "app/AppPost.h"
 #include "app/AppPostEncoding.h"
 #include "app/AppText.h"
-#include "common/BufHelper.h"
+#include "vkctl/receive/ReceiveBody.h"
 
 namespace vkctl
 {
@@ -17,40 +15,114 @@ namespace
 
 constexpr size_t kBytesALine = 16;
 
-// How much of the body the converted bytes stand for: they are read back.
-size_t converted_length(const std::string& body, const std::string& bytes)
+// A descriptor from UTF-8, given back with this object.
+class CIconv
 {
-    std::string back(4 * bytes.size() + 1, '\0');
-    const int length = CBufHelper::conv_code(kUtf8, CAppPost::m_sEncoding.c_str(), back.data(),
-                                             std::string(bytes).data());
-    back.resize(static_cast<size_t>(length));
-    return body.compare(0, back.size(), back) == 0 ? back.size() : body.size();
+public:
+    explicit CIconv(const std::string& to) : m_handle(iconv_open(to.c_str(), kUtf8)) {}
+    ~CIconv()
+    {
+        if (IsKnown())
+        {
+            iconv_close(m_handle);
+        }
+    }
+    CIconv(const CIconv&) = delete;
+    CIconv& operator=(const CIconv&) = delete;
+
+    bool IsKnown() const { return m_handle != reinterpret_cast<iconv_t>(-1); }
+    iconv_t Handle() const { return m_handle; }
+
+private:
+    iconv_t m_handle;
+};
+
+constexpr size_t kRoomForAByte = 4; // as the daemon's conversion has it
+constexpr size_t kMoreRoom = 64;    // for marks of byte order and the like
+constexpr size_t kStopped = static_cast<size_t>(-1);
+
+// What iconv answers, and how much of the text it did not come to.
+struct Answer
+{
+    size_t replaced; // characters; kStopped: at one that the encoding lacks, or that it leaves out
+    size_t left;     // bytes
+};
+
+Answer convert(const CIconv& encoding, const std::string& text, size_t room)
+{
+    std::string input = text;
+    std::string output(room, '\0');
+    char* in = input.data();
+    char* out = output.data();
+    size_t in_left = input.size();
+    iconv(encoding.Handle(), nullptr, nullptr, nullptr, nullptr); // as freshly opened
+    const size_t replaced = iconv(encoding.Handle(), &in, &in_left, &out, &room);
+    return {replaced, in_left};
+}
+
+// The characters of a text that do not stand for themselves any more, one by one: "//IGNORE" gives
+// no number.
+size_t count_left_out(const CIconv& encoding, const std::string& text)
+{
+    size_t count = 0;
+    for (size_t begin = 0; begin < text.size();)
+    {
+        size_t end = begin + 1;
+        while (end < text.size() && (static_cast<unsigned char>(text[end]) & 0xC0) == 0x80)
+        {
+            ++end;
+        }
+        const std::string one = text.substr(begin, end - begin);
+        count += convert(encoding, one, kRoomForAByte * one.size() + kMoreRoom).replaced > 0;
+        begin = end;
+    }
+    return count;
+}
+
+size_t count_replaced(const CIconv& encoding, const std::string& text)
+{
+    const size_t replaced =
+        convert(encoding, text, kRoomForAByte * text.size() + kMoreRoom).replaced;
+    return replaced != kStopped ? replaced : count_left_out(encoding, text);
+}
+
+// The encoding's name without what is to be done about characters that it lacks.
+std::string plain_name(const std::string& encoding)
+{
+    return encoding.substr(0, encoding.find("//"));
 }
 
 } // namespace
 
+// The bytes are the daemon's own. Beside them the same conversion is asked what the daemon does not
+// look at: how far it came, and how many characters it replaced.
 EncodedBody encode_body(const std::string& body)
 {
-    EncodedBody result;
     const CBodyText text = outgoing_body(body.c_str());
-    result.bytes = text != nullptr ? text.get() : "";
-    if (CAppPost::m_sEncoding != kUtf8 && result.bytes != body)
+    EncodedBody result{text != nullptr ? text.get() : "", body, "", 0};
+    const CIconv encoding(CAppPost::m_sEncoding);
+    if (CAppPost::m_sEncoding == kUtf8 || !encoding.IsKnown())
     {
-        result.lost = body.substr(converted_length(body, result.bytes));
+        return result;
+    }
+    const Answer answer = convert(encoding, body, kRoomForAByte * body.size());
+    result.lost = body.substr(body.size() - answer.left);
+    result.arrives = body.substr(0, body.size() - answer.left);
+    result.replaced = answer.replaced;
+    if (answer.replaced == kStopped)
+    {
+        result.replaced = count_replaced(encoding, result.arrives);
+    }
+    if (result.replaced > 0)
+    {
+        result.arrives = to_utf8(result.bytes, plain_name(CAppPost::m_sEncoding));
     }
     return result;
 }
 
-// Opens as the daemon would; the handle is given back at once.
 bool is_known_encoding(const std::string& name)
 {
-    const iconv_t handle = iconv_open(name.c_str(), kUtf8);
-    if (handle == reinterpret_cast<iconv_t>(-1))
-    {
-        return false;
-    }
-    iconv_close(handle);
-    return true;
+    return CIconv(name).IsKnown();
 }
 
 std::string hex_dump(const std::string& bytes)

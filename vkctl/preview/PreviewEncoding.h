@@ -1,6 +1,7 @@
 // A body's bytes as they would leave the host, in the configured encoding.
 #pragma once
 
+#include <cstddef>
 #include <string>
 
 namespace vkctl
@@ -9,7 +10,10 @@ namespace vkctl
 struct EncodedBody
 {
     std::string bytes;
+    std::string arrives; // the same in UTF-8, as a receiver reads it
     std::string lost; // from the first character on that did not make it; empty: nothing was lost
+    std::size_t replaced =
+        0; // characters in whose place others stand ("//TRANSLIT"), or nothing ("//IGNORE")
 };
 
 // Converts as the daemon does, with the encoding that its configuration has set.

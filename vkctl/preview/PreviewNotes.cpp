@@ -29,43 +29,52 @@ void note_missing_urls(const CAppPost& poster, const PreviewSelection& selection
     }
 }
 
-void CReadFailures::Look(const std::string& line)
+void note_failures(const std::vector<PreviewFailure>& failures)
 {
-    const bool isFailure =
-        line.find("exception") != std::string::npos || line.find("Error!") != std::string::npos;
-    m_first = isFailure && m_count == 0 ? line : m_first;
-    m_count += isFailure ? 1 : 0;
+    if (failures.empty())
+    {
+        return;
+    }
+    const PreviewFailure& first = failures.front();
+    std::cerr << "vkctl: not everything can be read, by the daemon neither: "
+              << (first.table.empty() ? "" : first.table + ": ") << first.message;
+    if (failures.size() > 1)
+    {
+        std::cerr << " (and " << failures.size() - 1 << " more)";
+    }
+    std::cerr << "\n";
 }
 
-void CReadFailures::Tell() const
+std::string CCuts::Look(const PreviewBody& body)
 {
-    if (Any())
+    const EncodedBody encoded = encode_body(body.text);
+    if (!encoded.lost.empty())
     {
-        std::cerr << "vkctl: not everything can be read. The daemon would log: " << m_first
-                  << (m_count > 1 ? " (and " + std::to_string(m_count - 1) + " such lines more)"
-                                  : "")
-                  << "\n";
+        m_firstCut = m_cuts == 0 ? body.sid : m_firstCut;
+        ++m_cuts;
     }
-}
-
-std::size_t CCuts::Look(const PreviewBody& body)
-{
-    const std::size_t lost = encode_body(body.text).lost.size();
-    if (lost > 0)
+    if (encoded.replaced > 0)
     {
-        m_firstSid = m_count == 0 ? body.sid : m_firstSid;
-        ++m_count;
+        m_firstReplaced = m_replaced == 0 ? body.sid : m_firstReplaced;
+        ++m_replaced;
     }
-    return body.text.size() - lost;
+    return encoded.arrives;
 }
 
 void CCuts::Tell() const
 {
-    if (m_count > 0)
+    if (m_cuts > 0)
     {
-        std::cerr << "vkctl: " << m_count << (m_count == 1 ? " body is" : " bodies are")
+        std::cerr << "vkctl: " << m_cuts << (m_cuts == 1 ? " body is" : " bodies are")
                   << " cut at a character that " << CAppPost::m_sEncoding
-                  << " lacks, the first of SID " << m_firstSid << "; --encoding shows where\n";
+                  << " lacks, the first of SID " << m_firstCut << "; --encoding shows where\n";
+    }
+    if (m_replaced > 0)
+    {
+        std::cerr << "vkctl: " << m_replaced << (m_replaced == 1 ? " body has" : " bodies have")
+                  << " other characters where " << CAppPost::m_sEncoding
+                  << " lacks one, the first of SID " << m_firstReplaced
+                  << "; --encoding shows them\n";
     }
 }
 

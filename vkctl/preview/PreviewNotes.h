@@ -3,6 +3,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "vkctl/preview/Preview.h"
 
@@ -11,30 +12,23 @@ namespace vkctl
 
 void note_missing_urls(const CAppPost& poster, const PreviewSelection& selection);
 
-// What the daemon would log about reads that fail. With it in the log a body may be missing.
-class CReadFailures
-{
-public:
-    void Look(const std::string& line);
-    bool Any() const { return m_count > 0; }
-    void Tell() const; // nothing when there are none
+// What could not be read, and may be missing in what was shown. Nothing when there is nothing.
+void note_failures(const std::vector<PreviewFailure>& failures);
 
-private:
-    std::string m_first;
-    std::size_t m_count = 0;
-};
-
-// Bodies that end early, at a character that the configured encoding lacks.
+// Bodies that end early, at a character that the configured encoding lacks, and those in which it
+// puts another one into such a character's place.
 class CCuts
 {
 public:
-    // How much of the body's text arrives, in bytes.
-    std::size_t Look(const PreviewBody& body);
+    // What of the body's text arrives, in UTF-8.
+    std::string Look(const PreviewBody& body);
     void Tell() const; // nothing when there are none
 
 private:
-    int m_firstSid = 0;
-    std::size_t m_count = 0;
+    int m_firstCut = 0; // SIDs
+    int m_firstReplaced = 0;
+    std::size_t m_cuts = 0;
+    std::size_t m_replaced = 0;
 };
 
 } // namespace vkctl

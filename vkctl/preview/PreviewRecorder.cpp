@@ -1,5 +1,6 @@
 #include "vkctl/preview/PreviewRecorder.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "vkctl/preview/PreviewSource.h"
@@ -32,6 +33,7 @@ void CPreviewRecorder::Begin(CPreview::OnBody onBody, CPreview::OnLog onLog)
 {
     m_onBody = std::move(onBody);
     m_onLog = std::move(onLog);
+    m_failures.clear();
 }
 
 void CPreviewRecorder::End()
@@ -131,6 +133,20 @@ void CPreviewRecorder::Post(const char* text, std::vector<std::string> urls)
     body.text = text;
     body.urls = std::move(urls);
     m_onBody(body);
+}
+
+void CPreviewRecorder::Failed(const std::string& sql, const std::string& table,
+                              const std::string& message)
+{
+    Succeeded(sql); // a statement is told of once, with its latest failure
+    m_failures.push_back({sql, table, message});
+}
+
+void CPreviewRecorder::Succeeded(const std::string& sql)
+{
+    m_failures.erase(std::remove_if(m_failures.begin(), m_failures.end(),
+                                    [&](const PreviewFailure& one) { return one.sql == sql; }),
+                     m_failures.end());
 }
 
 void CPreviewRecorder::Log(const std::string& message)

@@ -33,6 +33,12 @@ public:
     void Post(const char* text, std::vector<std::string> urls);
     void Log(const std::string& message);
 
+    // A failure of a database, told where it is thrown; and that a later try of the same statement
+    // came to its end, so that nothing is missing for it.
+    void Failed(const std::string& sql, const std::string& table, const std::string& message);
+    void Succeeded(const std::string& sql);
+    const std::vector<PreviewFailure>& Failures() const { return m_failures; }
+
     bool IsRecording() const { return m_step.has_value(); }
 
 private:
@@ -42,10 +48,11 @@ private:
     CPreview::OnBody m_onBody;
     CPreview::OnLog m_onLog;
     std::optional<BodyKind> m_step;
-    std::string m_table;                // of the latest query
-    std::vector<PreviewCell> m_cells;   // read and not yet part of a body
-    std::deque<PreviewBody> m_composed; // begun and not yet posted
-    bool m_inHead = false;              // the latest part was a group of a head
+    std::string m_table;                    // of the latest query
+    std::vector<PreviewCell> m_cells;       // read and not yet part of a body
+    std::deque<PreviewBody> m_composed;     // begun and not yet posted
+    bool m_inHead = false;                  // the latest part was a group of a head
+    std::vector<PreviewFailure> m_failures; // since Begin, those without a later success
 };
 
 } // namespace vkctl

@@ -3,6 +3,7 @@
 
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 
 #include "tests/daemon/support/Command.h"
@@ -130,6 +131,23 @@ TEST_F(PreviewCommand, BodyIsShownAsFarAsItArrives)
     EXPECT_EQ(Run({"--sid", "9"}).err, "");
 }
 
+TEST_F(PreviewCommand, BodyIsShownAsItArrivesWithOtherCharactersInIt)
+{
+    host.SimpleRoom();
+    host.Post("Encoding", "GBK//TRANSLIT");
+    host.Post("Fmt0", "n=%s");
+    host.Data("alter table tbDev add W; update tbDev set V='©☃1',W='a'||x'ff'||'b'");
+    const CommandResult shown = Run({"--kind", "device"});
+    EXPECT_EQ(shown.out, "n=xxx&V=(C)?1&W=a\n");
+    EXPECT_EQ(shown.err,
+              "vkctl: 1 body is cut at a character that GBK//TRANSLIT lacks, the first of SID 7; "
+              "--encoding shows where\n"
+              "vkctl: 1 body has other characters where GBK//TRANSLIT lacks one, the first of SID "
+              "7; --encoding shows them\n");
+    EXPECT_THAT(Run({"--sid", "7", "--encoding"}).out,
+                HasSubstr("\n  replaced: 2 characters\n  cut before: \xff"));
+}
+
 TEST_F(PreviewCommand, EncodingThatIsUnknownIsSaid)
 {
     host.SimpleRoom();
@@ -167,8 +185,8 @@ TEST_F(PreviewCommand, ReadsThatFailAreTold)
     host.Alarms("alter table tbSMAlarm drop column AlmImg");
     const CommandResult shown = Run({"--alarms"});
     EXPECT_EQ(shown.exitStatus, 74);
-    EXPECT_EQ(shown.err, "vkctl: not everything can be read. The daemon would log: "
-                         "[CAppPost::OnAlmIns] db exception: 1 no such column: AlmImg\n");
+    EXPECT_EQ(shown.err, "vkctl: not everything can be read, by the daemon neither: tbSMAlarm: "
+                         "no such column: AlmImg\n");
 }
 
 TEST_F(PreviewCommand, BodiesThatCanBeReadAreShownBesideReadsThatFail)
@@ -178,7 +196,32 @@ TEST_F(PreviewCommand, BodiesThatCanBeReadAreShownBesideReadsThatFail)
     const CommandResult shown = Run({"--kind", "device"});
     EXPECT_EQ(shown.exitStatus, 0); // it is what the daemon would post
     EXPECT_EQ(shown.out, std::string(kDevice7Body) + "\n");
-    EXPECT_THAT(shown.err, StartsWith("vkctl: not everything can be read. "));
+    EXPECT_EQ(shown.err, "vkctl: not everything can be read, by the daemon neither: tbNone: "
+                         "no such table: tbNone\n");
+}
+
+TEST_F(PreviewCommand, GeneralTableThatBreaksInTheMiddleIsTold)
+{
+    // The daemon logs nothing about it.
+    host.SimpleRoom();
+    host.Ini("POST.General", "tbGen", "40");
+    host.Data("create table tbGen(Id,Item); with recursive n(i) as (select 1 union all select i+1"
+              " from n where i<3000) insert into tbGen select i,printf('%.100c','x') from n");
+    const std::string path = host.File("tmp/dbDat0.db3");
+    std::string bytes = read_file(path);
+    std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), bytes.end(), '\0');
+    write_file(path, bytes);
+    const CommandResult shown = Run({"--kind", "general"});
+    EXPECT_THAT(shown.out, HasSubstr("&Item=xxx"));
+    EXPECT_EQ(shown.err, "vkctl: not everything can be read, by the daemon neither: tbGen: "
+                         "database disk image is malformed\n");
+}
+
+TEST_F(PreviewCommand, NamesThatLookLikeMessagesAreNoFailures)
+{
+    host.SimpleRoom();
+    host.Data("update tbSM set Name='db exception: Error!'");
+    EXPECT_EQ(Run({"--kind", "device"}).err, "");
 }
 
 TEST_F(PreviewCommand, ConfigurationThatIsNoFileIsNotOpened)

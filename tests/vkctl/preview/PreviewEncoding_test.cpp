@@ -45,6 +45,30 @@ TEST_F(PreviewEncoding, CharacterThatTheEncodingLacksCutsTheBody)
     EXPECT_EQ(body.lost, "☃&b=1");
 }
 
+TEST_F(PreviewEncoding, ReplacedCharactersDoNotHideACut)
+{
+    const EncodedBody body = Encoded("GBK//TRANSLIT", "a=☃&b=\xff&c=1");
+    EXPECT_EQ(body.bytes, "a=?&b=");
+    EXPECT_EQ(body.arrives, "a=?&b=");
+    EXPECT_EQ(body.lost, "\xff&c=1");
+    EXPECT_EQ(body.replaced, 1U);
+}
+
+TEST_F(PreviewEncoding, CharactersThatAreLeftOutAreCounted)
+{
+    const EncodedBody body = Encoded("GBK//IGNORE", "a=☃正☃&b=1");
+    EXPECT_EQ(body.arrives, "a=正&b=1");
+    EXPECT_EQ(body.lost, "");
+    EXPECT_EQ(body.replaced, 2U);
+}
+
+TEST_F(PreviewEncoding, MarkOfByteOrderTakesTheLastCharactersRoom)
+{
+    const EncodedBody body = Encoded("UTF-32", "a=b");
+    EXPECT_EQ(body.bytes, std::string("\xff\xfe")); // up to the first zero byte
+    EXPECT_EQ(body.lost, "b");
+}
+
 TEST_F(PreviewEncoding, TextThatIsNoUtf8CutsTheBody)
 {
     const EncodedBody body = Encoded("GBK", "a=\xff&b=1");
