@@ -1,11 +1,24 @@
-// The command line of `vkctl alarm`.
+// `vkctl alarm`: raises or clears alarms in a sample room and tells the daemon.
 #pragma once
 
-#include <CLI/App.hpp>
+#include <string>
+
+#include "vkctl/Alarm.h"
+#include "vkctl/base/HostProcess.h"
 
 namespace vkctl
 {
 
-void add_alarm_command(CLI::App& app, int& exitStatus);
+struct AlarmCommand
+{
+    std::string directory;
+    AlarmOrder order;
+    int count = 1;
+    bool clear = false;
+    std::string pidFile = kPidFile;
+    int pid = 0; // 0: the one that holds the lock on the pid file
+};
+
+int run_alarm(const AlarmCommand& command); // the exit status
 
 } // namespace vkctl

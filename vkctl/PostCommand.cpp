@@ -6,9 +6,6 @@
 #include <cerrno>
 #include <cstring>
 #include <iostream>
-#include <memory>
-
-#include <CLI/CLI.hpp>
 
 #include "vkctl/base/CliError.h"
 #include "vkctl/base/HostProcess.h"
@@ -20,27 +17,11 @@ namespace
 {
 
 constexpr long kRequestType = 38154;
-constexpr int kLargestSid = 0xFFFF; // the daemon looks at sixteen bits
-
-constexpr char kExamples[] = R"(
-The daemon takes one request every 50 ms. It repeats all earlier ones at each later pick-up.
-
-Examples:
-  vkctl post 1001                          post device 1001 now
-  vkctl post 1001 1002 1003                three devices
-)";
-
 struct Request
 {
     long type;
     long wParam;
     long lParam;
-};
-
-struct PostArguments
-{
-    std::vector<int> sids;
-    long lParam = 0;
 };
 
 } // namespace
@@ -60,23 +41,11 @@ void post_requests(const std::vector<int>& sids, long lParam)
     }
 }
 
-void add_post_command(CLI::App& app, int& exitStatus)
+int run_post(const PostCommand& command)
 {
-    CLI::App* command = app.add_subcommand("post", "Ask the daemon to post devices now");
-    const auto arguments = std::make_shared<PostArguments>();
-    command->add_option("SID", arguments->sids, "Devices")
-        ->required()
-        ->check(CLI::Range(0, kLargestSid));
-    command->add_option("--lparam", arguments->lParam, "Number that the daemon only logs")
-        ->capture_default_str();
-    command->footer(kExamples);
-    command->callback(
-        [arguments, &exitStatus]
-        {
-            post_requests(arguments->sids, arguments->lParam);
-            std::cout << "requested: " << arguments->sids.size() << "\n";
-            exitStatus = 0;
-        });
+    post_requests(command.sids, command.lParam);
+    std::cout << "requested: " << command.sids.size() << "\n";
+    return 0;
 }
 
 } // namespace vkctl

@@ -1,17 +1,23 @@
 // `vkctl post`: asks the daemon to post devices now, as another process of the host would.
 #pragma once
 
-#include <CLI/App.hpp>
-
 #include <vector>
 
 namespace vkctl
 {
 
+constexpr int kLargestSid = 0xFFFF; // the daemon looks at sixteen bits
+
+struct PostCommand
+{
+    std::vector<int> sids;
+    long lParam = 0; // the daemon only logs it
+};
+
 // Puts one request for each SID on the request queue. Throws CCliError when there is no queue or
 // it is full.
 void post_requests(const std::vector<int>& sids, long lParam);
 
-void add_post_command(CLI::App& app, int& exitStatus);
+int run_post(const PostCommand& command); // the exit status
 
 } // namespace vkctl

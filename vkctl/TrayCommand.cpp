@@ -6,9 +6,6 @@
 #include <cerrno>
 #include <cstring>
 #include <iostream>
-#include <memory>
-
-#include <CLI/CLI.hpp>
 
 #include "vkctl/base/CliError.h"
 #include "vkctl/base/HostProcess.h"
@@ -20,15 +17,6 @@ namespace
 {
 
 constexpr long kReportType = 0x900B;
-
-constexpr char kNotes[] = R"(
-The reports stay in the queue for the tray process: they are copied (MSG_COPY), which a kernel
-without checkpoint support refuses; --take reads them as the tray process would.
-
-Examples:
-  vkctl tray                               what is waiting now
-  vkctl tray --take                        the same, and takes it away
-)";
 
 struct Report
 {
@@ -58,24 +46,6 @@ bool read_report(int queue, long place, bool take, Report& report)
     throw CCliError(std::string("the tray queue cannot be read: ") + std::strerror(errno));
 }
 
-int show(bool take)
-{
-    const int queue = open_queue(kTrayQueueKey, "the daemon or the tray process");
-    long count = 0;
-    for (Report report{}; read_report(queue, count, take, report); ++count)
-    {
-        std::cout << (report.type == kReportType
-                          ? report_text(report.wParam, report.lParam)
-                          : "message of another type " + std::to_string(report.type))
-                  << "\n";
-    }
-    if (count == 0)
-    {
-        std::cerr << "nothing is waiting\n";
-    }
-    return 0;
-}
-
 } // namespace
 
 std::string report_text(long wParam, long lParam)
@@ -92,14 +62,22 @@ std::string report_text(long wParam, long lParam)
     return code + (wParam == 0 && lParam == 1 ? "alive" : "unknown");
 }
 
-void add_tray_command(CLI::App& app, int& exitStatus)
+int run_tray(bool take)
 {
-    CLI::App* command =
-        app.add_subcommand("tray", "Show what the daemon reports to the tray process");
-    const auto take = std::make_shared<bool>(false);
-    command->add_flag("--take", *take, "Take the reports out of the queue");
-    command->footer(kNotes);
-    command->callback([take, &exitStatus] { exitStatus = show(*take); });
+    const int queue = open_queue(kTrayQueueKey, "the daemon or the tray process");
+    long count = 0;
+    for (Report report{}; read_report(queue, count, take, report); ++count)
+    {
+        std::cout << (report.type == kReportType
+                          ? report_text(report.wParam, report.lParam)
+                          : "message of another type " + std::to_string(report.type))
+                  << "\n";
+    }
+    if (count == 0)
+    {
+        std::cerr << "nothing is waiting\n";
+    }
+    return 0;
 }
 
 } // namespace vkctl

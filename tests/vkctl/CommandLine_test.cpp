@@ -4,11 +4,14 @@
 
 #include <chrono>
 #include <csignal>
+#include <sstream>
 #include <thread>
 
 #include "tests/vkctl/VkctlTest.h"
+#include "vkctl/receive/ReceivePrint.h"
 
 using testing::HasSubstr;
+using testing::Not;
 
 namespace
 {
@@ -38,6 +41,50 @@ TEST(CommandLineTest, HelpOfASubcommandHasExamples)
         EXPECT_EQ(outcome.exitStatus, 0);
         EXPECT_THAT(outcome.out, HasSubstr("Examples:\n  vkctl " + std::string(name)));
     }
+}
+
+TEST(CommandLineTest, HelpFitsIntoEightyColumns)
+{
+    for (const char* name : {"", "room", "receive", "check", "preview", "alarm", "post", "tray"})
+    {
+        const Outcome outcome = *name == '\0' ? vkctl_run({"--help"}) : vkctl_run({name, "--help"});
+        std::istringstream help(outcome.out);
+        for (std::string line; std::getline(help, line);)
+        {
+            EXPECT_LE(vkctl::display_width(line), 80U) << name << ": " << line;
+        }
+        EXPECT_THAT(outcome.out, Not(HasSubstr("\n\n\n")));
+    }
+}
+
+TEST(CommandLineTest, HelpTellsPresetsAndWhatDoesNotGoTogether)
+{
+    const std::string room = vkctl_run({"room", "--help"}).out;
+    EXPECT_THAT(room, HasSubstr("\n  --devices N             Number of devices (default: 20)\n"));
+    EXPECT_THAT(room, HasSubstr("\n  --url URL               Where readings go; may be given "
+                                "again\n"));
+    EXPECT_THAT(vkctl_run({"receive", "--help"}).out,
+                HasSubstr("\n  --json                  One JSON object a line; not with --raw\n"));
+}
+
+TEST(CommandLineTest, TheVersionIsToldOnStandardOutput)
+{
+    const Outcome outcome = vkctl_run({"--version"});
+    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.out, "vkctl " VK_VERSION "\n");
+    EXPECT_EQ(outcome.err, "");
+}
+
+TEST(CommandLineTest, WhatWasMeantIsAskedFor)
+{
+    EXPECT_EQ(vkctl_run({"chek"}).err, "The following argument was not expected: chek\n"
+                                       "Did you mean 'check'?\n"
+                                       "'vkctl --help' tells what there is.\n");
+    EXPECT_EQ(vkctl_run({"room", "x", "--devcies=3"}).err,
+              "The following argument was not expected: --devcies=3\n"
+              "Did you mean '--devices'?\n"
+              "'vkctl room --help' tells what there is.\n");
+    EXPECT_THAT(vkctl_run({"nonsense"}).err, Not(HasSubstr("Did you mean")));
 }
 
 TEST(CommandLineTest, WhatIsWrongIsNamed)

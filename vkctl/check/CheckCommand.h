@@ -1,12 +1,19 @@
-// The command line of `vkctl check`.
+// `vkctl check`: looks at a host and prints what it found.
 #pragma once
 
-#include <CLI/App.hpp>
+#include "vkctl/check/Check.h"
 
 namespace vkctl
 {
 
-// Adds the subcommand; it runs when `app` parses it, and stores its exit status.
-void add_check_command(CLI::App& app, int& exitStatus);
+struct CheckCommand
+{
+    CheckOptions options;
+    bool strict = false; // warnings are a failure
+    bool json = false;
+};
+
+// Findings on standard output, their number on standard error. The exit status.
+int run_check(const CheckCommand& command);
 
 } // namespace vkctl

@@ -4,9 +4,6 @@
 
 #include <algorithm>
 #include <iostream>
-#include <memory>
-
-#include <CLI/CLI.hpp>
 
 #include "vkctl/base/CliError.h"
 #include "vkctl/base/Progress.h"
@@ -24,63 +21,24 @@ namespace
 
 constexpr std::size_t kPairColumns = 30; // longer ones have a line of their own
 
-constexpr char kExamples[] = R"(
-DIR is the daemon's working directory, with vkApp.ini and tmp/. The bodies are
-made by the daemon's own code, in the order of a sweep; nothing is sent, marked
-or written, and the daemon may be at work meanwhile. Alarms come outside of
-sweeps: --alarms shows those that the next alarm signal would send.
-
-Bodies go to standard output, one line each; notes go to standard error.
-
-Examples:
-  vkctl preview                            one sweep of the host in this folder
-  vkctl preview room --sid 1001            one device
-  vkctl preview room --sid 1001 --explain  where each value comes from
-  vkctl preview room --table tbUps         all devices of a table
-  vkctl preview room --kind general        general tables only
-  vkctl preview room --alarms --encoding   alarms, byte by byte
-
-Exit status: 0 shown, with a note where the daemon could not read everything
-either, 1 nothing to show for that SID or table, 64 command line not
-understood, 74 a file or database cannot be read.
-)";
-
-struct PreviewArguments
-{
-    std::string directory = ".";
-    int sid = 0;
-    std::string table;
-    std::vector<std::string> kinds;
-    bool alarms = false;
-    bool explain = false;
-    bool encoding = false;
-    bool null = false;
-    bool log = false;
-};
-
-const std::vector<std::string> kKinds = {"device", "general", "input", "output",
-                                         "camera", "host",    "alarm"};
-
-PreviewSelection selection_of(const PreviewArguments& arguments, bool hasSid)
+PreviewSelection selection_of(const PreviewCommand& command)
 {
     PreviewSelection selection;
-    if (hasSid)
-    {
-        selection.sid = arguments.sid;
-    }
-    selection.table = arguments.table;
-    if (arguments.alarms)
+    selection.sid = command.sid;
+    selection.table = command.table;
+    if (command.alarms)
     {
         selection.kinds = {BodyKind::kAlarm};
     }
-    if (!arguments.kinds.empty())
+    if (!command.kinds.empty())
     {
         selection.kinds.clear();
     }
-    for (const std::string& kind : arguments.kinds)
+    for (const std::string& name : command.kinds)
     {
-        const auto at = std::find(kKinds.begin(), kKinds.end(), kind) - kKinds.begin();
-        selection.kinds.insert(kBodyKinds.at(static_cast<size_t>(at)));
+        selection.kinds.insert(*std::find_if(kBodyKinds.begin(), kBodyKinds.end(),
+                                             [&name](BodyKind kind)
+                                             { return name == kind_name(kind); }));
     }
     return selection;
 }
@@ -159,33 +117,49 @@ void show_plain(const std::string& text, bool hasNull)
     std::cout << (asIs ? text : printable(text)) << (hasNull ? '\0' : '\n');
 }
 
-void show_body(const PreviewBody& body, const CAppPost& poster, const PreviewArguments& arguments,
+void show_body(const PreviewBody& body, const CAppPost& poster, const PreviewCommand& command,
                CCuts& cuts)
 {
     const std::string arrives = cuts.Look(body);
-    if (!arguments.explain && !arguments.encoding)
+    if (!command.explain && !command.encoding)
     {
-        show_plain(arrives, arguments.null);
+        show_plain(arrives, command.null);
         return;
     }
     std::cout << heading(body) << "\n";
-    if (arguments.explain)
+    if (command.explain)
     {
         show_explanation(body, poster);
     }
-    if (arguments.encoding)
+    if (command.encoding)
     {
         show_encoding(body);
     }
     std::cout << "\n";
 }
 
-int show(const PreviewArguments& arguments, const PreviewSelection& selection)
+} // namespace
+
+std::vector<std::string> preview_kinds()
 {
-    CPreview preview(arguments.directory);
+    std::vector<std::string> names;
+    for (const BodyKind kind : kBodyKinds)
+    {
+        if (kind != BodyKind::kOther)
+        {
+            names.emplace_back(kind_name(kind));
+        }
+    }
+    return names;
+}
+
+int run_preview(const PreviewCommand& command)
+{
+    const PreviewSelection selection = selection_of(command);
+    CPreview preview(command.directory);
     note_missing_urls(preview.Poster(), selection);
     // Beside bodies on the same terminal, or lines of the log, a count would only be in the way.
-    const bool isCounted = is_progress_wanted() && isatty(STDOUT_FILENO) == 0 && !arguments.log;
+    const bool isCounted = is_progress_wanted() && isatty(STDOUT_FILENO) == 0 && !command.log;
     CProgress progress(std::cerr, isCounted, "bodies");
     CCuts cuts;
     size_t count = 0;
@@ -193,18 +167,18 @@ int show(const PreviewArguments& arguments, const PreviewSelection& selection)
         selection,
         [&](const PreviewBody& body)
         {
-            show_body(body, preview.Poster(), arguments, cuts);
+            show_body(body, preview.Poster(), command, cuts);
             progress.Show(++count, 0);
         },
         [&](const std::string& line)
         {
-            if (arguments.log)
+            if (command.log)
             {
                 std::cerr << line << "\n";
             }
         });
     progress.Clear();
-    if (!arguments.encoding)
+    if (!command.encoding)
     {
         cuts.Tell();
     }
@@ -220,36 +194,6 @@ int show(const PreviewArguments& arguments, const PreviewSelection& selection)
         return kExitFailure;
     }
     return 0;
-}
-
-} // namespace
-
-void add_preview_command(CLI::App& app, int& exitStatus)
-{
-    CLI::App* command = app.add_subcommand("preview", "Show what the daemon would post now");
-    const auto arguments = std::make_shared<PreviewArguments>();
-    command->add_option("DIR", arguments->directory, "The daemon's working directory")
-        ->capture_default_str();
-    CLI::Option* sid = command->add_option("--sid", arguments->sid, "Only bodies of that SID");
-    command->add_option("--table", arguments->table, "Only bodies with rows of that table");
-    CLI::Option* kind =
-        command->add_option("--kind", arguments->kinds, "Only that kind; may be repeated")
-            ->allow_extra_args(false)
-            ->check(CLI::IsMember(kKinds));
-    command->add_flag("--alarms", arguments->alarms, "The alarms that wait, instead of a sweep")
-        ->excludes(kind);
-    CLI::Option* explain =
-        command->add_flag("--explain", arguments->explain, "Where each pair comes from");
-    CLI::Option* encoding = command->add_flag("--encoding", arguments->encoding,
-                                              "The bytes in the configured encoding");
-    command->add_flag("--null", arguments->null, "A NUL behind each body instead of a line end")
-        ->excludes(explain)
-        ->excludes(encoding);
-    command->add_flag("--log", arguments->log, "What the daemon would log, on standard error");
-    command->footer(kExamples);
-    command->callback(
-        [=, &exitStatus]
-        { exitStatus = show(*arguments, selection_of(*arguments, sid->count() > 0)); });
 }
 
 } // namespace vkctl

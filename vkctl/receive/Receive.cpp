@@ -8,9 +8,12 @@
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <iostream>
+#include <memory>
 #include <vector>
 
 #include "vkctl/base/CliError.h"
+#include "vkctl/base/Output.h"
 
 namespace vkctl
 {
@@ -102,6 +105,14 @@ int run_receive(const ReceiveOptions& options, CStop& stop, std::ostream& out, s
     std::ostream& table = options.print.style == PrintStyle::kText ? out : notes;
     table << printer.Tally().Table() << std::flush;
     return out.good() ? 0 : kExitFailure;
+}
+
+int run_receive(ReceiveOptions options)
+{
+    options.print.color = is_color_wanted();
+    options.print.width = terminal_columns();
+    CStop stop;
+    return run_receive(options, stop, std::cout, std::cerr);
 }
 
 } // namespace vkctl

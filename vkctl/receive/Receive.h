@@ -26,4 +26,7 @@ struct ReceiveOptions
 // the exit status; throws CCliError when it cannot listen or write the certificate.
 int run_receive(const ReceiveOptions& options, CStop& stop, std::ostream& out, std::ostream& notes);
 
+// The same on this process's standard output and error, until it is told to end.
+int run_receive(ReceiveOptions options);
+
 } // namespace vkctl

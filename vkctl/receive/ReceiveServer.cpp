@@ -11,6 +11,8 @@
 #include <filesystem>
 #include <list>
 
+#include <httplib.h>
+
 #include "vkctl/base/CliError.h"
 #include "vkctl/room/RoomLive.h"
 

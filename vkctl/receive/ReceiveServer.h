@@ -6,8 +6,6 @@
 // never after Stop has returned. Failures are thrown as CCliError.
 #pragma once
 
-#include <httplib.h>
-
 #include <chrono>
 #include <condition_variable>
 #include <functional>
@@ -18,6 +16,14 @@
 
 #include "vkctl/receive/ReceiveCertificate.h"
 #include "vkctl/receive/ReceivePrint.h"
+
+namespace httplib // its header costs seconds: only the source includes it
+{
+class ContentReader;
+class Server;
+struct Request;
+struct Response;
+} // namespace httplib
 
 namespace vkctl
 {

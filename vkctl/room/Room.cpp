@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <fstream>
 #include <functional>
+#include <iostream>
 
 #include "vkctl/Alarm.h"
 #include "vkctl/base/CliError.h"
@@ -180,6 +181,12 @@ int run_room(const RoomOptions& options, CStop& stop, std::ostream& out)
         move_values(options, stop, out);
     }
     return 0;
+}
+
+int run_room(const RoomOptions& options)
+{
+    CStop stop;
+    return run_room(options, stop, std::cout);
 }
 
 } // namespace vkctl

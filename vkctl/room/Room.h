@@ -36,4 +36,7 @@ void create_room(const RoomOptions& options);
 // until `stop`. Alone, --live moves a room that is there already. Returns the exit status.
 int run_room(const RoomOptions& options, CStop& stop, std::ostream& out);
 
+// The same on this process's standard output, until it is told to end.
+int run_room(const RoomOptions& options);
+
 } // namespace vkctl

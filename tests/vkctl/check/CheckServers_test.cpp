@@ -1,6 +1,7 @@
 // Findings about https servers, with real ones on the loopback.
 
 #include <gmock/gmock.h>
+#include <httplib.h>
 #include <openssl/pem.h>
 
 #include <sstream>

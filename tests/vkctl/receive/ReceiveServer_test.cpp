@@ -1,6 +1,7 @@
 // The server over loopback, with a plain client.
 
 #include <gmock/gmock.h>
+#include <httplib.h>
 
 #include <mutex>
 
