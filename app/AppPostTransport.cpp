@@ -14,6 +14,7 @@
 #include "app/AppPause.h"
 #include "app/AppPostEncoding.h"
 #include "app/AppPostReply.h"
+#include "app/AppSettings.h"
 #include "app/NameLookup.h"
 #include "vkPub/vkLog.h"
 
@@ -25,8 +26,6 @@ constexpr long kFirstWaitMs = 1000;                      // where libcurl has no
 constexpr int kLongestDozeMs = 10;                       // while a transfer has no descriptor yet
 constexpr int kFailurePauseMs = 100;                     // after libcurl refused to go on
 constexpr int kFailuresInARow = 100;                     // then the transfers are given up
-constexpr int kDefaultTimeoutS = 15;
-constexpr int kLongestTimeoutS = 2147483; // libcurl refuses more
 
 struct EasyDeleter
 {
@@ -90,16 +89,9 @@ void set_receiver(CURL* handle, void* poster)
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, poster);
 }
 
-// libcurl refuses a time limit below 0 or too large and then has none at all: one server that never
-// answers would stop the daemon for good.
-int time_limit(int timeout_s)
-{
-    return timeout_s < 0 ? kDefaultTimeoutS : std::min(timeout_s, kLongestTimeoutS);
-}
-
 void set_limits(CURL* handle, int timeout_s)
 {
-    const int limit_s = time_limit(timeout_s);
+    const int limit_s = taken_number(SettingId::kTimeout, timeout_s);
     limit_name_lookups(limit_s);
     curl_easy_setopt(handle, CURLOPT_POST, 1L);
     curl_easy_setopt(handle, CURLOPT_TIMEOUT, long{limit_s});
@@ -299,7 +291,7 @@ int CAppPost::DoPost(const char* msg, const char* url)
         curl_easy_setopt(handle.get(), CURLOPT_POSTFIELDS, outgoing.get());
         set_receiver(handle.get(), this);
         set_limits(handle.get(), m_iTimeout);
-        const CReplyShare share(time_limit(m_iTimeout));
+        const CReplyShare share(taken_number(SettingId::kTimeout, m_iTimeout));
         code = curl_easy_perform(handle.get());
         result = 1;
     }
@@ -334,7 +326,7 @@ int CAppPost::DoPostEx(std::vector<std::string> urls, const char* msg)
     {
         transfers.Add(make_transfer(outgoing.get(), url.c_str(), this, m_iTimeout));
     }
-    const CReplyShare share(time_limit(m_iTimeout));
+    const CReplyShare share(taken_number(SettingId::kTimeout, m_iTimeout));
     return run_transfers(transfers, m_iPostRow) > 0 ? 1 : 0;
 }
 

@@ -156,9 +156,14 @@ int SimpleIni::GetValue<int>(const std::string& section, const std::string& key,
     {
         return defaultValue;
     }
-    // As a stream reads an int: 0 where there are no digits, the nearest limit where there are too
-    // many. Without the stream, since every posted column may ask for its number.
-    const long number = std::strtol(line->value.c_str(), nullptr, 10);
+    return Number(line->value);
+}
+
+// As a stream reads an int: 0 where there are no digits, the nearest limit where there are too
+// many. Without the stream, since every posted column may ask for its number.
+int SimpleIni::Number(const std::string& value)
+{
+    const long number = std::strtol(value.c_str(), nullptr, 10);
     return static_cast<int>(std::clamp<long>(number, INT_MIN, INT_MAX));
 }
 

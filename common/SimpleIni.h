@@ -102,6 +102,9 @@ public:
     template <typename T>
     T GetValue(const std::string& section, const std::string& key, const T& defaultValue) const;
 
+    // The number that such a value counts as, for those who ask before they set or trust one.
+    static int Number(const std::string& value);
+
     void SetValue(const std::string& section, const std::string& key, const std::string& value);
     std::string GetComment(const std::string& section, const std::string& key) const;
 
