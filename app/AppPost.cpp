@@ -11,6 +11,7 @@
 #include "app/AlarmSignal.h"
 #include "app/AppPostConfig.h"
 #include "app/AppPostQueue.h"
+#include "app/AppRules.h"
 #include "vkPub/vkLog.h"
 
 namespace
@@ -208,15 +209,5 @@ void CAppPost::Free()
 
 const char* CAppPost::GetState(int state)
 {
-    switch (state)
-    {
-    case 1:
-        return m_strState1.c_str();
-    case 2:
-        return m_strState2.c_str();
-    case 3:
-        return m_strState3.c_str();
-    default:
-        return m_strState0.c_str();
-    }
+    return (this->*setting(state_setting(state)).text).c_str();
 }

@@ -5,11 +5,14 @@
 #include "app/AppBodyWriter.h"
 #include "app/AppPause.h"
 #include "app/AppPostQueue.h"
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
 #include "app/AppText.h"
 
 #include <cstring>
 
 #include "app/AlarmSignal.h"
+#include "app/AppBodyKinds.h"
 #include "vkPub/vkLog.h"
 
 namespace
@@ -18,10 +21,6 @@ namespace
 constexpr size_t kAlarmBodyBytes = 2048;
 constexpr int kQueryFailures = 5; // in one call, not reset by a success
 constexpr int kQueryPauseMs = 200;
-constexpr int kClearedBit = 4;
-constexpr int kStateActive = 1;
-constexpr int kStateCleared = 3;
-constexpr int kTitledClass = 9; // its titles say more than its class
 
 // An alarm as the table has it, copied out before the query is freed.
 struct Alarm
@@ -47,13 +46,14 @@ struct AlarmRun
 
 Alarm read_alarm(DbDatabase& db, int iqry)
 {
+    const BodyKindRow& row = body_kind(BodyKind::kAlarm);
     Alarm alarm;
     alarm.did = db.QryGetInt(iqry, "DID");
     VKLOG_TRACE("CAppPost::OnAlmIns DID: %d\r\n", alarm.did);
-    alarm.sid = db.QryGetInt(iqry, "SID");
-    alarm.type = db.QryGetInt(iqry, "Type");
-    alarm.cleared = (db.QryGetInt(iqry, "Alm") & kClearedBit) != 0;
-    alarm.updated = text_or_empty(db.QryGetStr(iqry, "LastUpd"));
+    alarm.sid = db.QryGetInt(iqry, row.Column(HeadValue::kSid));
+    alarm.type = db.QryGetInt(iqry, row.Column(HeadValue::kType));
+    alarm.cleared = is_alarm_cleared(db.QryGetInt(iqry, row.Column(HeadValue::kState)));
+    alarm.updated = text_or_empty(db.QryGetStr(iqry, row.Column(HeadValue::kTime)));
     alarm.title = text_or_empty(db.QryGetStr(iqry, "AlmBrief"));
     alarm.mask = db.QryGetInt(iqry, "AlmMask");
     alarm.image = text_or_empty(db.QryGetStr(iqry, "AlmImg"));
@@ -130,18 +130,18 @@ std::string device_name(const CAppPost& app, int sid)
 
 void compose_alarm(CAppPost& app, const Alarm& alarm, char* buffer)
 {
-    int alarm_class = (alarm.type >> 8) & 0xFF;
-    const char* level = level_text(alarm_class); // before the title is looked at, on purpose
-    if (alarm_class == kTitledClass)
+    int shown_class = alarm_class(alarm.type);
+    const char* level = level_text(shown_class); // before the title is looked at, on purpose
+    if (shown_class == kTitledClass)
     {
-        alarm_class = class_by_title(alarm.title);
+        shown_class = class_by_title(alarm.title);
     }
     const std::string name = device_name(app, alarm.sid);
-    const char* state = app.GetState(alarm.cleared ? kStateCleared : kStateActive);
+    const char* state = app.GetState(alarm_state(alarm.cleared));
 
     CBodyWriter body(buffer, kAlarmBodyBytes);
     body.Head(app.m_strFmt0, {app.m_strDept.c_str(), alarm.sid, alarm.type, 0, name.c_str(),
-                              alarm_class, alarm.updated.c_str(), state});
+                              shown_class, alarm.updated.c_str(), state});
     body.Field("level", level);
     body.Field("title", alarm.title);
     body.Field("suggestion", suggestion_text(alarm.mask));
@@ -187,8 +187,7 @@ int query_alarm(CAppPost& app, AlarmRun& run)
 {
     for (;;)
     {
-        const int iqry = app.pDbAlm->QryExec(
-            "select * from tbSMAlarm where AFld is null or AFld<1 order by DID limit 1", -1);
+        const int iqry = app.pDbAlm->QryExec(alarm_query().c_str(), -1);
         if (iqry >= 0)
         {
             return iqry;
@@ -233,7 +232,7 @@ bool post_next_alarm(CAppPost& app, AlarmRun& run)
     compose_alarm(app, alarm, body);
     db.QryFree(iqry);
     post_alarm(app, run, body);
-    db.Exec(format_text("update tbSMAlarm set AFld=1 where DID=%ld", long{alarm.did}).c_str());
+    db.Exec(mark_alarm(alarm.did).c_str());
     return true;
 }
 

@@ -3,6 +3,7 @@
 #include "app/AppPause.h"
 #include "app/AppPostFields.h"
 #include "app/AppPostQuery.h"
+#include "app/AppQueries.h"
 #include "app/AppText.h"
 
 #include "vkPub/vkLog.h"
@@ -13,7 +14,7 @@ namespace
 void compose_camera(CAppPost& app, int iqry, const std::string& stamp)
 {
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
-    const CHead head = row_head(app, iqry, stamp.c_str());
+    const CHead head = row_head(app, iqry, BodyKind::kCamera, stamp.c_str());
     body.Head(app.m_strFmt0, head);
     body.Field("info", text_or_empty(app.pDb->QryGetStr(iqry, "SerDef")));
     body.LogLeftOut("sid", head.sid);
@@ -24,7 +25,7 @@ void post_camera(CAppPost& app, size_t i, int& number, int& iqry)
     DbDatabase& db = *app.pDb;
     const int sid = app.m_vCamSid[i];
     const std::string stamp = local_time_stamp();
-    iqry = query_with_retry(app, format_text("select * from tbSM where SID=%d", sid));
+    iqry = query_with_retry(app, camera_query(sid));
     if (iqry < 0)
     {
         VKLOG_TRACE("   iqryX=%d iSID=%d\n", iqry, sid);

@@ -7,6 +7,7 @@
 #include "app/AppHeadFormat.h"
 #include "app/AppPause.h"
 #include "app/AppPostConfig.h"
+#include "app/AppRules.h"
 #include "app/AppSettings.h"
 #include "vkPub/vkLog.h"
 
@@ -68,39 +69,32 @@ void check_head_format(CAppPost& app)
     }
 }
 
-void append_url(std::vector<std::string>& urls, const std::string& url)
+// Appends the URL of a key to its list; the numbered keys are logged, be they there or not.
+void take_url(const ConfiguredUrl& one, bool is_numbered, std::vector<std::string>& urls)
 {
-    if (!url.empty())
+    if (!one.url.empty())
     {
-        urls.push_back(url);
+        urls.push_back(one.url);
     }
-}
-
-void read_numbered_url(CAppPost& app, SettingId id, int number, std::vector<std::string>& urls)
-{
-    const std::string name = std::to_string(number);
-    const std::string url = setting_text(app.m_ini, id, name);
-    append_url(urls, url);
-    VKLOG_TRACE("%s=%s \n", setting_place(id, name).key.c_str(), url.c_str());
+    if (is_numbered)
+    {
+        VKLOG_TRACE("%s=%s \n", one.key.c_str(), one.url.c_str());
+    }
 }
 
 void read_url_lists(CAppPost& app)
 {
-    if (app.m_iMaxURLs < 2)
+    const int most = taken_number(SettingId::kMaxUrls, app.m_iMaxURLs);
+    if (most != app.m_iMaxURLs)
     {
-        return; // both lists stay empty; the transport posts to Url alone
+        VKLOG_TRACE("maxURLs=%d is too large, %d are read\n", app.m_iMaxURLs, most);
     }
-    append_url(app.m_vUrls, app.m_strUrl);
-    append_url(app.m_vAlmUrls, app.m_strAlmUrl);
-    const int end = taken_number(SettingId::kMaxUrls, app.m_iMaxURLs);
-    if (end != app.m_iMaxURLs)
+    const std::vector<ConfiguredUrl> data = listed_keys(app.m_ini, UrlList::kData);
+    const std::vector<ConfiguredUrl> alarms = listed_keys(app.m_ini, UrlList::kAlarm);
+    for (size_t i = 0; i < data.size(); ++i) // both lists have the same numbers
     {
-        VKLOG_TRACE("maxURLs=%d is too large, %d are read\n", app.m_iMaxURLs, end);
-    }
-    for (int i = 1; i < end; ++i)
-    {
-        read_numbered_url(app, SettingId::kUrlN, i, app.m_vUrls);
-        read_numbered_url(app, SettingId::kAlmUrlN, i, app.m_vAlmUrls);
+        take_url(data[i], i > 0, app.m_vUrls);
+        take_url(alarms[i], i > 0, app.m_vAlmUrls);
     }
 }
 

@@ -4,6 +4,8 @@
 #include "app/AppPlaces.h"
 #include "app/AppPostFields.h"
 #include "app/AppPostQuery.h"
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
 #include "app/AppText.h"
 
 #include <algorithm>
@@ -13,69 +15,44 @@
 namespace
 {
 
-constexpr int kDetailTries = 5;
-constexpr int kDetailFailedPauseMs = 2000;
-constexpr int kDetailExceptionPauseMs = 3000;
-
-// One row in the layout of its mode. What a mode reads and what it prints need not bear the same
-// name: mode 101 prints V and T as Vol and Tem, on purpose.
-void append_detail_row(CBodyWriter& body, DbDatabase& db, int iqry, int mode)
+std::string text_of(DbDatabase& db, int iqry, const char* column)
 {
-    const auto number = [&](const char* column)
+    return column != nullptr ? text_or_empty(db.QryGetStr(iqry, column)) : "";
+}
+
+// All numbers of a row are one group, taken or left out as one.
+void append_detail_numbers(CBodyWriter& body, DbDatabase& db, int iqry, const DetailMode& mode)
+{
+    const int index = db.QryGetInt(iqry, mode.index);
+    std::string group;
+    for (const DetailPair& pair : mode.pairs)
     {
-        return db.QryGetInt(iqry, column);
-    };
-    const auto text = [&](const char* column)
-    {
-        return text_or_empty(db.QryGetStr(iqry, column));
-    };
-    switch (mode)
-    {
-    case 100:
-    {
-        const int addr = number("Addr");
-        body.Group("&State%d=%d&Vol%d=%d&Reg%d=%d&Tem%d=%d", addr, number("State"), addr,
-                   number("Vol"), addr, number("Reg"), addr, number("Tem"));
-        break;
-    }
-    case 101:
-    {
-        const int fld = number("Fld");
-        body.Group("&State%d=%d&Vol%d=%d&Tem%d=%d", fld, number("State"), fld, number("V"), fld,
-                   number("T"));
-        break;
-    }
-    case 102:
-    {
-        const int fld = number("Fld");
-        body.Group("&Vol%d=%d&Tem%d=%d&bSt%d=%d", fld, number("Vol"), fld, number("Tem"), fld,
-                   number("bSt"));
-        break;
-    }
-    case 103:
-        body.Group("&Tem%d=%d", number("Fld"), number("dat0"));
-        break;
-    case 200:
-        // The unit stands straight behind the value, on purpose.
-        if (*text("ValStr") != '\0')
+        if (pair.name != nullptr)
         {
-            body.Field(format_text("Fld%d", number("Fld")),
-                       std::string(text("Val")) + text("ValStr"));
+            group += format_text("&%s%d=%d", pair.name, index, db.QryGetInt(iqry, pair.column));
         }
+    }
+    body.Group("%s", group.c_str());
+}
+
+// One row in the layout of its mode.
+void append_detail_row(CBodyWriter& body, DbDatabase& db, int iqry, const DetailMode& mode)
+{
+    if (mode.decisive != nullptr && text_of(db, iqry, mode.decisive).empty())
+    {
+        return;
+    }
+    switch (mode.layout)
+    {
+    case DetailLayout::kNumbers:
+        append_detail_numbers(body, db, iqry, mode);
         break;
-    case 201:
-        if (*text("Val") != '\0')
-        {
-            body.Field(format_text("Fld%d", number("Fld")), text("Val"));
-        }
+    case DetailLayout::kFldText:
+        body.Field("Fld" + std::to_string(db.QryGetInt(iqry, mode.index)),
+                   text_of(db, iqry, mode.text) + text_of(db, iqry, mode.unit));
         break;
-    case 202:
-        if (*text("Val") != '\0')
-        {
-            body.Field(text("Fld"), text("Val"));
-        }
-        break;
-    default: // a mode that nobody defined: its rows are read and add nothing
+    case DetailLayout::kNamedText:
+        body.Field(text_of(db, iqry, mode.index), text_of(db, iqry, mode.text));
         break;
     }
 }
@@ -83,9 +60,13 @@ void append_detail_row(CBodyWriter& body, DbDatabase& db, int iqry, int mode)
 // Appends all rows of the open query.
 void append_detail_rows(CAppPost& app, CBodyWriter& body, int iqry, int mode)
 {
+    const DetailMode* const known = find_detail_mode(mode);
     for (DbDatabase& db = *app.pDb; !db.QryEof(iqry);)
     {
-        append_detail_row(body, db, iqry, mode);
+        if (known != nullptr) // else its rows are read and add nothing
+        {
+            append_detail_row(body, db, iqry, *known);
+        }
         db.QryNext(iqry);
         app.SendMsgToTray(0, 1);
     }
@@ -99,8 +80,7 @@ bool try_detail(CAppPost& app, CBodyWriter& body, const std::string& table, int 
     int iqry = -1;
     try
     {
-        iqry =
-            query_with_retry(app, format_text("select * from %s where SID=%d", table.c_str(), sid));
+        iqry = query_with_retry(app, detail_query(table, sid));
         if (iqry >= 0)
         {
             append_detail_rows(app, body, iqry, mode);
@@ -122,51 +102,24 @@ bool try_detail(CAppPost& app, CBodyWriter& body, const std::string& table, int 
     return false;
 }
 
-// An extension table's row and the columns of it that are posted.
-struct Extension
+// Appends the columns of the open query's first row. A type without a row has nothing to say.
+void append_extension(CAppPost& app, CBodyWriter& body, int iqry, int type,
+                      const std::string& table, int first)
 {
-    int iqry;
-    int type;
-    int64_t fieldCount; // one more than the number of columns that may be posted
-    bool hasRow;
-};
-
-void append_listed_columns(CAppPost& app, CBodyWriter& body, const Extension& ext,
-                           const std::string& table)
-{
-    const std::string section = format_text("%d.%s", ext.type, table.c_str());
-    const auto end = app.m_ini.endKey(section);
-    for (auto key = app.m_ini.beginKey(section); key != end; ++key)
+    const int columns = app.pDb->QryFldCount(iqry);
+    const bool has_row = !app.pDb->QryEof(iqry);
+    for (const ExtensionColumn& one : extension_columns(app.m_ini, type, table, first, columns))
     {
-        const int64_t index = int64_t{app.m_ini.GetValue<int>(section, *key, 0)} - 1;
-        if (index < 0 || index >= ext.fieldCount - 1)
+        if (!one.isPosted)
         {
             VKLOG_TRACE("Err,%s %s line=%d,iindextmp=%d\n", kSource, "PostExt", kLinePostExtIndex,
-                        static_cast<int>(index));
-            continue;
+                        static_cast<int>(one.column));
         }
-        const int column = static_cast<int>(index);
-        if (ext.hasRow)
+        else if (has_row)
         {
-            append_columns(app, body, ext.iqry, ext.type, column, column + 1);
+            const int column = static_cast<int>(one.column);
+            append_columns(app, body, iqry, type, column, column + 1);
         }
-    }
-}
-
-void append_extension(CAppPost& app, CBodyWriter& body, Extension ext, const std::string& table,
-                      int first)
-{
-    const int columns = app.pDb->QryFldCount(ext.iqry);
-    ext.fieldCount = std::min<int64_t>(ext.fieldCount, int64_t{columns} + 1);
-    ext.hasRow = !app.pDb->QryEof(ext.iqry); // a type without a row has nothing to say
-    if (first < 1)
-    {
-        append_listed_columns(app, body, ext, table);
-    }
-    else if (ext.hasRow)
-    {
-        append_columns(app, body, ext.iqry, ext.type, first - 1,
-                       static_cast<int>(ext.fieldCount - 1));
     }
 }
 
@@ -184,7 +137,7 @@ int CAppPost::PostDetail(int iPos, std::string sTbl, int iSid, char* pBuf)
         VKLOG_TRACE("Err!!!: NULL==PostBuf\n");
         return 0;
     }
-    const int mode = m_ini.GetValue<int>("POST.Detail", sTbl, 0);
+    const int mode = setting_number(m_ini, SettingId::kDetailMode, sTbl);
     VKLOG_TRACE("   PostDetail...%s sid=%d mode=%d\n", sTbl.c_str(), iSid, mode);
     if (mode == 0)
     {
@@ -210,29 +163,22 @@ int CAppPost::PostExt(int iPos, int type, std::string table, int first)
 
 int CAppPost::PostExt(int iPos, int iType, std::string sKey, int iVal, char* pBuf)
 {
-    Extension ext{-1, iType, 0, false};
-    ext.fieldCount = m_ini.GetValue<int>(format_text("POST.Ext.%d", iType), sKey + ".flds", 0);
-    if (ext.fieldCount > 0)
-    {
-        ext.fieldCount += iVal;
-    }
-
     CBodyWriter body(pBuf, kPostBufBytes, iPos);
+    int iqry = -1;
     try
     {
-        ext.iqry = pDb->QryExec(
-            format_text("select * from %s where Type=%d", sKey.c_str(), iType).c_str(), -1);
-        if (ext.iqry < 0)
+        iqry = pDb->QryExec(extension_query(sKey, iType).c_str(), -1);
+        if (iqry < 0)
         {
             return 0;
         }
-        append_extension(*this, body, ext, sKey, iVal);
-        pDb->QryFree(ext.iqry);
+        append_extension(*this, body, iqry, iType, sKey, iVal);
+        pDb->QryFree(iqry);
     }
     catch (...)
     {
         VKLOG_TRACE("   PostExt...%s  exception, Type=%d\n", sKey.c_str(), iType);
-        free_quietly(*pDb, ext.iqry);
+        free_quietly(*pDb, iqry);
     }
     body.LogLeftOut("stype", iType);
     return body.Appended();

@@ -1,6 +1,8 @@
 // Device posting: one body for each device, in SID order. Between two devices waiting requests
 // are served, so that none waits for a whole sweep.
 #include "app/AppPostDevice.h"
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
 
 #include "app/AppPause.h"
 #include "app/AppPlaces.h"
@@ -12,8 +14,6 @@
 namespace
 {
 
-constexpr int kFixedColumns = 12; // four joined ones and the eight leading ones of a device table
-
 enum class Outcome
 {
     kDone,    // posted, or nothing to post
@@ -21,18 +21,6 @@ enum class Outcome
     kAgain,   // threw; to be tried once more
     kDropped, // threw for the last time
 };
-
-// Where the columns to post end: a configured count wins over what the table has.
-int columns_end(CAppPost& app, int iqry, const char* table)
-{
-    const int columns = app.pDb->QryFldCount(iqry);
-    const int wanted = app.m_ini.GetValue<int>("POST.Master", std::string(table) + ".flds", 0);
-    if (wanted == 0 || wanted > columns - kFixedColumns)
-    {
-        return columns; // columns beyond the result have neither name nor text
-    }
-    return wanted < 0 ? 0 : kFixedColumns + wanted;
-}
 
 Outcome post_row(CAppPost& app, int sid, const char* table, int& iqry)
 {
@@ -105,13 +93,6 @@ Outcome post_device(CAppPost& app, int sid, const std::string& table)
 
 } // namespace
 
-std::string device_query(const char* table, int sid)
-{
-    return format_text("select s.Name,s.Note,s.Tag1,s.ASubSys,x.* from %s x"
-                       " left join tbSM s on s.SID=x.SID where x.SID=%d",
-                       table, sid);
-}
-
 CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buffer)
 {
     CDeviceBody result;
@@ -121,7 +102,7 @@ CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buf
         return result;
     }
 
-    CHead head = row_head(app, iqry, text_or_empty(db.QryGetStr(iqry, "DateUpd")));
+    CHead head = row_head(app, iqry, BodyKind::kDevice);
     const auto known = app.m_mapSmName.find(head.sid);
     if (known != app.m_mapSmName.end())
     {
@@ -131,7 +112,8 @@ CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buf
 
     CBodyWriter body(buffer, CAppPost::kPostBufBytes);
     body.Head(app.m_strFmt0, head);
-    append_columns(app, body, iqry, result.type, kFixedColumns, columns_end(app, iqry, table));
+    const ColumnRange columns = device_columns(app.m_ini, table, db.QryFldCount(iqry));
+    append_columns(app, body, iqry, result.type, columns.first, columns.end);
     body.LogLeftOut("sid", head.sid);
 
     app.m_iPostRow = 0;
@@ -143,18 +125,18 @@ CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buf
 
 void append_extras(CAppPost& app, int sid, const char* table, CDeviceBody& body, char* buffer)
 {
-    const std::string section = format_text("POST.Ext.%d", body.type);
+    const std::string section = setting_place(SettingId::kExtFirst, "", body.type).section;
     const auto end = app.m_ini.endKey(section);
     for (auto key = app.m_ini.beginKey(section); key != end; ++key)
     {
-        if ((*key).find(".flds") == std::string::npos)
+        if (is_extension_key(*key))
         {
-            const int first = app.m_ini.GetValue<int>(section, *key, 0);
+            const int first = setting_number(app.m_ini, SettingId::kExtFirst, *key, body.type);
             body.length += app.PostExt(body.length, body.type, *key, first, buffer);
         }
     }
 
-    const std::string detail = app.m_ini.GetValue("POST.Master", table, "");
+    const std::string detail = setting_text(app.m_ini, SettingId::kMasterDetail, table);
     if (!detail.empty())
     {
         VKLOG_TRACE("   detail=%s\n", detail.c_str());

@@ -13,9 +13,6 @@ struct CDeviceBody
     int length = 0;
 };
 
-// The query of one device's row: name and place from tbSM, then the table's own columns.
-std::string device_query(const char* table, int sid);
-
 // Writes head and columns of the query's first row into the buffer (kPostBufBytes long).
 CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buffer);
 

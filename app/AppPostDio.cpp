@@ -2,6 +2,8 @@
 #include "app/AppPause.h"
 #include "app/AppPostFields.h"
 #include "app/AppPostQuery.h"
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
 #include "app/AppText.h"
 
 #include "vkPub/vkLog.h"
@@ -9,20 +11,11 @@
 namespace
 {
 
-constexpr char kOutputSection[] = "POST.DO";
-
-std::string input_query(int sid)
-{
-    return format_text("select s.Name,s.Note,s.Tag1,s.ASubSys,x.* from tbSubSysDetail x"
-                       " left join tbSM s on s.SID=x.SID where x.SID=%d and x.SID<>x.SIDD",
-                       sid);
-}
-
 void compose_input(CAppPost& app, int iqry)
 {
     DbDatabase& db = *app.pDb;
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
-    const CHead head = row_head(app, iqry, text_or_empty(db.QryGetStr(iqry, "LastUpd")));
+    const CHead head = row_head(app, iqry, BodyKind::kInput);
     body.Head(app.m_strFmt0, head);
     body.Group("&psid=%d", db.QryGetInt(iqry, "SIDD"));
     body.Group("&pfld=%d", db.QryGetInt(iqry, "Fld"));
@@ -86,15 +79,16 @@ bool try_input(CAppPost& app, size_t i, int& number)
 void compose_output(CAppPost& app, int iqry, int output, int64_t column)
 {
     DbDatabase& db = *app.pDb;
-    const std::string name = format_text("DO%d", output);
-    const int value =
-        db.QryGetInt(iqry, format_text("D%02lld", static_cast<long long>(column)).c_str());
+    const std::string name = output_name(output);
+    const int value = db.QryGetInt(iqry, output_column(column).c_str());
 
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
-    const int sid = db.QryGetInt(iqry, "SID");
-    body.Head(app.m_strFmt0,
-              {app.m_strDept.c_str(), sid, db.QryGetInt(iqry, "Type"), output, name.c_str(), 0,
-               text_or_empty(db.QryGetStr(iqry, "DateUpd")), app.GetState(value)});
+    const BodyKindRow& row = body_kind(BodyKind::kOutput);
+    const int sid = db.QryGetInt(iqry, row.Column(HeadValue::kSid));
+    const int type = db.QryGetInt(iqry, row.Column(HeadValue::kType));
+    const char* const updated = text_or_empty(db.QryGetStr(iqry, row.Column(HeadValue::kTime)));
+    body.Head(app.m_strFmt0, {app.m_strDept.c_str(), sid, type, output, name.c_str(), 0, updated,
+                              app.GetState(value)});
     body.Group("&DoState=%d", value);
     body.LogLeftOut("sid", sid);
 }
@@ -103,10 +97,9 @@ void compose_output(CAppPost& app, int iqry, int output, int64_t column)
 // the query could not be started.
 bool compose_outputs(CAppPost& app, int& number, int& iqry, std::vector<std::string>& bodies)
 {
-    const int count = app.m_ini.GetValue<int>(kOutputSection, "Count", 3);
-    const int start = app.m_ini.GetValue<int>(kOutputSection, "Start", 9);
-    iqry = query_with_retry(app, "select s.Name,s.Note,s.Tag1,s.ASubSys,x.* from tbDio x"
-                                 " left join tbSM s on s.SID=x.SID where x.SID=1");
+    const int count = setting_number(app.m_ini, SettingId::kDoCount);
+    const int start = setting_number(app.m_ini, SettingId::kDoStart);
+    iqry = query_with_retry(app, outputs_query());
     if (iqry < 0)
     {
         VKLOG_TRACE("   Post DO Query error. iqryX=%d\n", iqry);

@@ -3,80 +3,42 @@
 
 #include <algorithm>
 
+#include "app/AppRules.h"
 #include "app/AppText.h"
-
-namespace
-{
-
-constexpr char kFieldSection[] = "POST.xFld";
-
-// One bit of a value has its own label; a bit without one still separates.
-std::string bit_labels(const SimpleIni& ini, const std::string& key, int value, int bits)
-{
-    std::string text;
-    for (int bit = 0; bit < bits; ++bit)
-    {
-        if ((static_cast<unsigned>(value) >> bit & 1U) == 0)
-        {
-            continue;
-        }
-        if (!text.empty())
-        {
-            text += ' ';
-        }
-        text += ini.GetValue(kFieldSection, key + std::to_string(bit), "");
-    }
-    return text;
-}
-
-bool is_whole_byte(int value)
-{
-    return value == 0x00 || value == 0x0F || value == 0xF0 || value == 0xFF;
-}
-
-} // namespace
 
 void CAppPost::GetQryFld(int iqry, int iFld, int iType, std::string& sName, std::string& sVal)
 {
     sName = text_or_empty(pDb->QryFldName(iqry, iFld));
     sVal.clear();
-    const std::string key = std::to_string(iType) + "." + sName;
-    const int kind = m_ini.GetValue<int>(kFieldSection, key, 0);
-
-    if (kind < 1 || kind > 4)
+    const std::string key = field_key(iType, sName);
+    const int kind = field_kind(m_ini, key);
+    if (is_text_kind(kind))
     {
-        sVal = text_or_empty(pDb->QryGetStrAt(iqry, iFld));
-        return;
-    }
-    const int value = pDb->QryGetIntAt(iqry, iFld);
-    if (kind == 1)
-    {
-        const std::string fallback = m_ini.GetValue(kFieldSection, key + "x", "");
-        sVal = m_ini.GetValue(kFieldSection, key + std::to_string(value), fallback);
-    }
-    else if (kind == 2 && is_whole_byte(value))
-    {
-        // A whole byte's text wins over the labels of its bits, also when there is none.
-        sVal = m_ini.GetValue(kFieldSection,
-                              key + format_text("%02X", static_cast<unsigned>(value)), "");
+        sVal = field_text(m_ini, key, kind, pDb->QryGetIntAt(iqry, iFld));
     }
     else
     {
-        sVal = bit_labels(m_ini, key, value, (kind - 1) * 8);
+        sVal = text_or_empty(pDb->QryGetStrAt(iqry, iFld));
     }
 }
 
-CHead row_head(CAppPost& app, int iqry, const char* dtupd)
+CHead row_head(CAppPost& app, int iqry, BodyKind kind, const char* now)
 {
     DbDatabase& db = *app.pDb;
+    const BodyKindRow& row = body_kind(kind);
+    const auto number = [&](HeadValue value)
+    {
+        return db.QryGetInt(iqry, row.Column(value));
+    };
+    const char* const time = row.Column(HeadValue::kTime);
     return {app.m_strDept.c_str(),
-            db.QryGetInt(iqry, "SID"),
-            db.QryGetInt(iqry, "Type"),
-            db.QryGetInt(iqry, "Tag1"),
-            text_or_empty(db.QryGetStr(iqry, "Name")),
-            db.QryGetInt(iqry, "ASubSys"),
-            dtupd,
-            app.GetState(db.QryGetInt(iqry, "State"))};
+            number(HeadValue::kSid),
+            number(HeadValue::kType),
+            number(HeadValue::kTag),
+            text_or_empty(db.QryGetStr(iqry, row.Column(HeadValue::kName))),
+            number(HeadValue::kSubSystem),
+            time != nullptr ? text_or_empty(db.QryGetStr(iqry, time)) : now,
+            app.GetState(number(HeadValue::kState))};
 }
 
 void append_columns(CAppPost& app, CBodyWriter& body, int iqry, int type, int first, int end)

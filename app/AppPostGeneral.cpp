@@ -5,31 +5,29 @@
 #include "app/AppPostDevice.h"
 #include "app/AppPostFields.h"
 #include "app/AppPostQuery.h"
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
 
 #include "vkPub/vkLog.h"
 
 namespace
 {
 
-constexpr char kGeneralSection[] = "POST.General";
-constexpr int kFirstGeneralSid = 900;
-
 // What the bodies of one table have in common.
 struct GeneralTable
 {
     int sid;
     int type;
-    int firstColumn;
     std::string name;
     std::string stamp;
 };
 
-void post_row(CAppPost& app, const GeneralTable& table, int iqry, int row, int columns)
+void post_row(CAppPost& app, const GeneralTable& table, int iqry, int row, ColumnRange columns)
 {
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
     body.Head(app.m_strFmt0, {app.m_strDept.c_str(), table.sid, table.type, 0, table.name.c_str(),
                               0, table.stamp.c_str(), app.GetState(0)});
-    append_columns(app, body, iqry, table.type, table.firstColumn, columns);
+    append_columns(app, body, iqry, table.type, columns.first, columns.end);
     body.LogLeftOut("sid", table.sid);
 
     app.m_iPostRow = row;
@@ -45,12 +43,12 @@ void post_rows(CAppPost& app, GeneralTable& table, const std::string& name, int 
         return;
     }
     columns = app.pDb->QryFldCount(iqry);
-    table.type = app.m_ini.GetValue<int>(kGeneralSection, name, 0);
-    table.firstColumn = app.m_ini.GetValue<int>(kGeneralSection, name + ".0", 1);
-    table.name = app.m_ini.GetValue(kGeneralSection, name + ".Name", "");
+    table.type = setting_number(app.m_ini, SettingId::kGeneralType, name);
+    table.name = setting_text(app.m_ini, SettingId::kGeneralName, name);
+    const ColumnRange posted = general_columns(app.m_ini, name, columns);
     for (int row = 0; !app.pDb->QryEof(iqry); ++row)
     {
-        post_row(app, table, iqry, row, columns);
+        post_row(app, table, iqry, row, posted);
     }
 }
 
@@ -62,7 +60,7 @@ bool post_table(CAppPost& app, GeneralTable table, const std::string& name, int&
     try
     {
         app.pDb->Open(nullptr, -2); // inside the guard: what it throws ends the table, silently
-        iqry = query_with_retry(app, "select * from " + name);
+        iqry = query_with_retry(app, general_query(name));
         if (iqry < 0)
         {
             VKLOG_TRACE("   iqryX=%d iflds=%d\n", iqry, columns);
@@ -91,7 +89,7 @@ void CAppPost::PostGeneral()
     {
         const std::string& name = m_vGenTbls[i];
         VKLOG_TRACE("   %s...\n", name.c_str());
-        const GeneralTable table{kFirstGeneralSid + static_cast<int>(i), 0, 0, "", stamp};
+        const GeneralTable table{general_sid(i), 0, "", stamp};
         if (!post_table(*this, table, name, columns))
         {
             continue; // on purpose without Close, pause and service

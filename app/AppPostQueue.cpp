@@ -18,19 +18,7 @@ int get_queue(int key)
 namespace
 {
 
-constexpr long kRequestMessageType = 38154;
-constexpr size_t kRequestTextBytes = 88; // a longer message stays in the queue
 constexpr int kPollPauseMs = 50;
-
-struct RequestMessage
-{
-    long type;
-    long wParam;
-    long lParam;
-    char reserved[kRequestTextBytes - 2 * sizeof(long)];
-};
-static_assert(sizeof(RequestMessage) == sizeof(long) + kRequestTextBytes,
-              "msgrcv writes that much");
 
 // Holds the poster's mutex; guards m_mapCtrlReq and changes of m_devCtrlupdSta.
 class CLockGuard
@@ -53,7 +41,7 @@ bool receive(int queue, RequestMessage& message)
 
 void record_request(CAppPost& app, const RequestMessage& message)
 {
-    const int sid = static_cast<int>(message.wParam & 0xFFFF);
+    const int sid = requested_sid(message.wParam);
     VKLOG_TRACE("%s %s line=%d msg.type=%d,msg.wParam=%X,msg.lParam=%X,iSid=%d\r\n", kSource,
                 "ProcMsg", kLineProcMsgReceived, static_cast<int>(message.type),
                 static_cast<unsigned>(message.wParam), static_cast<unsigned>(message.lParam), sid);

@@ -2,9 +2,7 @@
 #pragma once
 
 #include "app/AppPost.h"
-
-constexpr int kTrayQueueKey = 0x9000;
-constexpr int kRequestQueueKey = 0x9500;
+#include "app/AppQueues.h"
 
 // The queue of that key, made when it does not exist. -1 when the system has none to give.
 int get_queue(int key);

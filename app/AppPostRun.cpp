@@ -2,17 +2,16 @@
 // tables, serves requests ahead of the sweep and survives whatever a step throws.
 #include "app/AppPost.h"
 
+#include "app/AppBodyKinds.h"
 #include "app/AppClock.h"
 #include "app/AppPause.h"
+#include "app/AppRules.h"
 #include "vkPub/vkLog.h"
 
 namespace
 {
 
-constexpr int kStepRequests = 5;
-constexpr int kLastSweepStep = 4;
-constexpr int kDiscoveryTries = 10;
-constexpr int kDiscoveryPauseMs = 10000;
+constexpr int kStepRequests = kSweepSteps; // behind the last one of a sweep
 constexpr char kExceptionLine[] = "[CAppPost::Run] db exception\r\n";
 
 // Due at once is also what a board finds whose clock begins in 1970, below any Delay, and what one
@@ -37,26 +36,14 @@ void rediscover_when_counted(CAppPost& app, CRunState& state)
 
 void run_sweep_step(CAppPost& app, CRunState& state)
 {
-    switch (state.nPostType)
+    if (state.nPostType < 0 || state.nPostType >= kStepRequests)
     {
-    case 0:
-        app.PostNormal();
+        return;
+    }
+    (app.*sweep_steps().at(static_cast<size_t>(state.nPostType)))();
+    if (state.nPostType == 0)
+    {
         state.passCount = 0;
-        break;
-    case 1:
-        app.PostGeneral();
-        break;
-    case 2:
-        app.PostDio();
-        break;
-    case 3:
-        app.PostCam();
-        break;
-    case 4:
-        app.PostOther();
-        break;
-    default:
-        break;
     }
 }
 
@@ -67,7 +54,7 @@ void advance(CRunState& state)
     {
         state.passCount = 0;
     }
-    if (state.nPostType > kLastSweepStep)
+    if (state.nPostType >= kStepRequests)
     {
         state.nPostType = 0;
         // The sweep is over, the wait for the next one begins. 0 would be due at once, and with a
@@ -95,7 +82,7 @@ void discover_at_start(CAppPost& app)
     for (int attempt = 1; !discover(app) && attempt < kDiscoveryTries; ++attempt)
     {
         app.SendMsgToTray(0, 1);
-        pause_ms(kDiscoveryPauseMs);
+        pause_ms(kDiscoveryFailedPauseMs);
     }
 }
 

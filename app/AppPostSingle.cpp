@@ -2,6 +2,7 @@
 // sweep's body is half built.
 #include "app/AppPostDevice.h"
 #include "app/AppPostQuery.h"
+#include "app/AppQueries.h"
 
 #include <cstring>
 

@@ -3,6 +3,8 @@
 // own tries and gives up on its own; the tray tick before each try shows that a waiting daemon is
 // alive.
 #include "app/AppPostTables.h"
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
 
 #include "app/AppPause.h"
 #include "app/AppPostQuery.h"
@@ -11,10 +13,6 @@
 
 namespace
 {
-
-constexpr int kTries = 10;            // per phase, and per table when the SIDs are read
-constexpr int kNoQueryPauseMs = 5000; // after a query that could not be started
-constexpr int kFailedPauseMs = 10000; // after a try that failed otherwise
 
 enum class Try
 {
@@ -27,20 +25,27 @@ enum class Try
 
 void sort_table(CAppPost& app, const std::string& table)
 {
-    if (app.m_ini.GetValue<int>("POST.Detail", table, 0) >= 1)
+    switch (discovery_role(app.m_ini, table))
     {
+    case DiscoveryRole::kDetail:
         VKLOG_TRACE("   %s...is detail\n", table.c_str());
-        return;
+        break;
+    case DiscoveryRole::kGeneral:
+        app.m_vGenTbls.push_back(table);
+        break;
+    case DiscoveryRole::kDevice:
+        app.m_vTbls.push_back(table);
+        break;
+    case DiscoveryRole::kHidden: // the query has left them out
+        break;
     }
-    const bool general = app.m_ini.GetValue<int>("POST.General", table, 0) >= 1;
-    (general ? app.m_vGenTbls : app.m_vTbls).push_back(table);
 }
 
 // False when the query could not be started: nothing is known of the names then.
 bool read_names(CAppPost& app, int& iqry)
 {
     DbDatabase& db = *app.pDb;
-    iqry = db.QryExec("select SID,Name from tbSM", -1); // not tested: no query is an empty one
+    iqry = db.QryExec(names_query().c_str(), -1); // not tested: no query is an empty one
     const bool started = iqry >= 0;
     for (; !db.QryEof(iqry); db.QryNext(iqry))
     {
@@ -57,8 +62,7 @@ bool read_names(CAppPost& app, int& iqry)
 Try read_tables_and_names(CAppPost& app, int tryNumber, int& iqry, bool& has_names)
 {
     DbDatabase& db = *app.pDb;
-    iqry =
-        db.QryExec("select * from sqlite_master where type='table' and not name like 'tbSM%'", -1);
+    iqry = db.QryExec(tables_query().c_str(), -1);
     if (iqry < 0)
     {
         VKLOG_TRACE("[CAppPost::GetTbls] Read Tables: qryExec Error! iqry=%d, Try Count: %d\n",
@@ -208,10 +212,10 @@ void add_camera(CAppPost& app, int iqry, const std::string&)
 
 // --- Phases --------------------------------------------------------------------------------------
 
-// Up to kTries tries with their pauses. attempt(n) makes try n, counted from 1.
+// Up to kDiscoveryTries tries with their pauses. attempt(n) makes try n, counted from 1.
 template <typename Attempt> void with_tries(CAppPost& app, Attempt attempt)
 {
-    for (int tryNumber = 1; tryNumber <= kTries; ++tryNumber)
+    for (int tryNumber = 1; tryNumber <= kDiscoveryTries; ++tryNumber)
     {
         const Try result = attempt(tryNumber);
         if (result == Try::kDone)
@@ -220,11 +224,11 @@ template <typename Attempt> void with_tries(CAppPost& app, Attempt attempt)
         }
         if (result == Try::kNoQuery)
         {
-            pause_ms(kNoQueryPauseMs);
+            pause_ms(kDiscoveryNoQueryPauseMs);
             continue;
         }
         app.SendMsgToTray(0, 1);
-        pause_ms(kFailedPauseMs);
+        pause_ms(kDiscoveryFailedPauseMs);
     }
 }
 
@@ -250,7 +254,7 @@ void discover_devices(CAppPost& app)
     app.m_mapSidTry.clear();
     for (const std::string& table : app.m_vTbls)
     {
-        const SidReader reader{"select SID from " + table, "SID", true, add_device, table};
+        const SidReader reader{sids_query(table), "SID", true, add_device, table};
         with_tries(app, [&](int tryNumber) { return try_sids(app, reader, tryNumber); });
     }
 }
@@ -258,9 +262,7 @@ void discover_devices(CAppPost& app)
 void discover_inputs(CAppPost& app)
 {
     VKLOG_TRACE("[CAppPost::GetTbls] Read DI\n");
-    const SidReader reader{"select s.Name,s.Note,s.Tag1,s.ASubSys,x.* from tbSubSysDetail x"
-                           " left join tbSM s on s.SID=x.SID where x.SID<>x.SIDD",
-                           "DI", true, add_input, ""};
+    const SidReader reader{inputs_query(), "DI", true, add_input, ""};
     with_tries(app,
                [&](int tryNumber)
                {
@@ -275,8 +277,7 @@ void discover_cameras(CAppPost& app)
     VKLOG_TRACE("[CAppPost::GetTbls] Read Camera\n");
     // The text names DI, and a try that threw is not logged as failed, both on purpose: these are
     // the lines that log readers know.
-    const SidReader reader{"select * from tbSM where Kind=3072 and State=0 and DataMode=1", "DI",
-                           false, add_camera, ""};
+    const SidReader reader{cameras_query(), "DI", false, add_camera, ""};
     with_tries(app,
                [&](int tryNumber)
                {

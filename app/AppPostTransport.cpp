@@ -14,6 +14,7 @@
 #include "app/AppPause.h"
 #include "app/AppPostEncoding.h"
 #include "app/AppPostReply.h"
+#include "app/AppRules.h"
 #include "app/AppSettings.h"
 #include "app/NameLookup.h"
 #include "vkPub/vkLog.h"
@@ -263,7 +264,7 @@ int CAppPost::DoPost(const char* msg, const char* url)
 {
     if (url == nullptr || *url == '\0')
     {
-        if (m_vUrls.size() > 1)
+        if (m_vUrls.size() >= kFewestInList)
         {
             return DoPostEx(m_vUrls, msg);
         }

@@ -5,24 +5,6 @@
 
 #include "app/AppPostQueue.h"
 
-namespace
-{
-
-constexpr long kTrayMessageType = 0x900B;
-
-// What msgsnd takes: the type, then 100 bytes, of which the receiver reads the first two numbers.
-struct TrayMessage
-{
-    long type;
-    long wParam;
-    long lParam;
-    char reserved[84];
-};
-constexpr size_t kTrayTextBytes = 100;
-static_assert(sizeof(TrayMessage) >= sizeof(long) + kTrayTextBytes, "msgsnd reads that much");
-
-} // namespace
-
 void CAppPost::SendMsgToTray(int wParam, int lParam)
 {
     if (m_msgTrayid < 0)

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <memory>
 
+#include "app/AppRules.h"
 #include "vkctl/base/CliError.h"
 
 namespace vkctl
@@ -15,7 +16,6 @@ namespace vkctl
 namespace
 {
 
-constexpr int kFirstGeneralSid = 900;
 constexpr int kGeneralSidEnd = 1000;
 
 bool has(const std::vector<Field>& pairs, const char* name)
@@ -60,25 +60,7 @@ struct IconvCloser
 
 const char* kind_name(BodyKind kind)
 {
-    switch (kind)
-    {
-    case BodyKind::kDevice:
-        return "device";
-    case BodyKind::kGeneral:
-        return "general";
-    case BodyKind::kInput:
-        return "input";
-    case BodyKind::kOutput:
-        return "output";
-    case BodyKind::kCamera:
-        return "camera";
-    case BodyKind::kHost:
-        return "host";
-    case BodyKind::kAlarm:
-        return "alarm";
-    default:
-        return "other";
-    }
+    return kind == BodyKind::kOther ? "other" : body_kind(kind).name;
 }
 
 std::vector<Field> parse_body(const std::string& body)

@@ -10,20 +10,12 @@
 #include <utility>
 #include <vector>
 
+#include "app/AppBodyKinds.h"
+
 namespace vkctl
 {
 
-enum class BodyKind
-{
-    kDevice,
-    kGeneral,
-    kInput,
-    kOutput,
-    kCamera,
-    kHost,
-    kAlarm,
-    kOther, // nothing that the forwarder sends with the usual head
-};
+using ::BodyKind; // kOther: nothing that the forwarder sends with the usual head
 
 constexpr std::array<BodyKind, 8> kBodyKinds = {
     BodyKind::kDevice, BodyKind::kGeneral, BodyKind::kInput, BodyKind::kOutput,
