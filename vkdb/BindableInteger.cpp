@@ -26,7 +26,7 @@ enum class Kind
 struct CToken
 {
     Kind kind = Kind::kEnd;
-    std::size_t nBegin = 0;
+    size_t begin = 0;
     std::string_view text;
 };
 
@@ -55,7 +55,7 @@ bool is_word(const CToken& token, std::string_view lower)
     {
         return false;
     }
-    for (std::size_t i = 0; i < lower.size(); ++i)
+    for (size_t i = 0; i < lower.size(); ++i)
     {
         const char c = token.text[i];
         if ((c >= 'A' && c <= 'Z' ? static_cast<char>(c - 'A' + 'a') : c) != lower[i])
@@ -78,17 +78,14 @@ public:
             ++m_i;
         }
         CToken token;
-        token.nBegin = m_i;
+        token.begin = m_i;
         token.kind = Take();
-        token.text = m_text.substr(token.nBegin, m_i - token.nBegin);
+        token.text = m_text.substr(token.begin, m_i - token.begin);
         return token;
     }
 
 private:
-    char At(std::size_t nAhead) const
-    {
-        return m_i + nAhead < m_text.size() ? m_text[m_i + nAhead] : '\0';
-    }
+    char At(size_t ahead) const { return m_i + ahead < m_text.size() ? m_text[m_i + ahead] : '\0'; }
 
     Kind Take()
     {
@@ -127,9 +124,9 @@ private:
         }
     }
 
-    Kind Take(std::size_t nBytes, Kind kind)
+    Kind Take(size_t byte_count, Kind kind)
     {
-        m_i += nBytes;
+        m_i += byte_count;
         return kind;
     }
 
@@ -152,7 +149,7 @@ private:
     }
 
     const std::string_view m_text;
-    std::size_t m_i = 0;
+    size_t m_i = 0;
 };
 
 // Everything up to the one "where". False when it is not understood.
@@ -197,19 +194,18 @@ bool read_column(CReader& reader, CToken& token)
 // The number of those digits; nothing when it must stay in the text.
 std::optional<int> bindable_value(std::string_view digits)
 {
-    int nValue = 0;
-    const auto [pEnd, error] =
-        std::from_chars(digits.data(), digits.data() + digits.size(), nValue);
-    const bool bPlain = error == std::errc() && digits[0] != '0';
-    return bPlain && nValue > 1 ? std::optional<int>(nValue) : std::nullopt;
+    int value = 0;
+    const auto [end, error] = std::from_chars(digits.data(), digits.data() + digits.size(), value);
+    const bool is_plain = error == std::errc() && digits[0] != '0';
+    return is_plain && value > 1 ? std::optional<int>(value) : std::nullopt;
 }
 
 // A number, with what stands behind it in "token". False when it is none.
 bool read_number(CReader& reader, CToken& token, std::optional<CBindableInteger>& found)
 {
-    const std::size_t nBegin = token.nBegin;
-    const bool bNegative = token.kind == Kind::kSign;
-    if (bNegative)
+    const size_t begin = token.begin;
+    const bool is_negative = token.kind == Kind::kSign;
+    if (is_negative)
     {
         token = reader.Next();
     }
@@ -221,7 +217,7 @@ bool read_number(CReader& reader, CToken& token, std::optional<CBindableInteger>
     found.reset();
     if (value)
     {
-        found = {nBegin, token.nBegin + token.text.size(), bNegative ? -*value : *value};
+        found = {begin, token.begin + token.text.size(), is_negative ? -*value : *value};
     }
     token = reader.Next();
     return true;
@@ -246,12 +242,12 @@ bool read_comparison(CReader& reader, CToken& token, std::optional<CBindableInte
     {
         return read_column(reader, token);
     }
-    const bool bNumber = read_number(reader, token, last);
+    const bool is_number = read_number(reader, token, last);
     if (compare != Kind::kEqual)
     {
         last.reset();
     }
-    return bNumber;
+    return is_number;
 }
 
 } // namespace

@@ -11,9 +11,9 @@ namespace vkdb
 // Where it stands in the text, sign included, and what it is.
 struct CBindableInteger
 {
-    std::size_t nBegin;
-    std::size_t nEnd;
-    int nValue;
+    size_t begin;
+    size_t end;
+    int value;
 };
 
 // Nothing where the statement with a parameter in its place might not give the same rows in the

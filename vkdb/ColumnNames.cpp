@@ -8,34 +8,34 @@ namespace
 {
 
 // FNV-1a over the name in lower case, so that names that differ only in case meet in one chain.
-std::size_t fold_hash(const char* szName)
+size_t fold_hash(const char* name)
 {
-    std::uint32_t h = 2166136261U;
-    for (; *szName != '\0'; ++szName)
+    uint32_t h = 2166136261U;
+    for (; *name != '\0'; ++name)
     {
-        const bool bUpper = *szName >= 'A' && *szName <= 'Z';
-        const auto c = static_cast<unsigned char>(*szName);
-        h = (h ^ (bUpper ? c + 32U : c)) * 16777619U;
+        const bool is_upper = *name >= 'A' && *name <= 'Z';
+        const auto c = static_cast<unsigned char>(*name);
+        h = (h ^ (is_upper ? c + 32U : c)) * 16777619U;
     }
     return h;
 }
 
 } // namespace
 
-bool CColumnNames::Load(sqlite3_stmt* pStmt)
+bool CColumnNames::Load(sqlite3_stmt* stmt)
 {
     Clear();
-    bool bWhole = true;
-    const int nCount = sqlite3_column_count(pStmt);
-    for (int i = 0; i < nCount; ++i)
+    bool is_whole = true;
+    const int count = sqlite3_column_count(stmt);
+    for (int i = 0; i < count; ++i)
     {
-        const char* szName = sqlite3_column_name(pStmt, i);
+        const char* name = sqlite3_column_name(stmt, i);
         m_vStart.push_back(m_strNames.size());
-        m_strNames.append(szName != nullptr ? szName : "").push_back('\0');
-        bWhole = bWhole && szName != nullptr;
+        m_strNames.append(name != nullptr ? name : "").push_back('\0');
+        is_whole = is_whole && name != nullptr;
     }
     BuildIndex();
-    return bWhole;
+    return is_whole;
 }
 
 void CColumnNames::Clear()
@@ -45,33 +45,32 @@ void CColumnNames::Clear()
     m_vHash.clear();
 }
 
-bool CColumnNames::AreThoseOf(sqlite3_stmt* pStmt) const
+bool CColumnNames::AreThoseOf(sqlite3_stmt* stmt) const
 {
     CColumnNames other;
-    other.Load(pStmt);
+    other.Load(stmt);
     return other.m_strNames == m_strNames;
 }
 
-const char* CColumnNames::Name(int iColumn) const
+const char* CColumnNames::Name(int column) const
 {
-    return iColumn >= 0 && iColumn < Count()
-               ? &m_strNames[m_vStart[static_cast<std::size_t>(iColumn)]]
-               : "";
+    return column >= 0 && column < Count() ? &m_strNames[m_vStart[static_cast<size_t>(column)]]
+                                           : "";
 }
 
-int CColumnNames::Find(const char* szName)
+int CColumnNames::Find(const char* name)
 {
     if (m_vHash.empty())
     {
         BuildIndex();
     }
-    const std::size_t nMask = m_vHash.size() - 1;
-    for (std::size_t i = fold_hash(szName) & nMask; m_vHash[i] != 0; i = (i + 1) & nMask)
+    const size_t mask = m_vHash.size() - 1;
+    for (size_t i = fold_hash(name) & mask; m_vHash[i] != 0; i = (i + 1) & mask)
     {
-        const int iColumn = m_vHash[i] - 1;
-        if (sqlite3_stricmp(Name(iColumn), szName) == 0)
+        const int column = m_vHash[i] - 1;
+        if (sqlite3_stricmp(Name(column), name) == 0)
         {
-            return iColumn;
+            return column;
         }
     }
     return -1;
@@ -81,20 +80,20 @@ int CColumnNames::Find(const char* szName)
 // first of several names that differ in case only the first of its chain.
 void CColumnNames::BuildIndex()
 {
-    std::size_t nSize = 8;
-    while (nSize < 2 * m_vStart.size())
+    size_t size = 8;
+    while (size < 2 * m_vStart.size())
     {
-        nSize *= 2;
+        size *= 2;
     }
-    m_vHash.assign(nSize, 0);
-    for (int iColumn = 0; iColumn < Count(); ++iColumn)
+    m_vHash.assign(size, 0);
+    for (int column = 0; column < Count(); ++column)
     {
-        std::size_t i = fold_hash(Name(iColumn)) & (nSize - 1);
+        size_t i = fold_hash(Name(column)) & (size - 1);
         while (m_vHash[i] != 0)
         {
-            i = (i + 1) & (nSize - 1);
+            i = (i + 1) & (size - 1);
         }
-        m_vHash[i] = static_cast<std::uint16_t>(iColumn + 1);
+        m_vHash[i] = static_cast<uint16_t>(column + 1);
     }
 }
 

@@ -18,20 +18,20 @@ namespace
 
 // By stat alone: opening and closing the file here would drop the locks that SQLite holds on it
 // for the whole process.
-std::optional<CFileId> file_id(const std::string& strPath)
+std::optional<CFileId> file_id(const std::string& path)
 {
     struct stat st = {};
-    if (::stat(strPath.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) // opening a FIFO would hang
+    if (::stat(path.c_str(), &st) != 0 || !S_ISREG(st.st_mode)) // opening a FIFO would hang
     {
         return std::nullopt;
     }
     return CFileId{st.st_dev, st.st_ino};
 }
 
-std::optional<CFileStamp> file_stamp(const std::string& strPath)
+std::optional<CFileStamp> file_stamp(const std::string& path)
 {
     struct stat st = {};
-    if (::stat(strPath.c_str(), &st) != 0)
+    if (::stat(path.c_str(), &st) != 0)
     {
         return std::nullopt;
     }
@@ -45,9 +45,9 @@ struct timespec kernel_tick()
     return tick;
 }
 
-CFileId existing_file(const std::string& strPath)
+CFileId existing_file(const std::string& path)
 {
-    const std::optional<CFileId> id = file_id(strPath);
+    const std::optional<CFileId> id = file_id(path);
     if (!id)
     {
         throw CSqliteFailure(SQLITE_CANTOPEN, sqlite3_errstr(SQLITE_CANTOPEN));
@@ -56,45 +56,45 @@ CFileId existing_file(const std::string& strPath)
 }
 
 // A name that SQLite takes for a file and nothing else ("file:..." would be read as a URI).
-std::string plain_name(const std::string& strPath)
+std::string plain_name(const std::string& path)
 {
-    return strPath[0] == '/' ? strPath : "./" + strPath;
+    return path[0] == '/' ? path : "./" + path;
 }
 
 // A WAL database at rest: everything is in the file itself, and any reader would make the two
 // files beside it anew. Reads the file's head, which drops the locks of this process on it: what
 // opens a file with kNoTouch has no other connection to it.
-bool is_resting_wal(const std::string& strPath)
+bool is_resting_wal(const std::string& path)
 {
-    char aHead[20] = {};
-    std::ifstream(strPath, std::ios::binary).read(aHead, sizeof(aHead));
+    char head[20] = {};
+    std::ifstream(path, std::ios::binary).read(head, sizeof(head));
     constexpr int kReadVersion = 19; // where the file's head says 2 for WAL
-    return aHead[kReadVersion] == 2 && ::access((strPath + "-wal").c_str(), F_OK) != 0;
+    return head[kReadVersion] == 2 && ::access((path + "-wal").c_str(), F_OK) != 0;
 }
 
 // As a URI, in which "immutable" keeps SQLite from making files.
-std::string immutable_name(const std::string& strPath)
+std::string immutable_name(const std::string& path)
 {
-    std::string strUri = "file:";
-    for (const char c : plain_name(strPath))
+    std::string uri = "file:";
+    for (const char c : plain_name(path))
     {
-        strUri += c == '%' ? "%25" : c == '?' ? "%3f" : c == '#' ? "%23" : std::string(1, c);
+        uri += c == '%' ? "%25" : c == '?' ? "%3f" : c == '#' ? "%23" : std::string(1, c);
     }
-    return strUri + "?immutable=1";
+    return uri + "?immutable=1";
 }
 
-CHandle open_handle(const std::string& strPath, Access access, bool bImmutable)
+CHandle open_handle(const std::string& path, Access access, bool is_immutable)
 {
-    const bool bReader = access == Access::kReadOnly || access == Access::kNoTouch;
-    const int nAccess = bReader ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE; // never CREATE
-    const int nFlags = nAccess | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
-                       (bImmutable ? SQLITE_OPEN_URI : 0);
-    const std::string strName = bImmutable ? immutable_name(strPath) : plain_name(strPath);
+    const bool is_reader = access == Access::kReadOnly || access == Access::kNoTouch;
+    const int mode = is_reader ? SQLITE_OPEN_READONLY : SQLITE_OPEN_READWRITE; // never CREATE
+    const int flags = mode | SQLITE_OPEN_NOMUTEX | SQLITE_OPEN_PRIVATECACHE |
+                      (is_immutable ? SQLITE_OPEN_URI : 0);
+    const std::string name = is_immutable ? immutable_name(path) : plain_name(path);
 
-    sqlite3* pRaw = nullptr;
-    const char* szVfs = access == Access::kNoTouch ? no_touch_vfs() : nullptr; // null: SQLite's own
-    const int rc = sqlite3_open_v2(strName.c_str(), &pRaw, nFlags, szVfs);
-    CHandle db(pRaw); // a failed open leaves a handle, too
+    sqlite3* raw = nullptr;
+    const char* vfs = access == Access::kNoTouch ? no_touch_vfs() : nullptr; // null: SQLite's own
+    const int rc = sqlite3_open_v2(name.c_str(), &raw, flags, vfs);
+    CHandle db(raw); // a failed open leaves a handle, too
     if (rc != SQLITE_OK)
     {
         throw CSqliteFailure(rc, db ? sqlite3_errmsg(db.get()) : sqlite3_errstr(rc));
@@ -107,16 +107,16 @@ CHandle open_handle(const std::string& strPath, Access access, bool bImmutable)
 bool CFileStamp::IsSettled(const struct timespec& tick) const
 {
     constexpr long long kLongestTickNs = 10'000'000;
-    const long long nAheadNs =
+    const long long ahead_ns =
         (changed.tv_sec - tick.tv_sec) * 1'000'000'000LL + (changed.tv_nsec - tick.tv_nsec);
-    return nAheadNs < 0 || nAheadNs > kLongestTickNs;
+    return ahead_ns < 0 || ahead_ns > kLongestTickNs;
 }
 
-int CLockWait::OnBusy(void* pThis, int nCalls)
+int CLockWait::OnBusy(void* self, int calls)
 {
-    auto& wait = *static_cast<CLockWait*>(pThis);
+    auto& wait = *static_cast<CLockWait*>(self);
     const auto now = std::chrono::steady_clock::now();
-    if (nCalls == 0)
+    if (calls == 0)
     {
         wait.m_begin = now;
     }
@@ -131,10 +131,10 @@ int CLockWait::OnBusy(void* pThis, int nCalls)
     return 1;
 }
 
-CConnection::CConnection(const std::string& strPath, Access access, int nBusyMs)
-    : m_strPath(strPath), m_access(access), m_id(existing_file(strPath)), m_wait(nBusyMs),
-      m_bImmutable(access == Access::kNoTouch && is_resting_wal(strPath)),
-      m_db(open_handle(strPath, access, m_bImmutable)), m_statements(m_db.get())
+CConnection::CConnection(const std::string& path, Access access, int busy_ms)
+    : m_strPath(path), m_access(access), m_id(existing_file(path)), m_wait(busy_ms),
+      m_bImmutable(access == Access::kNoTouch && is_resting_wal(path)),
+      m_db(open_handle(path, access, m_bImmutable)), m_statements(m_db.get())
 {
     m_wait.Attach(m_db.get());
     NeverCheckpoint();
@@ -158,24 +158,24 @@ void CConnection::NeverCheckpoint()
     sqlite3_db_config(Handle(), SQLITE_DBCONFIG_NO_CKPT_ON_CLOSE, 1, nullptr);
 }
 
-bool CConnection::Serves(const std::string& strPath, Access access) const
+bool CConnection::Serves(const std::string& path, Access access) const
 {
-    const bool bReader = m_access != Access::kReadWrite;
-    const bool bWantsReader = access != Access::kReadWrite;
-    if (IsStale() || bReader != bWantsReader || strPath != m_strPath)
+    const bool is_reader = m_access != Access::kReadWrite;
+    const bool wants_reader = access != Access::kReadWrite;
+    if (IsStale() || is_reader != wants_reader || path != m_strPath)
     {
         return false;
     }
-    if (m_bImmutable && !is_resting_wal(strPath))
+    if (m_bImmutable && !is_resting_wal(path))
     {
         return false; // a writer has come
     }
     if (m_access == Access::kReadWrite && sqlite3_db_readonly(Handle(), "main") == 1 &&
-        ::access(strPath.c_str(), W_OK) == 0)
+        ::access(path.c_str(), W_OK) == 0)
     {
         return false; // SQLite made a reader of it when one opening failed; the file can be written
     }
-    const std::optional<CFileId> id = file_id(strPath);
+    const std::optional<CFileId> id = file_id(path);
     return id && *id == m_id;
 }
 
@@ -189,19 +189,19 @@ void CConnection::ReadCatalogue()
 {
     const CStatementLease stmt = Take("select type,name,tbl_name,rootpage,sql from sqlite_master");
     BeginRead();
-    const bool bRow = Step(stmt.get());
+    const bool has_row = Step(stmt.get());
     NoticeOverwriting();
     if (m_nCatalogueVersion != m_nVersion)
     {
-        NoticeOtherCatalogue(stmt.get(), bRow);
+        NoticeOtherCatalogue(stmt.get(), has_row);
         m_nCatalogueVersion = m_nVersion;
     }
 }
 
 // False at the end of the result.
-bool CConnection::Step(sqlite3_stmt* pStmt)
+bool CConnection::Step(sqlite3_stmt* stmt)
 {
-    const int rc = sqlite3_step(pStmt);
+    const int rc = sqlite3_step(stmt);
     if (rc != SQLITE_ROW && rc != SQLITE_DONE)
     {
         throw LastFailure();
@@ -209,9 +209,9 @@ bool CConnection::Step(sqlite3_stmt* pStmt)
     return rc == SQLITE_ROW;
 }
 
-void CConnection::KeepRow(CRowBuffer& rows, sqlite3_stmt* pStmt)
+void CConnection::KeepRow(CRowBuffer& rows, sqlite3_stmt* stmt)
 {
-    if (!rows.Append(pStmt))
+    if (!rows.Append(stmt))
     {
         throw CSqliteFailure(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM));
     }
@@ -228,10 +228,10 @@ void CConnection::BeginRead()
 // the pieces behind it are to be seen as changes at the next look.
 void CConnection::NoticeChange()
 {
-    const unsigned nVersion = NoticedChanges();
-    if (!m_stamp || nVersion != m_nVersion)
+    const unsigned version = NoticedChanges();
+    if (!m_stamp || version != m_nVersion)
     {
-        Remember(nVersion);
+        Remember(version);
     }
     m_bServed = true;
 }
@@ -244,8 +244,8 @@ void CConnection::NoticeChange()
 // connection and nothing else.
 void CConnection::NoticeOverwriting()
 {
-    const unsigned nVersion = NoticedChanges();
-    if (m_stamp && nVersion == m_nVersion)
+    const unsigned version = NoticedChanges();
+    if (m_stamp && version == m_nVersion)
     {
         if (m_access == Access::kNoTouch || (m_bSettled && m_stamp == m_before))
         {
@@ -254,19 +254,19 @@ void CConnection::NoticeOverwriting()
         m_bMetDamage = true;
         throw CSqliteFailure(SQLITE_CORRUPT, "database file was written over");
     }
-    Remember(nVersion);
+    Remember(version);
 }
 
 // SQLite reads the catalogue again when a counter in the file's head has changed. A file that was
 // written over with another's bytes may have that counter, too, and other tables.
-void CConnection::NoticeOtherCatalogue(sqlite3_stmt* pStmt, bool bRow)
+void CConnection::NoticeOtherCatalogue(sqlite3_stmt* stmt, bool has_row)
 {
     CRowDigest found;
     CRowBuffer row;
-    for (; bRow; bRow = Step(pStmt))
+    for (; has_row; has_row = Step(stmt))
     {
-        row.Clear(static_cast<std::size_t>(sqlite3_column_count(pStmt)));
-        KeepRow(row, pStmt);
+        row.Clear(static_cast<size_t>(sqlite3_column_count(stmt)));
+        KeepRow(row, stmt);
         found.Add(row, 1);
     }
     if (m_catalogue && !(*m_catalogue == found) && m_access != Access::kNoTouch)
@@ -277,11 +277,11 @@ void CConnection::NoticeOtherCatalogue(sqlite3_stmt* pStmt, bool bRow)
     m_catalogue = found;
 }
 
-void CConnection::Remember(unsigned nVersion)
+void CConnection::Remember(unsigned version)
 {
     m_stamp = m_before;
     m_bSettled = m_bBeforeSettled;
-    m_nVersion = nVersion;
+    m_nVersion = version;
 }
 
 // A change of its own moves SQLite's count, too, and must not hide one that comes behind it. One
@@ -297,9 +297,9 @@ void CConnection::NoticeOwnChange()
 
 unsigned CConnection::NoticedChanges() const
 {
-    unsigned nVersion = 0;
-    sqlite3_file_control(Handle(), "main", SQLITE_FCNTL_DATA_VERSION, &nVersion);
-    return nVersion;
+    unsigned version = 0;
+    sqlite3_file_control(Handle(), "main", SQLITE_FCNTL_DATA_VERSION, &version);
+    return version;
 }
 
 bool CConnection::IsStale() const
@@ -314,10 +314,10 @@ CSqliteFailure CConnection::LastFailure()
     return failure;
 }
 
-CStatementLease CConnection::Take(const char* szSql)
+CStatementLease CConnection::Take(const char* sql)
 try
 {
-    return m_statements.Take(szSql);
+    return m_statements.Take(sql);
 }
 catch (const CSqliteFailure& failure)
 {
@@ -325,15 +325,15 @@ catch (const CSqliteFailure& failure)
     throw;
 }
 
-int CConnection::Exec(const char* szSql)
+int CConnection::Exec(const char* sql)
 {
     BeginRead();
-    const int nBefore = sqlite3_total_changes(Handle());
-    if (sqlite3_exec(Handle(), szSql, nullptr, nullptr, nullptr) != SQLITE_OK)
+    const int before = sqlite3_total_changes(Handle());
+    if (sqlite3_exec(Handle(), sql, nullptr, nullptr, nullptr) != SQLITE_OK)
     {
         throw LastFailure();
     }
-    if (sqlite3_total_changes(Handle()) == nBefore)
+    if (sqlite3_total_changes(Handle()) == before)
     {
         return 0; // whose count of changes would be that of the statement before it
     }

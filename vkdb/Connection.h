@@ -41,7 +41,7 @@ struct CFileId
 // Changes with everything that is done to a file.
 struct CFileStamp
 {
-    off_t nSize;
+    off_t size;
     struct timespec changed; // not "modified", which who copies a file may set back
 
     // True when whatever is done to the file after the tick, which was the kernel's when the stamp
@@ -51,7 +51,7 @@ struct CFileStamp
 
     bool operator==(const CFileStamp& other) const
     {
-        return nSize == other.nSize && changed.tv_sec == other.changed.tv_sec &&
+        return size == other.size && changed.tv_sec == other.changed.tv_sec &&
                changed.tv_nsec == other.changed.tv_nsec;
     }
 };
@@ -62,13 +62,13 @@ struct CFileStamp
 class CLockWait
 {
 public:
-    explicit CLockWait(int nMaxMs) : m_max(nMaxMs) {}
+    explicit CLockWait(int max_ms) : m_max(max_ms) {}
 
     // SQLite's busy handler for the connection; this object must outlive the handle.
-    void Attach(sqlite3* pDb) { sqlite3_busy_handler(pDb, &CLockWait::OnBusy, this); }
+    void Attach(sqlite3* db) { sqlite3_busy_handler(db, &CLockWait::OnBusy, this); }
 
 private:
-    static int OnBusy(void* pThis, int nCalls); // 0: give up
+    static int OnBusy(void* self, int calls); // 0: give up
 
     std::chrono::milliseconds m_max;
     std::chrono::steady_clock::time_point m_begin; // of the wait under way
@@ -78,15 +78,15 @@ class CConnection
 {
 public:
     // Opens the file, which must exist: none is ever created. Does not read it yet.
-    // nBusyMs: how long every later call waits for a lock of another process.
-    CConnection(const std::string& strPath, Access access, int nBusyMs);
+    // busy_ms: how long every later call waits for a lock of another process.
+    CConnection(const std::string& path, Access access, int busy_ms);
     CConnection(const CConnection&) = delete; // the handle points to its CLockWait
     CConnection& operator=(const CConnection&) = delete;
     ~CConnection() = default;
 
     // True when this connection can go on serving the path: it still leads to the same file,
     // and the access is enough. False also when the file is gone, or IsStale.
-    bool Serves(const std::string& strPath, Access access) const;
+    bool Serves(const std::string& path, Access access) const;
 
     // Reads the catalogue: fails when the file is no database or stays locked, and when it was
     // written over without SQLite since this connection read it last or has other tables, where
@@ -116,16 +116,16 @@ public:
 
     // A statement to read with, kept from an earlier query or compiled now; nothing when the text
     // holds none.
-    CStatementLease Take(const char* szSql);
+    CStatementLease Take(const char* sql);
 
     // The statement's next row; false at the end of the result.
-    bool Step(sqlite3_stmt* pStmt);
+    bool Step(sqlite3_stmt* stmt);
 
     // Copies the statement's row behind those that the buffer has.
-    static void KeepRow(CRowBuffer& rows, sqlite3_stmt* pStmt);
+    static void KeepRow(CRowBuffer& rows, sqlite3_stmt* stmt);
 
     // Runs the text to its end. The result is the number of rows that its last statement changed.
-    int Exec(const char* szSql);
+    int Exec(const char* sql);
 
     // Undoes a transaction that a caller began and did not end.
     void Rollback();
@@ -135,9 +135,9 @@ public:
 
 private:
     void NoticeOverwriting();
-    void NoticeOtherCatalogue(sqlite3_stmt* pStmt, bool bRow);
+    void NoticeOtherCatalogue(sqlite3_stmt* stmt, bool has_row);
     void NoticeOwnChange();
-    void Remember(unsigned nVersion);
+    void Remember(unsigned version);
     unsigned NoticedChanges() const;
     void NeverCheckpoint();
 

@@ -13,21 +13,21 @@ namespace
 
 constexpr int kShortRead = -2; // Open's mode; every other one reads and writes
 
-const char* text_or_empty(const char* szText)
+const char* text_or_empty(const char* text)
 {
-    return szText != nullptr ? szText : "";
+    return text != nullptr ? text : "";
 }
 
 // The column's position in the query's result; throws when the result lacks it.
-int column_of(CQuery& query, const char* szName)
+int column_of(CQuery& query, const char* name)
 {
-    const int iColumn = query.Names().Find(text_or_empty(szName));
-    if (iColumn < 0)
+    const int column = query.Names().Find(text_or_empty(name));
+    if (column < 0)
     {
-        const std::string strMessage = std::string("no such column: ") + text_or_empty(szName);
-        throw CppSQLite3Exception(SQLITE_ERROR, strMessage.c_str());
+        const std::string message = std::string("no such column: ") + text_or_empty(name);
+        throw CppSQLite3Exception(SQLITE_ERROR, message.c_str());
     }
-    return iColumn;
+    return column;
 }
 
 // Lets the connection find out whether it is stale.
@@ -44,8 +44,8 @@ void meet_damage(CConnection& conn)
 
 } // namespace
 
-CDatabase::CDatabase(std::string strPath, int nBusyMs, Policy policy)
-    : m_strPath(std::move(strPath)), m_nBusyMs(nBusyMs), m_policy(policy), m_strTarget(m_strPath),
+CDatabase::CDatabase(std::string path, int busy_ms, Policy policy)
+    : m_strPath(std::move(path)), m_nBusyMs(busy_ms), m_policy(policy), m_strTarget(m_strPath),
       m_access(AccessOf(0))
 {
     try
@@ -124,20 +124,20 @@ int CDatabase::Exec(const char* sql)
 int CDatabase::QryExec(const char* sql, int iqry)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    const int iPicked = PickIndex(iqry);
-    return iPicked < 0 ? -1 : StartQuery(iPicked, text_or_empty(sql));
+    const int picked = PickIndex(iqry);
+    return picked < 0 ? -1 : StartQuery(picked, text_or_empty(sql));
 }
 
-int CDatabase::StartQuery(int iqry, const char* szSql)
+int CDatabase::StartQuery(int iqry, const char* sql)
 {
-    CQuery& query = m_aQuery[static_cast<std::size_t>(iqry)];
+    CQuery& query = m_aQuery[static_cast<size_t>(iqry)];
     try
     {
         WithTries(
             [&]
             {
                 StayConnected();
-                query.Start(m_conn, szSql);
+                query.Start(m_conn, sql);
             });
     }
     catch (const CSqliteFailure& failure)
@@ -158,9 +158,9 @@ int CDatabase::PickIndex(int iqry) const
     {
         return iqry < kQueries ? iqry : -1;
     }
-    const auto* pFree = std::find_if(m_aQuery.begin(), m_aQuery.end(),
-                                     [](const CQuery& query) { return !query.IsOpen(); });
-    return pFree == m_aQuery.end() ? -1 : static_cast<int>(pFree - m_aQuery.begin());
+    const auto* unused = std::find_if(m_aQuery.begin(), m_aQuery.end(),
+                                      [](const CQuery& query) { return !query.IsOpen(); });
+    return unused == m_aQuery.end() ? -1 : static_cast<int>(unused - m_aQuery.begin());
 }
 
 // Null when no query is open under the index.
@@ -170,27 +170,27 @@ CQuery* CDatabase::OpenQuery(int iqry)
     {
         return nullptr;
     }
-    CQuery& query = m_aQuery[static_cast<std::size_t>(iqry)];
+    CQuery& query = m_aQuery[static_cast<size_t>(iqry)];
     return query.IsOpen() ? &query : nullptr;
 }
 
 bool CDatabase::QryEof(int iqry)
 {
-    const CQuery* pQuery = OpenQuery(iqry);
-    return pQuery == nullptr || pQuery->AtEnd();
+    const CQuery* query = OpenQuery(iqry);
+    return query == nullptr || query->AtEnd();
 }
 
 void CDatabase::QryNext(int iqry)
 {
-    CQuery* pQuery = OpenQuery(iqry);
-    if (pQuery == nullptr)
+    CQuery* query = OpenQuery(iqry);
+    if (query == nullptr)
     {
         return;
     }
     const std::lock_guard<std::mutex> lock(m_mutex);
     try
     {
-        pQuery->Next();
+        query->Next();
     }
     catch (const CSqliteFailure& failure)
     {
@@ -201,52 +201,52 @@ void CDatabase::QryNext(int iqry)
 void CDatabase::QryFree(int iqry)
 {
     const std::lock_guard<std::mutex> lock(m_mutex);
-    if (CQuery* pQuery = OpenQuery(iqry))
+    if (CQuery* query = OpenQuery(iqry))
     {
-        pQuery->End();
+        query->End();
     }
 }
 
 int CDatabase::QryFldCount(int iqry)
 {
-    CQuery* pQuery = OpenQuery(iqry);
-    return pQuery == nullptr ? 0 : pQuery->Names().Count();
+    CQuery* query = OpenQuery(iqry);
+    return query == nullptr ? 0 : query->Names().Count();
 }
 
-const char* CDatabase::QryFldName(int iqry, int iFld)
+const char* CDatabase::QryFldName(int iqry, int column)
 {
-    CQuery* pQuery = OpenQuery(iqry);
-    return pQuery == nullptr ? "" : pQuery->Names().Name(iFld);
+    CQuery* query = OpenQuery(iqry);
+    return query == nullptr ? "" : query->Names().Name(column);
 }
 
-int CDatabase::QryGetIntAt(int iqry, int iFld)
+int CDatabase::QryGetIntAt(int iqry, int column)
 {
-    const CQuery* pQuery = OpenQuery(iqry);
-    return pQuery == nullptr ? 0 : pQuery->Int(iFld);
+    const CQuery* query = OpenQuery(iqry);
+    return query == nullptr ? 0 : query->Int(column);
 }
 
 int CDatabase::QryGetInt(int iqry, const char* fld)
 {
-    CQuery* pQuery = OpenQuery(iqry);
-    return pQuery == nullptr ? 0 : pQuery->Int(column_of(*pQuery, fld));
+    CQuery* query = OpenQuery(iqry);
+    return query == nullptr ? 0 : query->Int(column_of(*query, fld));
 }
 
-const char* CDatabase::QryGetStrAt(int iqry, int iFld)
+const char* CDatabase::QryGetStrAt(int iqry, int column)
 {
-    const CQuery* pQuery = OpenQuery(iqry);
-    return pQuery == nullptr ? "" : pQuery->Text(iFld);
+    const CQuery* query = OpenQuery(iqry);
+    return query == nullptr ? "" : query->Text(column);
 }
 
 const char* CDatabase::QryGetStr(int iqry, const char* fld)
 {
-    CQuery* pQuery = OpenQuery(iqry);
-    return pQuery == nullptr ? "" : pQuery->Text(column_of(*pQuery, fld));
+    CQuery* query = OpenQuery(iqry);
+    return query == nullptr ? "" : query->Text(column_of(*query, fld));
 }
 
 // Does the work, and does it again at once while that may help.
 template <class Work> void CDatabase::WithTries(Work work)
 {
-    for (int nTry = 1; nTry < kTries; ++nTry)
+    for (int attempt = 1; attempt < kTries; ++attempt)
     {
         try
         {

@@ -43,7 +43,7 @@ public:
         kByMode,
         kNoTouch,
     };
-    CDatabase(std::string strPath, int nBusyMs, Policy policy = Policy::kByMode);
+    CDatabase(std::string path, int busy_ms, Policy policy = Policy::kByMode);
 
     bool Open(const char* path, int mode) override;
     int Close() override; // 0
@@ -55,10 +55,10 @@ public:
     void QryNext(int iqry) override;
     void QryFree(int iqry) override;
     int QryFldCount(int iqry) override;
-    const char* QryFldName(int iqry, int iFld) override;
-    int QryGetIntAt(int iqry, int iFld) override;
+    const char* QryFldName(int iqry, int column) override;
+    int QryGetIntAt(int iqry, int column) override;
     int QryGetInt(int iqry, const char* fld) override;
-    const char* QryGetStrAt(int iqry, int iFld) override;
+    const char* QryGetStrAt(int iqry, int column) override;
     const char* QryGetStr(int iqry, const char* fld) override;
 
 private:
@@ -70,7 +70,7 @@ private:
     void StayConnected();
     CQuery* OpenQuery(int iqry);
     int PickIndex(int iqry) const;
-    int StartQuery(int iqry, const char* szSql);
+    int StartQuery(int iqry, const char* sql);
 
     const std::string m_strPath;
     const int m_nBusyMs;

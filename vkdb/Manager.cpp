@@ -12,10 +12,10 @@ namespace vkdb
 namespace
 {
 
-bool is_missing(const char* szPath)
+bool is_missing(const char* path)
 {
     struct stat st = {};
-    return ::stat(szPath, &st) != 0 && (errno == ENOENT || errno == ENOTDIR);
+    return ::stat(path, &st) != 0 && (errno == ENOENT || errno == ENOTDIR);
 }
 
 } // namespace
@@ -26,7 +26,7 @@ DbDatabase* CManager::OpenDb(const char* path, int /*flags*/)
     {
         return nullptr;
     }
-    for (int nTry = 0; nTry < CDatabase::kTries; ++nTry)
+    for (int attempt = 0; attempt < CDatabase::kTries; ++attempt)
     {
         try
         {
@@ -39,9 +39,9 @@ DbDatabase* CManager::OpenDb(const char* path, int /*flags*/)
     return nullptr;
 }
 
-DbDatabase* CManager::Make(const char* szPath)
+DbDatabase* CManager::Make(const char* path)
 {
-    auto db = std::make_unique<CDatabase>(szPath, m_nBusyMs);
+    auto db = std::make_unique<CDatabase>(path, m_nBusyMs);
     const std::lock_guard<std::mutex> lock(m_mutex);
     m_vDatabase.push_back(std::move(db));
     return m_vDatabase.back().get();

@@ -21,7 +21,7 @@ constexpr int kBusyWaitMs = 3000;
 class CManager final : public DbManager
 {
 public:
-    explicit CManager(int nBusyMs = kBusyWaitMs) : m_nBusyMs(nBusyMs) {}
+    explicit CManager(int busy_ms = kBusyWaitMs) : m_nBusyMs(busy_ms) {}
     ~CManager() = default;
 
     // Null when there is no such file. The file is not read yet, and need not be one that can be
@@ -29,7 +29,7 @@ public:
     DbDatabase* OpenDb(const char* path, int flags) override;
 
 private:
-    DbDatabase* Make(const char* szPath);
+    DbDatabase* Make(const char* path);
 
     const int m_nBusyMs;
     std::mutex m_mutex; // guards m_vDatabase

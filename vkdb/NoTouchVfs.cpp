@@ -13,14 +13,14 @@ constexpr char kName[] = "vkdb-no-touch";
 
 sqlite3_vfs* g_real = nullptr; // set before the shim is registered, never changed
 
-int open_to_read(sqlite3_vfs*, const char* szName, sqlite3_file* pFile, int nFlags, int* pnFlags)
+int open_to_read(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* out_flags)
 {
-    if ((nFlags & (SQLITE_OPEN_WAL | SQLITE_OPEN_MAIN_JOURNAL)) != 0)
+    if ((flags & (SQLITE_OPEN_WAL | SQLITE_OPEN_MAIN_JOURNAL)) != 0)
     {
         // As a kind of journal that SQLite never gives another owner.
-        nFlags = SQLITE_OPEN_READONLY | SQLITE_OPEN_SUPER_JOURNAL;
+        flags = SQLITE_OPEN_READONLY | SQLITE_OPEN_SUPER_JOURNAL;
     }
-    return g_real->xOpen(g_real, szName, pFile, nFlags, pnFlags);
+    return g_real->xOpen(g_real, name, file, flags, out_flags);
 }
 
 int refuse_to_delete(sqlite3_vfs*, const char*, int)
@@ -48,8 +48,8 @@ bool register_shim()
 
 const char* no_touch_vfs()
 {
-    static const bool bRegistered = register_shim();
-    return bRegistered ? kName : nullptr;
+    static const bool is_registered = register_shim();
+    return is_registered ? kName : nullptr;
 }
 
 } // namespace vkdb

@@ -28,14 +28,14 @@ bool may_have_passed(const std::exception_ptr& failure)
 
 } // namespace
 
-void CQuery::Start(std::shared_ptr<CConnection> conn, const char* szSql)
+void CQuery::Start(std::shared_ptr<CConnection> conn, const char* sql)
 {
     End();
     m_conn = std::move(conn);
     m_owner = std::this_thread::get_id();
     try
     {
-        ReadFirst(szSql);
+        ReadFirst(sql);
     }
     catch (...)
     {
@@ -44,9 +44,9 @@ void CQuery::Start(std::shared_ptr<CConnection> conn, const char* szSql)
     }
 }
 
-void CQuery::ReadFirst(const char* szSql)
+void CQuery::ReadFirst(const char* sql)
 {
-    m_stmt = m_conn->Take(szSql);
+    m_stmt = m_conn->Take(sql);
     if (!m_stmt || sqlite3_column_count(m_stmt.get()) == 0)
     {
         throw CSqliteFailure(SQLITE_ERROR, "not a statement that returns rows");
@@ -54,10 +54,10 @@ void CQuery::ReadFirst(const char* szSql)
 
     // Names only after the first step: a table that changed since it was last read is noticed
     // there, and "select *" may have other columns afterwards.
-    const bool bRow = FirstStep();
+    const bool has_row = FirstStep();
     m_names = m_stmt.Names();
-    m_rows.Clear(static_cast<std::size_t>(m_names.Count()));
-    if (!bRow)
+    m_rows.Clear(static_cast<size_t>(m_names.Count()));
+    if (!has_row)
     {
         m_stmt.reset();
         return;
@@ -79,9 +79,9 @@ void CQuery::Next()
         {
             m_gone.Add(m_rows, m_rows.Rows());
             m_iRow = 0;
-            m_rows.Clear(static_cast<std::size_t>(m_names.Count()));
+            m_rows.Clear(static_cast<size_t>(m_names.Count()));
         }
-        ReadRows(std::numeric_limits<std::size_t>::max(), kReadAheadBytes);
+        ReadRows(std::numeric_limits<size_t>::max(), kReadAheadBytes);
     }
     if (AtEnd() && m_failure)
     {
@@ -101,20 +101,20 @@ void CQuery::End()
 }
 
 // Throws nothing: a failure stays behind the rows that came before it.
-void CQuery::ReadRows(std::size_t nMaxRows, std::size_t nMaxBytes)
+void CQuery::ReadRows(size_t max_rows, size_t max_bytes)
 {
     try
     {
-        Fill(m_rows, nMaxRows, nMaxBytes);
+        Fill(m_rows, max_rows, max_bytes);
         return;
     }
     catch (...)
     {
         m_failure = std::current_exception();
     }
-    for (int nTry = 1; nTry < kReadTries && may_have_passed(m_failure); ++nTry)
+    for (int attempt = 1; attempt < kReadTries && may_have_passed(m_failure); ++attempt)
     {
-        if (ReadAgain(nMaxRows, nMaxBytes))
+        if (ReadAgain(max_rows, max_bytes))
         {
             m_failure = nullptr;
             return;
@@ -125,24 +125,24 @@ void CQuery::ReadRows(std::size_t nMaxRows, std::size_t nMaxBytes)
 
 // Runs the statement from its beginning and reads what the caller has not seen. False when that
 // failed, or when he has seen other rows than there are now: the rows read before stay then.
-bool CQuery::ReadAgain(std::size_t nMaxRows, std::size_t nMaxBytes)
+bool CQuery::ReadAgain(size_t max_rows, size_t max_bytes)
 {
     try
     {
         CRowDigest seen = m_gone;
         seen.Add(m_rows, m_iRow);
         sqlite3_reset(m_stmt.get()); // gives the failure once more
-        bool bRow = FirstStep();
-        if ((bRow && !m_names.AreThoseOf(m_stmt.get())) || !SkipSeen(seen, bRow))
+        bool has_row = FirstStep();
+        if ((has_row && !m_names.AreThoseOf(m_stmt.get())) || !SkipSeen(seen, has_row))
         {
             return false;
         }
         CRowBuffer unseen;
-        unseen.Clear(static_cast<std::size_t>(m_names.Count()));
-        if (bRow)
+        unseen.Clear(static_cast<size_t>(m_names.Count()));
+        if (has_row)
         {
             CConnection::KeepRow(unseen, m_stmt.get());
-            Fill(unseen, nMaxRows, nMaxBytes);
+            Fill(unseen, max_rows, max_bytes);
         }
         else
         {
@@ -159,24 +159,24 @@ bool CQuery::ReadAgain(std::size_t nMaxRows, std::size_t nMaxBytes)
     }
 }
 
-// Steps from the first row to the one that the caller has not seen; bRow: there is a current one.
-// False when the rows before it are others than those that he has seen.
-bool CQuery::SkipSeen(const CRowDigest& seen, bool& bRow)
+// Steps from the first row to the one that the caller has not seen; has_row: there is a current
+// one. False when the rows before it are others than those that he has seen.
+bool CQuery::SkipSeen(const CRowDigest& seen, bool& has_row)
 {
     CRowDigest found;
     CRowBuffer row;
-    for (; bRow && found.Rows() < seen.Rows(); bRow = m_conn->Step(m_stmt.get()))
+    for (; has_row && found.Rows() < seen.Rows(); has_row = m_conn->Step(m_stmt.get()))
     {
-        row.Clear(static_cast<std::size_t>(m_names.Count()));
+        row.Clear(static_cast<size_t>(m_names.Count()));
         CConnection::KeepRow(row, m_stmt.get());
         found.Add(row, 1);
     }
     return found == seen;
 }
 
-void CQuery::Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes)
+void CQuery::Fill(CRowBuffer& rows, size_t max_rows, size_t max_bytes)
 {
-    while (rows.Rows() < nMaxRows && rows.Bytes() < nMaxBytes)
+    while (rows.Rows() < max_rows && rows.Bytes() < max_bytes)
     {
         if (!m_conn->Step(m_stmt.get()))
         {
@@ -191,24 +191,24 @@ void CQuery::Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes)
 bool CQuery::FirstStep()
 {
     m_conn->BeginRead();
-    const bool bRow = m_conn->Step(m_stmt.get());
+    const bool has_row = m_conn->Step(m_stmt.get());
     m_conn->NoticeChange();
-    return bRow;
+    return has_row;
 }
 
-bool CQuery::HasCell(int iColumn) const
+bool CQuery::HasCell(int column) const
 {
-    return iColumn >= 0 && iColumn < m_names.Count() && !AtEnd();
+    return column >= 0 && column < m_names.Count() && !AtEnd();
 }
 
-int CQuery::Int(int iColumn) const
+int CQuery::Int(int column) const
 {
-    return HasCell(iColumn) ? m_rows.Int(m_iRow, static_cast<std::size_t>(iColumn)) : 0;
+    return HasCell(column) ? m_rows.Int(m_iRow, static_cast<size_t>(column)) : 0;
 }
 
-const char* CQuery::Text(int iColumn) const
+const char* CQuery::Text(int column) const
 {
-    return HasCell(iColumn) ? m_rows.Text(m_iRow, static_cast<std::size_t>(iColumn)) : "";
+    return HasCell(column) ? m_rows.Text(m_iRow, static_cast<size_t>(column)) : "";
 }
 
 } // namespace vkdb

@@ -35,13 +35,13 @@ class CQuery
 public:
     // What Start reads at least at once, if there are as many rows: little, since some callers
     // want the first row of a long result and no more.
-    static constexpr std::size_t kFirstRows = 64;
-    static constexpr std::size_t kFirstBytes = 64 * 1024;
-    static constexpr std::size_t kReadAheadBytes = 4 * 1024 * 1024;
+    static constexpr size_t kFirstRows = 64;
+    static constexpr size_t kFirstBytes = 64 * 1024;
+    static constexpr size_t kReadAheadBytes = 4 * 1024 * 1024;
     static constexpr int kReadTries = 3; // of rows that follow the first
 
     // Runs a statement that returns rows, up to its first row. On failure the query is not open.
-    void Start(std::shared_ptr<CConnection> conn, const char* szSql);
+    void Start(std::shared_ptr<CConnection> conn, const char* sql);
 
     // Steps to the next row. Harmless past the last one.
     void Next();
@@ -58,16 +58,16 @@ public:
     CColumnNames& Names() { return m_names; }
 
     // The current row's cell; 0 and the empty text when there is no such row or column.
-    int Int(int iColumn) const;
-    const char* Text(int iColumn) const;
+    int Int(int column) const;
+    const char* Text(int column) const;
 
 private:
-    bool HasCell(int iColumn) const;
-    void ReadFirst(const char* szSql);
-    void ReadRows(std::size_t nMaxRows, std::size_t nMaxBytes);
-    bool ReadAgain(std::size_t nMaxRows, std::size_t nMaxBytes);
-    bool SkipSeen(const CRowDigest& seen, bool& bRow);
-    void Fill(CRowBuffer& rows, std::size_t nMaxRows, std::size_t nMaxBytes);
+    bool HasCell(int column) const;
+    void ReadFirst(const char* sql);
+    void ReadRows(size_t max_rows, size_t max_bytes);
+    bool ReadAgain(size_t max_rows, size_t max_bytes);
+    bool SkipSeen(const CRowDigest& seen, bool& has_row);
+    void Fill(CRowBuffer& rows, size_t max_rows, size_t max_bytes);
     bool FirstStep();
 
     std::shared_ptr<CConnection> m_conn; // null when the query is not open
@@ -75,7 +75,7 @@ private:
     CColumnNames m_names;
     CRowDigest m_gone;            // the rows before those of m_rows
     CRowBuffer m_rows;            // read and kept
-    std::size_t m_iRow = 0;       // the current row, in m_rows
+    size_t m_iRow = 0;            // the current row, in m_rows
     std::exception_ptr m_failure; // of the row behind m_rows; null: none so far
     std::thread::id m_owner;
 };

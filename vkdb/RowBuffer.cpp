@@ -11,66 +11,66 @@ namespace vkdb
 namespace
 {
 
-constexpr std::size_t kKeptBytes = 64 * 1024;
+constexpr size_t kKeptBytes = 64 * 1024;
 
 } // namespace
 
-void CRowBuffer::Clear(std::size_t nColumns) noexcept
+void CRowBuffer::Clear(size_t column_count) noexcept
 {
     if (m_vText.capacity() + m_vCell.capacity() * sizeof(CCell) > kKeptBytes)
     {
         std::vector<CCell>().swap(m_vCell);
         std::vector<char>().swap(m_vText);
     }
-    m_nColumns = nColumns;
+    m_nColumns = column_count;
     m_vCell.clear();
     m_vText.clear();
 }
 
-bool CRowBuffer::Append(sqlite3_stmt* pStmt)
+bool CRowBuffer::Append(sqlite3_stmt* stmt)
 {
     for (int i = 0; i < static_cast<int>(m_nColumns); ++i)
     {
-        const int nType = sqlite3_column_type(pStmt, i);
-        const int nValue = sqlite3_column_int(pStmt, i);
-        std::size_t iText = kEmpty;
-        if (nType == SQLITE_INTEGER)
+        const int type = sqlite3_column_type(stmt, i);
+        const int value = sqlite3_column_int(stmt, i);
+        size_t text_at = kEmpty;
+        if (type == SQLITE_INTEGER)
         {
-            iText = AddInteger(sqlite3_column_int64(pStmt, i));
+            text_at = AddInteger(sqlite3_column_int64(stmt, i));
         }
-        else if (nType != SQLITE_NULL)
+        else if (type != SQLITE_NULL)
         {
-            const void* pText = sqlite3_column_text(pStmt, i);
-            if (pText == nullptr && sqlite3_errcode(sqlite3_db_handle(pStmt)) == SQLITE_NOMEM)
+            const void* raw = sqlite3_column_text(stmt, i);
+            if (raw == nullptr && sqlite3_errcode(sqlite3_db_handle(stmt)) == SQLITE_NOMEM)
             {
                 return false;
             }
-            const char* szText = pText != nullptr ? static_cast<const char*>(pText) : "";
-            iText = AddText(szText, szText + std::strlen(szText));
+            const char* text = raw != nullptr ? static_cast<const char*>(raw) : "";
+            text_at = AddText(text, text + std::strlen(text));
         }
-        m_vCell.push_back({iText, nValue});
+        m_vCell.push_back({text_at, value});
     }
     return true;
 }
 
-std::size_t CRowBuffer::AddText(const char* pBegin, const char* pEnd)
+size_t CRowBuffer::AddText(const char* begin, const char* end)
 {
-    if (pBegin == pEnd)
+    if (begin == end)
     {
         return kEmpty;
     }
-    const std::size_t iText = m_vText.size();
-    m_vText.insert(m_vText.end(), pBegin, pEnd);
+    const size_t text_at = m_vText.size();
+    m_vText.insert(m_vText.end(), begin, end);
     m_vText.push_back('\0');
-    return iText;
+    return text_at;
 }
 
 // What SQLite's own conversion gives, without its allocation.
-std::size_t CRowBuffer::AddInteger(sqlite3_int64 nValue)
+size_t CRowBuffer::AddInteger(sqlite3_int64 value)
 {
-    std::array<char, 24> aDigits = {};
-    const auto end = std::to_chars(aDigits.data(), aDigits.data() + aDigits.size(), nValue);
-    return AddText(aDigits.data(), end.ptr);
+    std::array<char, 24> digits = {};
+    const auto end = std::to_chars(digits.data(), digits.data() + digits.size(), value);
+    return AddText(digits.data(), end.ptr);
 }
 
 } // namespace vkdb

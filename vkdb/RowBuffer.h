@@ -17,47 +17,47 @@ namespace vkdb
 class CRowBuffer
 {
 public:
-    // Empties the buffer for rows of nColumns columns; keeps a moderate amount of memory. Needs
+    // Empties the buffer for rows of column_count columns; keeps a moderate amount of memory. Needs
     // none: a query can be freed when there is no more.
-    void Clear(std::size_t nColumns) noexcept;
+    void Clear(size_t column_count) noexcept;
 
     // Copies the statement's current row. False when memory ran out while SQLite converted it,
     // std::bad_alloc when it ran out here: the rows before it are whole, none can follow.
-    bool Append(sqlite3_stmt* pStmt);
+    bool Append(sqlite3_stmt* stmt);
 
-    std::size_t Columns() const { return m_nColumns; }
+    size_t Columns() const { return m_nColumns; }
 
     // A row of which only a part was copied does not count.
-    std::size_t Rows() const { return m_nColumns == 0 ? 0 : m_vCell.size() / m_nColumns; }
+    size_t Rows() const { return m_nColumns == 0 ? 0 : m_vCell.size() / m_nColumns; }
 
     // Memory that the rows take, in bytes.
-    std::size_t Bytes() const { return m_vText.size() + m_vCell.size() * sizeof(CCell); }
+    size_t Bytes() const { return m_vText.size() + m_vCell.size() * sizeof(CCell); }
 
     // The row and the column must exist.
-    int Int(std::size_t iRow, std::size_t iColumn) const { return Cell(iRow, iColumn).nValue; }
-    const char* Text(std::size_t iRow, std::size_t iColumn) const
+    int Int(size_t row, size_t column) const { return Cell(row, column).value; }
+    const char* Text(size_t row, size_t column) const
     {
-        const std::size_t iText = Cell(iRow, iColumn).iText;
-        return iText == kEmpty ? "" : &m_vText[iText];
+        const size_t text_at = Cell(row, column).text_at;
+        return text_at == kEmpty ? "" : &m_vText[text_at];
     }
 
 private:
-    static constexpr std::size_t kEmpty = SIZE_MAX;
+    static constexpr size_t kEmpty = SIZE_MAX;
 
     struct CCell
     {
-        std::size_t iText; // where its text begins in m_vText; kEmpty: nowhere
-        int nValue;
+        size_t text_at; // where its text begins in m_vText; kEmpty: nowhere
+        int value;
     };
 
-    const CCell& Cell(std::size_t iRow, std::size_t iColumn) const
+    const CCell& Cell(size_t row, size_t column) const
     {
-        return m_vCell[iRow * m_nColumns + iColumn];
+        return m_vCell[row * m_nColumns + column];
     }
-    std::size_t AddText(const char* pBegin, const char* pEnd);
-    std::size_t AddInteger(sqlite3_int64 nValue);
+    size_t AddText(const char* begin, const char* end);
+    size_t AddInteger(sqlite3_int64 value);
 
-    std::size_t m_nColumns = 0;
+    size_t m_nColumns = 0;
     std::vector<CCell> m_vCell; // row after row
     std::vector<char> m_vText;  // the texts, each with its NUL
 };

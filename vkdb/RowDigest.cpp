@@ -7,19 +7,19 @@
 namespace vkdb
 {
 
-void CRowDigest::Add(const CRowBuffer& rows, std::size_t nRows)
+void CRowDigest::Add(const CRowBuffer& rows, size_t row_count)
 {
-    constexpr std::size_t kFactor = 0x9e3779b1U; // odd: loses nothing
-    for (std::size_t iRow = 0; iRow < nRows; ++iRow)
+    constexpr size_t kFactor = 0x9e3779b1U; // odd: loses nothing
+    for (size_t row = 0; row < row_count; ++row)
     {
-        for (std::size_t iColumn = 0; iColumn < rows.Columns(); ++iColumn)
+        for (size_t column = 0; column < rows.Columns(); ++column)
         {
-            const std::string_view text = rows.Text(iRow, iColumn);
+            const std::string_view text = rows.Text(row, column);
             m_nHash = m_nHash * kFactor + std::hash<std::string_view>()(text);
-            m_nHash = m_nHash * kFactor + static_cast<std::size_t>(rows.Int(iRow, iColumn));
+            m_nHash = m_nHash * kFactor + static_cast<size_t>(rows.Int(row, column));
         }
     }
-    m_nRows += nRows;
+    m_nRows += row_count;
 }
 
 } // namespace vkdb

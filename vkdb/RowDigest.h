@@ -14,10 +14,10 @@ namespace vkdb
 class CRowDigest
 {
 public:
-    // Appends the first nRows rows of the buffer to the sequence; it must have them.
-    void Add(const CRowBuffer& rows, std::size_t nRows);
+    // Appends the first row_count rows of the buffer to the sequence; it must have them.
+    void Add(const CRowBuffer& rows, size_t row_count);
 
-    std::size_t Rows() const { return m_nRows; }
+    size_t Rows() const { return m_nRows; }
 
     bool operator==(const CRowDigest& other) const
     {
@@ -25,8 +25,8 @@ public:
     }
 
 private:
-    std::size_t m_nRows = 0;
-    std::size_t m_nHash = 0;
+    size_t m_nRows = 0;
+    size_t m_nHash = 0;
 };
 
 } // namespace vkdb

@@ -18,13 +18,13 @@ namespace vkdb
 
 struct CFinalize
 {
-    void operator()(sqlite3_stmt* pStmt) const { sqlite3_finalize(pStmt); }
+    void operator()(sqlite3_stmt* stmt) const { sqlite3_finalize(stmt); }
 };
 using CStatement = std::unique_ptr<sqlite3_stmt, CFinalize>;
 
 struct CCloseHandle
 {
-    void operator()(sqlite3* pDb) const { sqlite3_close(pDb); }
+    void operator()(sqlite3* db) const { sqlite3_close(db); }
 };
 using CHandle = std::unique_ptr<sqlite3, CCloseHandle>;
 
@@ -32,15 +32,15 @@ using CHandle = std::unique_ptr<sqlite3, CCloseHandle>;
 class CSqliteFailure
 {
 public:
-    CSqliteFailure(int nExtended, std::string strMessage)
-        : m_nExtended(nExtended), m_strMessage(std::move(strMessage))
+    CSqliteFailure(int extended, std::string message)
+        : m_nExtended(extended), m_strMessage(std::move(message))
     {
     }
 
     // The last error of a connection; taken at once, the next call on it may replace the text.
-    static CSqliteFailure Of(sqlite3* pDb)
+    static CSqliteFailure Of(sqlite3* db)
     {
-        return {sqlite3_extended_errcode(pDb), sqlite3_errmsg(pDb)};
+        return {sqlite3_extended_errcode(db), sqlite3_errmsg(db)};
     }
 
     // The plain result code, without SQLite's finer distinctions.
@@ -49,17 +49,17 @@ public:
     // True for an obstacle that goes away by itself, as another process ends its work.
     bool IsPassing() const
     {
-        const int nCode = Code();
-        return nCode == SQLITE_BUSY || nCode == SQLITE_LOCKED || nCode == SQLITE_PROTOCOL ||
-               nCode == SQLITE_SCHEMA;
+        const int code = Code();
+        return code == SQLITE_BUSY || code == SQLITE_LOCKED || code == SQLITE_PROTOCOL ||
+               code == SQLITE_SCHEMA;
     }
 
     // True for a failure of the machine in a single call, which the next one may not meet: a read
     // error, no memory, no descriptor.
     bool IsAccident() const
     {
-        const int nCode = Code();
-        return nCode == SQLITE_IOERR || nCode == SQLITE_NOMEM || nCode == SQLITE_CANTOPEN;
+        const int code = Code();
+        return code == SQLITE_IOERR || code == SQLITE_NOMEM || code == SQLITE_CANTOPEN;
     }
 
     // True when what was read is no sound database. That may be the file, or the memory of a

@@ -16,28 +16,28 @@ constexpr char kParameter[] = "?1";
 
 // A "pragma" or an "explain" may hold what it tells since it was compiled, so only a "select" is
 // kept; and none that is long.
-bool may_be_kept(const char* szSql)
+bool may_be_kept(const char* sql)
 {
-    return sqlite3_strnicmp(szSql, "select", 6) == 0 &&
-           std::strlen(szSql) <= CStatementCache::kTextBytes;
+    return sqlite3_strnicmp(sql, "select", 6) == 0 &&
+           std::strlen(sql) <= CStatementCache::kTextBytes;
 }
 
-int times_reprepared(sqlite3_stmt* pStmt)
+int times_reprepared(sqlite3_stmt* stmt)
 {
-    return sqlite3_stmt_status(pStmt, SQLITE_STMTSTATUS_REPREPARE, 0);
+    return sqlite3_stmt_status(stmt, SQLITE_STMTSTATUS_REPREPARE, 0);
 }
 
 // Measured once, and again when SQLite has compiled it anew: that takes as long as running it.
 bool is_small(CCompiled& compiled)
 {
     constexpr int kKeepCount = 0;
-    if (!compiled.bMeasured)
+    if (!compiled.is_measured)
     {
-        compiled.bMeasured = true;
-        compiled.bKeep = sqlite3_stmt_status(compiled.stmt.get(), SQLITE_STMTSTATUS_MEMUSED,
-                                             kKeepCount) <= CStatementCache::kStatementBytes;
+        compiled.is_measured = true;
+        compiled.keep = sqlite3_stmt_status(compiled.stmt.get(), SQLITE_STMTSTATUS_MEMUSED,
+                                            kKeepCount) <= CStatementCache::kStatementBytes;
     }
-    return compiled.bKeep;
+    return compiled.keep;
 }
 
 } // namespace
@@ -64,78 +64,78 @@ void CStatementLease::reset()
 const CColumnNames& CStatementLease::Names()
 {
     CCompiled& compiled = *m_compiled;
-    const int nReprepared = times_reprepared(compiled.stmt.get());
-    if (nReprepared != compiled.nReprepared)
+    const int reprepared = times_reprepared(compiled.stmt.get());
+    if (reprepared != compiled.reprepared)
     {
-        compiled.bMeasured = false;
+        compiled.is_measured = false;
         if (!compiled.names.Load(compiled.stmt.get())) // a value without its name is no value
         {
-            compiled.bKeep = false;
+            compiled.keep = false;
             throw CSqliteFailure(SQLITE_NOMEM, sqlite3_errstr(SQLITE_NOMEM));
         }
-        compiled.nReprepared = nReprepared;
+        compiled.reprepared = reprepared;
     }
     return compiled.names;
 }
 
-CStatementCache::CStatementCache(sqlite3* pDb) : m_pDb(pDb)
+CStatementCache::CStatementCache(sqlite3* db) : m_pDb(db)
 {
     m_vKept.reserve(kStatements + 1); // giving back takes no memory
 }
 
-CStatementLease CStatementCache::Take(const char* szSql)
+CStatementLease CStatementCache::Take(const char* sql)
 {
-    const std::size_t nLength = std::strlen(szSql);
-    if (nLength > kTextBytes)
+    const size_t length = std::strlen(sql);
+    if (length > kTextBytes)
     {
-        return Compile(szSql);
+        return Compile(sql);
     }
-    m_strText.assign(szSql, nLength);
+    m_strText.assign(sql, length);
     if (const auto integer = bindable_integer(m_strText))
     {
-        m_strText.replace(integer->nBegin, integer->nEnd - integer->nBegin, kParameter);
-        CStatementLease bound = TakeBound(integer->nValue);
-        return bound ? std::move(bound) : Compile(szSql);
+        m_strText.replace(integer->begin, integer->end - integer->begin, kParameter);
+        CStatementLease bound = TakeBound(integer->value);
+        return bound ? std::move(bound) : Compile(sql);
     }
     if (auto kept = FindKept())
     {
         return {*this, std::move(kept)};
     }
-    return Compile(szSql);
+    return Compile(sql);
 }
 
 // Of m_strText. Nothing when it cannot be compiled: the text as it stands has the error to tell.
-CStatementLease CStatementCache::TakeBound(int nValue)
+CStatementLease CStatementCache::TakeBound(int value)
 {
     auto compiled = FindKept();
     if (!compiled)
     {
         compiled = std::make_unique<CCompiled>();
-        compiled->strText = m_strText;
-        sqlite3_stmt* pRaw = nullptr;
-        sqlite3_prepare_v3(m_pDb, m_strText.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &pRaw, nullptr);
-        compiled->stmt.reset(pRaw);
+        compiled->text = m_strText;
+        sqlite3_stmt* raw = nullptr;
+        sqlite3_prepare_v3(m_pDb, m_strText.c_str(), -1, SQLITE_PREPARE_PERSISTENT, &raw, nullptr);
+        compiled->stmt.reset(raw);
     }
-    if (!compiled->stmt || sqlite3_bind_int(compiled->stmt.get(), 1, nValue) != SQLITE_OK)
+    if (!compiled->stmt || sqlite3_bind_int(compiled->stmt.get(), 1, value) != SQLITE_OK)
     {
         return {};
     }
     return {*this, std::move(compiled)};
 }
 
-CStatementLease CStatementCache::Compile(const char* szSql)
+CStatementLease CStatementCache::Compile(const char* sql)
 {
-    const bool bKeep = may_be_kept(szSql);
+    const bool keep = may_be_kept(sql);
     auto compiled = std::make_unique<CCompiled>();
-    compiled->strText = bKeep ? szSql : "";
-    compiled->bKeep = bKeep;
-    sqlite3_stmt* pRaw = nullptr;
-    const unsigned nFlags = bKeep ? SQLITE_PREPARE_PERSISTENT : 0;
-    if (sqlite3_prepare_v3(m_pDb, szSql, -1, nFlags, &pRaw, nullptr) != SQLITE_OK)
+    compiled->text = keep ? sql : "";
+    compiled->keep = keep;
+    sqlite3_stmt* raw = nullptr;
+    const unsigned flags = keep ? SQLITE_PREPARE_PERSISTENT : 0;
+    if (sqlite3_prepare_v3(m_pDb, sql, -1, flags, &raw, nullptr) != SQLITE_OK)
     {
         throw CSqliteFailure::Of(m_pDb);
     }
-    compiled->stmt.reset(pRaw);
+    compiled->stmt.reset(raw);
     return {*this, std::move(compiled)};
 }
 
@@ -144,7 +144,7 @@ std::unique_ptr<CCompiled> CStatementCache::FindKept()
 {
     const auto found = std::find_if(m_vKept.rbegin(), m_vKept.rend(),
                                     [this](const std::unique_ptr<CCompiled>& kept)
-                                    { return kept->strText == m_strText; });
+                                    { return kept->text == m_strText; });
     if (found == m_vKept.rend())
     {
         return nullptr;
@@ -156,13 +156,13 @@ std::unique_ptr<CCompiled> CStatementCache::FindKept()
 
 void CStatementCache::GiveBack(std::unique_ptr<CCompiled> compiled)
 {
-    sqlite3_stmt* const pStmt = compiled->stmt.get();
-    const bool bSound = pStmt != nullptr && sqlite3_reset(pStmt) == SQLITE_OK;
-    if (!bSound || !compiled->bKeep || !is_small(*compiled))
+    sqlite3_stmt* const stmt = compiled->stmt.get();
+    const bool is_sound = stmt != nullptr && sqlite3_reset(stmt) == SQLITE_OK;
+    if (!is_sound || !compiled->keep || !is_small(*compiled))
     {
         return;
     }
-    sqlite3_clear_bindings(pStmt);
+    sqlite3_clear_bindings(stmt);
     m_vKept.push_back(std::move(compiled));
     if (m_vKept.size() > kStatements)
     {

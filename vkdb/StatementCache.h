@@ -28,12 +28,12 @@ class CStatementCache;
 // A compiled statement, from one query to the next.
 struct CCompiled
 {
-    std::string strText; // with the parameter
+    std::string text; // with the parameter
     CStatement stmt;
-    CColumnNames names;   // none before the first run
-    int nReprepared = -1; // how often SQLite had compiled it anew when the names were read
-    bool bMeasured = false;
-    bool bKeep = true;
+    CColumnNames names;  // none before the first run
+    int reprepared = -1; // how often SQLite had compiled it anew when the names were read
+    bool is_measured = false;
+    bool keep = true;
 };
 
 // A statement on loan; goes back at the latest with this object, which must not outlive the cache.
@@ -71,22 +71,22 @@ private:
 class CStatementCache
 {
 public:
-    static constexpr std::size_t kStatements = 32;
-    static constexpr std::size_t kTextBytes = 1000;
+    static constexpr size_t kStatements = 32;
+    static constexpr size_t kTextBytes = 1000;
     static constexpr int kStatementBytes = 64 * 1024;
 
-    explicit CStatementCache(sqlite3* pDb);
+    explicit CStatementCache(sqlite3* db);
 
     // The first statement of the text, ready to run; nothing when the text holds none.
-    CStatementLease Take(const char* szSql);
+    CStatementLease Take(const char* sql);
 
-    std::size_t Kept() const { return m_vKept.size(); }
+    size_t Kept() const { return m_vKept.size(); }
 
 private:
     friend class CStatementLease;
 
-    CStatementLease TakeBound(int nValue);
-    CStatementLease Compile(const char* szSql);
+    CStatementLease TakeBound(int value);
+    CStatementLease Compile(const char* sql);
     std::unique_ptr<CCompiled> FindKept();
     void GiveBack(std::unique_ptr<CCompiled> compiled);
 

@@ -10,22 +10,22 @@ namespace
 {
 
 // The text with the integer that may be bound in braces; the text as it is when there is none.
-std::string marked(std::string strText)
+std::string marked(std::string text)
 {
-    if (const auto integer = bindable_integer(strText))
+    if (const auto integer = bindable_integer(text))
     {
-        const std::size_t nBytes = integer->nEnd - integer->nBegin;
-        EXPECT_EQ(strText.substr(integer->nBegin, nBytes), std::to_string(integer->nValue));
-        strText.insert(integer->nEnd, "}").insert(integer->nBegin, "{");
+        const size_t byte_count = integer->end - integer->begin;
+        EXPECT_EQ(text.substr(integer->begin, byte_count), std::to_string(integer->value));
+        text.insert(integer->end, "}").insert(integer->begin, "{");
     }
-    return strText;
+    return text;
 }
 
 void expect_unbound(const std::vector<std::string>& texts)
 {
-    for (const std::string& strText : texts)
+    for (const std::string& text : texts)
     {
-        EXPECT_EQ(marked(strText), strText);
+        EXPECT_EQ(marked(text), text);
     }
 }
 

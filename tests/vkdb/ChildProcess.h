@@ -21,9 +21,9 @@ template <class Work> int run_in_child(Work&& work)
     {
         ::_exit(work());
     }
-    int nStatus = -1;
-    ::waitpid(pid, &nStatus, 0);
-    return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
+    int status = -1;
+    ::waitpid(pid, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
 }
 
 // A child process that repeats one piece of work, without a pause, until it is told to stop.
@@ -51,27 +51,27 @@ public:
     CBusyChild& operator=(const CBusyChild&) = delete;
 
     // How often the work has been done so far.
-    int Done() const { return m_pShared->nDone; }
+    int Done() const { return m_pShared->done; }
 
     // True while the child is at work: false when an exception ended it.
-    bool IsAtWork() const { return !m_pShared->bEnded; }
+    bool IsAtWork() const { return !m_pShared->has_ended; }
 
     // Lets the child finish its piece of work and end. The result is its exit status.
     int Stop()
     {
-        m_pShared->bStop = true;
-        int nStatus = -1;
-        ::waitpid(m_pid, &nStatus, 0);
+        m_pShared->is_to_stop = true;
+        int status = -1;
+        ::waitpid(m_pid, &status, 0);
         m_pid = -1;
-        return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : -1;
+        return WIFEXITED(status) ? WEXITSTATUS(status) : -1;
     }
 
 private:
     struct Shared // between the two processes
     {
-        std::atomic<int> nDone{0};
-        std::atomic<bool> bStop{false};
-        std::atomic<bool> bEnded{false};
+        std::atomic<int> done{0};
+        std::atomic<bool> is_to_stop{false};
+        std::atomic<bool> has_ended{false};
     };
 
     static void* map_shared()
@@ -87,22 +87,22 @@ private:
 
     template <class Work> int Repeat(Work& work)
     {
-        int nStatus = 0;
+        int status = 0;
         try
         {
-            while (!m_pShared->bStop)
+            while (!m_pShared->is_to_stop)
             {
-                work(m_pShared->nDone + 1);
-                ++m_pShared->nDone;
+                work(m_pShared->done + 1);
+                ++m_pShared->done;
             }
         }
         catch (const std::exception& e)
         {
             ::dprintf(STDERR_FILENO, "child: %s\n", e.what());
-            nStatus = 1;
+            status = 1;
         }
-        m_pShared->bEnded = true;
-        return nStatus;
+        m_pShared->has_ended = true;
+        return status;
     }
 
     Shared* m_pShared;

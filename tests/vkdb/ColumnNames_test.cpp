@@ -10,12 +10,12 @@ namespace
 class ColumnNamesTest : public testing::Test
 {
 protected:
-    void Load(const std::string& strSql)
+    void Load(const std::string& sql)
     {
-        sqlite3_stmt* pStmt = nullptr;
-        ASSERT_EQ(sqlite3_prepare_v2(m_memory.Handle(), strSql.c_str(), -1, &pStmt, nullptr), 0);
-        names.Load(pStmt);
-        sqlite3_finalize(pStmt);
+        sqlite3_stmt* stmt = nullptr;
+        ASSERT_EQ(sqlite3_prepare_v2(m_memory.Handle(), sql.c_str(), -1, &stmt, nullptr), 0);
+        names.Load(stmt);
+        sqlite3_finalize(stmt);
     }
 
     vkdb::CColumnNames names;
@@ -73,15 +73,15 @@ TEST_F(ColumnNamesTest, FindTheFirstEvenWhenALaterOneHasTheExactCase)
 }
 
 // A query of forty columns: twenty names, and then the same ones in another case.
-std::string repeated_columns(const std::string& strFirst, const std::string& strAgain)
+std::string repeated_columns(const std::string& first, const std::string& again)
 {
-    std::string strSql = "select 0 as " + strFirst + "0";
+    std::string sql = "select 0 as " + first + "0";
     for (int i = 1; i < 40; ++i)
     {
-        const std::string strName = (i < 20 ? strFirst : strAgain) + std::to_string(i % 20);
-        strSql += "," + std::to_string(i) + " as " + strName;
+        const std::string name = (i < 20 ? first : again) + std::to_string(i % 20);
+        sql += "," + std::to_string(i) + " as " + name;
     }
-    return strSql;
+    return sql;
 }
 
 TEST_F(ColumnNamesTest, OfALongResultAreFoundInAnyCaseTheFirstFirst)
@@ -108,24 +108,24 @@ TEST_F(ColumnNamesTest, MatchInAnyCaseOfEveryLetter)
 // Any number of columns leaves an end to the search for one that is not there.
 TEST_F(ColumnNamesTest, MissingNameIsNotFoundAmongAnyNumberOfColumns)
 {
-    std::string strSql = "select 0 as c0";
+    std::string sql = "select 0 as c0";
     for (int i = 1; i <= 70; ++i)
     {
-        Load(strSql);
+        Load(sql);
         EXPECT_EQ(names.Count(), i);
         EXPECT_EQ(names.Find("missing"), -1);
-        strSql.append(",0 as c").append(std::to_string(i));
+        sql.append(",0 as c").append(std::to_string(i));
     }
 }
 
 TEST_F(ColumnNamesTest, ManyColumnsAreAllFound)
 {
-    std::string strSql = "select 0 as Fld0";
+    std::string sql = "select 0 as Fld0";
     for (int i = 1; i < 1000; ++i)
     {
-        strSql += "," + std::to_string(i) + " as Fld" + std::to_string(i);
+        sql += "," + std::to_string(i) + " as Fld" + std::to_string(i);
     }
-    Load(strSql);
+    Load(sql);
     for (int i = 0; i < 1000; ++i)
     {
         EXPECT_EQ(names.Find(("Fld" + std::to_string(i)).c_str()), i);

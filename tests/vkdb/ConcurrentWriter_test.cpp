@@ -22,9 +22,9 @@ constexpr int kMaxUnits = 30000; // give up
 
 // One generation number in all rows of two tables, over many pages: every row more than Start of a
 // query reads at once.
-std::string generation_tables(const std::string& strMode)
+std::string generation_tables(const std::string& mode)
 {
-    return "pragma journal_mode=" + strMode +
+    return "pragma journal_mode=" + mode +
            ";create table a(gen,pad); create table b(gen,pad);"
            "with recursive n(i) as (select 1 union all select i+1 from n where i<300)"
            "insert into a select 0,hex(zeroblob(100)) from n;"
@@ -33,42 +33,42 @@ std::string generation_tables(const std::string& strMode)
 
 struct Progress
 {
-    int nUnits = 0;    // units with every query complete
-    int nNegative = 0; // queries that had to be tried again
-    int nTorn = 0;     // results with rows of different generations
-    int nBack = 0;     // results older than one read before
-    int nFirst = -1;   // generation read first; -1: none yet
-    int nLast = 0;     // generation read last
+    int units = 0;     // units with every query complete
+    int negatives = 0; // queries that had to be tried again
+    int torn = 0;      // results with rows of different generations
+    int went_back = 0; // results older than one read before
+    int first = -1;    // generation read first; -1: none yet
+    int last = 0;      // generation read last
 
     // How many commits of the writer the reader has seen come in.
-    int Commits() const { return nLast - nFirst; }
+    int Commits() const { return last - first; }
 };
 
 // What every result must be: one generation, and no older one than before.
-void check_rows(const std::vector<std::string>& rows, std::size_t nRows, Progress& progress)
+void check_rows(const std::vector<std::string>& rows, size_t row_count, Progress& progress)
 {
-    const bool bWhole = rows.size() == nRows &&
-                        std::all_of(rows.begin(), rows.end(),
-                                    [&](const std::string& row) { return row == rows.front(); });
-    progress.nTorn += bWhole ? 0 : 1;
-    const int nGeneration = bWhole ? std::stoi(rows.front()) : progress.nLast;
-    progress.nBack += nGeneration < progress.nLast ? 1 : 0;
-    progress.nFirst = progress.nFirst < 0 ? nGeneration : progress.nFirst;
-    progress.nLast = nGeneration;
+    const bool is_whole = rows.size() == row_count &&
+                          std::all_of(rows.begin(), rows.end(),
+                                      [&](const std::string& row) { return row == rows.front(); });
+    progress.torn += is_whole ? 0 : 1;
+    const int generation = is_whole ? std::stoi(rows.front()) : progress.last;
+    progress.went_back += generation < progress.last ? 1 : 0;
+    progress.first = progress.first < 0 ? generation : progress.first;
+    progress.last = generation;
 }
 
 // A query with its tries; false when none succeeded.
-bool read_query(DbDatabase& db, const std::string& strSql, std::size_t nRows, Progress& progress)
+bool read_query(DbDatabase& db, const std::string& sql, size_t row_count, Progress& progress)
 {
-    for (int nTry = 0; nTry < kTries; ++nTry)
+    for (int attempt = 0; attempt < kTries; ++attempt)
     {
-        const auto rows = read_rows(db, strSql);
+        const auto rows = read_rows(db, sql);
         if (rows.front() != "negative")
         {
-            check_rows(rows, nRows, progress);
+            check_rows(rows, row_count, progress);
             return true;
         }
-        ++progress.nNegative;
+        ++progress.negatives;
         std::this_thread::yield();
     }
     return false;
@@ -77,28 +77,28 @@ bool read_query(DbDatabase& db, const std::string& strSql, std::size_t nRows, Pr
 void read_unit(DbDatabase& db, Progress& progress)
 {
     db.Open(nullptr, -2);
-    const bool bAll =
+    const bool is_complete =
         read_query(db, "select gen from a", 300, progress) &&
         read_query(db, "select gen from b", 5, progress) &&
         read_query(db, "select gen from a union all select gen from b", 305, progress) &&
         read_query(db, "select max(a.gen,b.gen) from a,b where a.rowid=b.rowid", 5, progress);
     db.Close();
-    progress.nUnits += bAll ? 1 : 0;
+    progress.units += is_complete ? 1 : 0;
 }
 
 class ConcurrentWriterTest : public testing::Test
 {
 protected:
     // Reads units of work until both sides have got on far enough, or one plainly does not.
-    Progress ReadBeside(const CBusyChild& child, int nBusyMs = vkdb::kBusyWaitMs)
+    Progress ReadBeside(const CBusyChild& child, int busy_ms = vkdb::kBusyWaitMs)
     {
-        vkdb::CManager manager(nBusyMs);
+        vkdb::CManager manager(busy_ms);
         DbDatabase& db = *manager.OpenDb(file.Path().c_str(), 0);
         Progress progress;
         for (int i = 0; i < kMaxUnits && child.IsAtWork(); ++i)
         {
             read_unit(db, progress);
-            if (progress.nUnits >= kUnits && progress.Commits() >= kCommits)
+            if (progress.units >= kUnits && progress.Commits() >= kCommits)
             {
                 break;
             }
@@ -133,10 +133,10 @@ TEST_P(JournalModeTest, TearsNoReadAndStarvesNobody)
     CBusyChild child(Writer());
     const Progress progress = ReadBeside(child);
     EXPECT_EQ(child.Stop(), 0);
-    EXPECT_GE(progress.nUnits, kUnits);
+    EXPECT_GE(progress.units, kUnits);
     EXPECT_GE(progress.Commits(), kCommits);
-    EXPECT_EQ(progress.nTorn, 0);
-    EXPECT_EQ(progress.nBack, 0);
+    EXPECT_EQ(progress.torn, 0);
+    EXPECT_EQ(progress.went_back, 0);
 }
 
 // Without any wait of the library a writer is often in the way. Trying again is all it takes.
@@ -146,11 +146,11 @@ TEST_F(ConcurrentWriterTest, QueriesThatFindALockAreNegativeAndSucceedLater)
     CBusyChild child(Writer());
     const Progress progress = ReadBeside(child, 0);
     EXPECT_EQ(child.Stop(), 0);
-    EXPECT_GT(progress.nNegative, 0);
-    EXPECT_GE(progress.nUnits, kUnits);
+    EXPECT_GT(progress.negatives, 0);
+    EXPECT_GE(progress.units, kUnits);
     EXPECT_GE(progress.Commits(), kCommits);
-    EXPECT_EQ(progress.nTorn, 0);
-    EXPECT_EQ(progress.nBack, 0);
+    EXPECT_EQ(progress.torn, 0);
+    EXPECT_EQ(progress.went_back, 0);
 }
 
 // As alarms are marked while the host adds others.
@@ -160,14 +160,12 @@ TEST_P(JournalModeTest, LosesNoWriteOfEitherSide)
     CBusyChild child(Writer());
     vkdb::CManager manager;
     DbDatabase& db = *manager.OpenDb(file.Path().c_str(), 0);
-    int nWritten = 0;
-    for (int i = 0; i < kMaxUnits && nWritten < kCommits; ++i)
+    int written = 0;
+    for (int i = 0; i < kMaxUnits && written < kCommits; ++i)
     {
         db.Open(nullptr, 0);
-        const std::string strThrown =
-            thrown_by([&] { nWritten += db.Exec("update own set n=n+1"); });
-        EXPECT_TRUE(strThrown == "no exception" || strThrown == "5 database is locked")
-            << strThrown;
+        const std::string thrown = thrown_by([&] { written += db.Exec("update own set n=n+1"); });
+        EXPECT_TRUE(thrown == "no exception" || thrown == "5 database is locked") << thrown;
         db.Close();
     }
     EXPECT_EQ(child.Stop(), 0);
@@ -177,34 +175,33 @@ TEST_P(JournalModeTest, LosesNoWriteOfEitherSide)
 }
 
 // A table whose rows hold the number of its columns in every column.
-std::string counted_table(int nColumns)
+std::string counted_table(int column_count)
 {
-    std::string strNames = "c0";
-    std::string strValues = std::to_string(nColumns);
-    for (int i = 1; i < nColumns; ++i)
+    std::string names = "c0";
+    std::string values = std::to_string(column_count);
+    for (int i = 1; i < column_count; ++i)
     {
-        strNames += ",c" + std::to_string(i);
-        strValues += "," + std::to_string(nColumns);
+        names += ",c" + std::to_string(i);
+        values += "," + std::to_string(column_count);
     }
-    return "create table s(" + strNames + "); insert into s values(" + strValues + "),(" +
-           strValues + ");";
+    return "create table s(" + names + "); insert into s values(" + values + "),(" + values + ");";
 }
 
 // One result must have the columns of one table: the number of columns, and every value.
 bool is_of_one_schema(DbDatabase& db, int iqry)
 {
-    const int nColumns = db.QryFldCount(iqry);
-    bool bSame = !db.QryEof(iqry);
+    const int column_count = db.QryFldCount(iqry);
+    bool is_same = !db.QryEof(iqry);
     for (; !db.QryEof(iqry); db.QryNext(iqry))
     {
-        for (int i = 0; i < nColumns; ++i)
+        for (int i = 0; i < column_count; ++i)
         {
-            bSame = bSame && db.QryGetIntAt(iqry, i) == nColumns;
+            is_same = is_same && db.QryGetIntAt(iqry, i) == column_count;
         }
-        const std::string strLast = "c" + std::to_string(nColumns - 1);
-        bSame = bSame && db.QryGetInt(iqry, strLast.c_str()) == nColumns;
+        const std::string last_name = "c" + std::to_string(column_count - 1);
+        is_same = is_same && db.QryGetInt(iqry, last_name.c_str()) == column_count;
     }
-    return bSame;
+    return is_same;
 }
 
 TEST_P(JournalModeTest, ReadsTablesThatAreDroppedAndMadeAnew)
@@ -218,18 +215,18 @@ TEST_P(JournalModeTest, ReadsTablesThatAreDroppedAndMadeAnew)
         });
     vkdb::CManager manager;
     DbDatabase& db = *manager.OpenDb(file.Path().c_str(), 0);
-    int nRead = 0;
-    for (int i = 0; i < kMaxUnits && (nRead < kUnits || child.Done() < kCommits); ++i)
+    int results = 0;
+    for (int i = 0; i < kMaxUnits && (results < kUnits || child.Done() < kCommits); ++i)
     {
         db.Open(nullptr, -2);
         const int iqry = db.QryExec("select * from s", -1);
         ASSERT_TRUE(iqry < 0 || is_of_one_schema(db, iqry));
-        nRead += iqry < 0 ? 0 : 1;
+        results += iqry < 0 ? 0 : 1;
         db.QryFree(iqry);
         db.Close();
     }
     EXPECT_EQ(child.Stop(), 0);
-    EXPECT_GE(nRead, kUnits);
+    EXPECT_GE(results, kUnits);
     EXPECT_GE(child.Done(), kCommits);
 }
 
@@ -240,17 +237,17 @@ TEST_F(ConcurrentWriterTest, NoticesFilesThatAreReplacedAgainAndAgain)
     CBusyChild child(
         [this](int n)
         {
-            const std::string strGen = std::to_string(n);
-            file.Replace(generation_tables("delete") + "update a set gen=" + strGen +
-                         "; update b set gen=" + strGen);
+            const std::string generation = std::to_string(n);
+            file.Replace(generation_tables("delete") + "update a set gen=" + generation +
+                         "; update b set gen=" + generation);
         });
     const Progress progress = ReadBeside(child);
     EXPECT_EQ(child.Stop(), 0);
-    EXPECT_GE(progress.nUnits, kUnits);
+    EXPECT_GE(progress.units, kUnits);
     EXPECT_GE(progress.Commits(), kCommits);
-    EXPECT_EQ(progress.nTorn, 0);
-    EXPECT_EQ(progress.nBack, 0);
-    EXPECT_EQ(progress.nNegative, 0);
+    EXPECT_EQ(progress.torn, 0);
+    EXPECT_EQ(progress.went_back, 0);
+    EXPECT_EQ(progress.negatives, 0);
 }
 
 } // namespace

@@ -47,8 +47,8 @@ TEST(ConnectionTest, OpensNothingButAFile)
     ASSERT_EQ(::mkfifo(fifo.Path().c_str(), 0600), 0);
     EXPECT_EQ(failure_of([&] { CConnection(fifo.Path(), Access::kReadOnly, 0); }),
               "14 unable to open database file");
-    const std::string strDir = std::filesystem::temp_directory_path().string();
-    EXPECT_EQ(failure_of([&] { CConnection(strDir, Access::kReadOnly, 0); }),
+    const std::string folder = std::filesystem::temp_directory_path().string();
+    EXPECT_EQ(failure_of([&] { CConnection(folder, Access::kReadOnly, 0); }),
               "14 unable to open database file");
     EXPECT_EQ(failure_of([] { CConnection("", Access::kReadOnly, 0); }),
               "14 unable to open database file");
@@ -124,9 +124,9 @@ TEST(ConnectionTest, ServesItsFileAndAccessOnly)
     EXPECT_FALSE(conn.Serves(other.Path(), Access::kReadOnly));
 
     // The same file, but a writer's journal would have another name.
-    const std::string strLink = file.Path() + ".link";
-    std::filesystem::create_hard_link(file.Path(), strLink);
-    EXPECT_FALSE(conn.Serves(strLink, Access::kReadOnly));
+    const std::string link = file.Path() + ".link";
+    std::filesystem::create_hard_link(file.Path(), link);
+    EXPECT_FALSE(conn.Serves(link, Access::kReadOnly));
 }
 
 TEST(ConnectionTest, DoesNotServeAFileThatWasReplacedOrRemoved)
@@ -170,12 +170,12 @@ TEST(ConnectionTest, CountsTheRowsOfItsLastStatement)
 }
 
 // The child is killed, as it were, in the middle of a transaction that has reached the disk.
-int crash_while_writing(const std::string& strPath)
+int crash_while_writing(const std::string& path)
 {
     return run_in_child(
         [&]
         {
-            CWriter writer(strPath);
+            CWriter writer(path);
             writer.Sql("begin; update t set a=-1");
             return sqlite3_db_cacheflush(writer.Handle()) == SQLITE_OK ? (::_exit(0), 0) : 1;
         });
@@ -186,8 +186,8 @@ TEST(ConnectionTest, RepairRollsBackWhatACrashedWriterLeft)
     const CDbFile file("create table t(a); insert into t values(7)");
     ASSERT_EQ(crash_while_writing(file.Path()), 0);
     CConnection reader(file.Path(), Access::kReadOnly, 0);
-    const std::string strFailure = failure_of([&] { reader.CheckUsable(); });
-    EXPECT_EQ(strFailure, "8 attempt to write a readonly database");
+    const std::string failure = failure_of([&] { reader.CheckUsable(); });
+    EXPECT_EQ(failure, "8 attempt to write a readonly database");
 
     CConnection(file.Path(), Access::kRepair, 0).CheckUsable();
     EXPECT_EQ(failure_of([&] { reader.CheckUsable(); }), "no failure");
@@ -195,12 +195,12 @@ TEST(ConnectionTest, RepairRollsBackWhatACrashedWriterLeft)
 }
 
 // The child is killed, as it were, with its last transaction still in the write-ahead log.
-int crash_behind_a_commit(const std::string& strPath)
+int crash_behind_a_commit(const std::string& path)
 {
     return run_in_child(
         [&]
         {
-            CWriter writer(strPath);
+            CWriter writer(path);
             writer.Sql("update t set a=8");
             return (::_exit(0), 1);
         });
@@ -210,16 +210,16 @@ int crash_behind_a_commit(const std::string& strPath)
 TEST(ConnectionTest, RepairMakesNoCheckpoint)
 {
     const CDbFile file("pragma journal_mode=wal; create table t(a); insert into t values(7)");
-    const std::string strBytes = file.Bytes();
+    const std::string bytes = file.Bytes();
     ASSERT_EQ(crash_behind_a_commit(file.Path()), 0);
-    const auto nLog = std::filesystem::file_size(file.Path() + "-wal");
+    const auto log_size = std::filesystem::file_size(file.Path() + "-wal");
     {
         CConnection conn(file.Path(), Access::kRepair, 0);
         conn.CheckUsable();
         EXPECT_NO_THROW(conn.Take("select a from t"));
     }
-    EXPECT_EQ(std::filesystem::file_size(file.Path() + "-wal"), nLog);
-    EXPECT_EQ(file.Bytes(), strBytes);
+    EXPECT_EQ(std::filesystem::file_size(file.Path() + "-wal"), log_size);
+    EXPECT_EQ(file.Bytes(), bytes);
 }
 
 } // namespace

@@ -11,25 +11,25 @@ namespace
 // As many rows as a result gives before it ends, and how it ends.
 struct Reading
 {
-    int nRows = 0;
-    std::string strEnd;
+    int row_count = 0;
+    std::string ending;
 };
 
 // By SQLite's own functions, row by row.
-Reading read_plainly(const std::string& strPath)
+Reading read_plainly(const std::string& path)
 {
-    CWriter plain(strPath);
-    sqlite3_stmt* pStmt = nullptr;
-    sqlite3_prepare_v2(plain.Handle(), "select SID,Name from tbSM", -1, &pStmt, nullptr);
+    CWriter plain(path);
+    sqlite3_stmt* stmt = nullptr;
+    sqlite3_prepare_v2(plain.Handle(), "select SID,Name from tbSM", -1, &stmt, nullptr);
     Reading reading;
-    int rc = sqlite3_step(pStmt);
-    for (; rc == SQLITE_ROW; rc = sqlite3_step(pStmt))
+    int rc = sqlite3_step(stmt);
+    for (; rc == SQLITE_ROW; rc = sqlite3_step(stmt))
     {
-        ++reading.nRows;
+        ++reading.row_count;
     }
-    reading.strEnd = rc == SQLITE_DONE ? "no exception"
+    reading.ending = rc == SQLITE_DONE ? "no exception"
                                        : std::to_string(rc) + " " + sqlite3_errmsg(plain.Handle());
-    sqlite3_finalize(pStmt);
+    sqlite3_finalize(stmt);
     return reading;
 }
 
@@ -40,13 +40,13 @@ Reading read_by_library(DbDatabase& db)
     EXPECT_TRUE(db.Open(nullptr, -2));
     const int iqry = db.QryExec("select SID,Name from tbSM", -1);
     EXPECT_GE(iqry, 0);
-    reading.strEnd = thrown_by(
+    reading.ending = thrown_by(
         [&]
         {
             for (; !db.QryEof(iqry); db.QryNext(iqry))
             {
-                EXPECT_EQ(db.QryGetInt(iqry, "SID"), reading.nRows + 1);
-                ++reading.nRows;
+                EXPECT_EQ(db.QryGetInt(iqry, "SID"), reading.row_count + 1);
+                ++reading.row_count;
             }
         });
     EXPECT_TRUE(db.QryEof(iqry));
@@ -59,21 +59,21 @@ Reading read_by_library(DbDatabase& db)
 class DamagedFileTest : public testing::Test
 {
 protected:
-    // Devices 1 to nRows, each with a name of that length; the page at that part of the file, in
-    // percent, is destroyed. The result is what can be read.
-    Reading Read(int nRows, int nNameBytes, int nPercent)
+    // Devices 1 to row_count, each with a name of that length; the page at that part of the file,
+    // in percent, is destroyed. The result is what can be read.
+    Reading Read(int row_count, int name_bytes, int percent)
     {
         file.Sql("create table tbSM(SID,Name);"
                  "with recursive n(i) as (select 1 union all select i+1 from n where i<" +
-                 std::to_string(nRows) + ") insert into tbSM select i,hex(zeroblob(" +
-                 std::to_string(nNameBytes / 2) + ")) from n");
-        file.SpoilPage(file.Pages() * nPercent / 100);
+                 std::to_string(row_count) + ") insert into tbSM select i,hex(zeroblob(" +
+                 std::to_string(name_bytes / 2) + ")) from n");
+        file.SpoilPage(file.Pages() * percent / 100);
         const Reading plain = read_plainly(file.Path());
         const Reading reading = read_by_library(db());
-        EXPECT_EQ(reading.nRows, plain.nRows);
-        EXPECT_EQ(reading.strEnd, plain.strEnd);
-        EXPECT_EQ(reading.strEnd, "11 database disk image is malformed");
-        EXPECT_LT(reading.nRows, nRows);
+        EXPECT_EQ(reading.row_count, plain.row_count);
+        EXPECT_EQ(reading.ending, plain.ending);
+        EXPECT_EQ(reading.ending, "11 database disk image is malformed");
+        EXPECT_LT(reading.row_count, row_count);
         return reading;
     }
 
@@ -91,27 +91,27 @@ private:
 
 TEST_F(DamagedFileTest, GivesTheDevicesBeforeTheDamage)
 {
-    EXPECT_GT(Read(300, 50, 80).nRows, static_cast<int>(vkdb::CQuery::kFirstRows));
+    EXPECT_GT(Read(300, 50, 80).row_count, static_cast<int>(vkdb::CQuery::kFirstRows));
 }
 
 TEST_F(DamagedFileTest, GivesTheRowsOfALongTableBeforeTheDamage)
 {
-    EXPECT_GT(Read(3000, 50, 50).nRows, 1000);
+    EXPECT_GT(Read(3000, 50, 50).row_count, 1000);
 }
 
 // The damage is met while the query starts; there are rows all the same.
 TEST_F(DamagedFileTest, GivesTheRowsBeforeADamageThatStartMeets)
 {
-    const int nRows = Read(40, 1000, 50).nRows;
-    EXPECT_GT(nRows, 0);
-    EXPECT_LT(nRows, 40);
+    const int row_count = Read(40, 1000, 50).row_count;
+    EXPECT_GT(row_count, 0);
+    EXPECT_LT(row_count, 40);
 }
 
 // The damage is met when the rows that were read ahead have been given.
 TEST_F(DamagedFileTest, GivesTheRowsOfAResultLargerThanTheReadAhead)
 {
-    const int nRows = Read(3000, 2000, 90).nRows;
-    EXPECT_GT(nRows * 2000, static_cast<int>(vkdb::CQuery::kReadAheadBytes));
+    const int row_count = Read(3000, 2000, 90).row_count;
+    EXPECT_GT(row_count * 2000, static_cast<int>(vkdb::CQuery::kReadAheadBytes));
 }
 
 TEST_F(DamagedFileTest, ThrowsFromQryExecWhenItsFirstRowCannotBeRead)

@@ -23,7 +23,7 @@ protected:
     vkdb::CDatabase& Db() { return *m_db; }
 
     // Runs a query of the object and leaves it open.
-    int Query(const std::string& strSql) { return Db().QryExec(strSql.c_str(), -1); }
+    int Query(const std::string& sql) { return Db().QryExec(sql.c_str(), -1); }
 
     CDbFile file;
 

@@ -12,36 +12,36 @@ namespace
 constexpr int kUnits = 200;
 
 // Units of work as a sweep does them; the result is the number whose rows were right.
-int read_units(DbDatabase& db, int nMode)
+int read_units(DbDatabase& db, int mode)
 {
-    int nRight = 0;
+    int right_rows = 0;
     for (int i = 0; i < kUnits; ++i)
     {
-        db.Open(nullptr, nMode);
-        nRight += read_rows(db, "select Name from tbSM") == Rows{"动环", "UPS"} ? 1 : 0;
+        db.Open(nullptr, mode);
+        right_rows += read_rows(db, "select Name from tbSM") == Rows{"动环", "UPS"} ? 1 : 0;
         db.Close();
     }
-    return nRight;
+    return right_rows;
 }
 
 TEST_F(DatabaseTest, TwoObjectsServeTwoThreads)
 {
     const CDbFile alarms("create table tbSM(Name); insert into tbSM values('动环'),('UPS')");
-    vkdb::CDatabase alarmDb(alarms.Path(), 1000);
-    std::atomic<int> nRight{0};
-    std::thread other([&] { nRight = read_units(alarmDb, 0); });
+    vkdb::CDatabase alarm_db(alarms.Path(), 1000);
+    std::atomic<int> right_rows{0};
+    std::thread other([&] { right_rows = read_units(alarm_db, 0); });
     EXPECT_EQ(read_units(Db(), -2), kUnits);
     other.join();
-    EXPECT_EQ(nRight, kUnits);
+    EXPECT_EQ(right_rows, kUnits);
 }
 
 TEST_F(DatabaseTest, OneObjectServesUnitsOfTwoThreads)
 {
-    std::atomic<int> nRight{0};
-    std::thread other([&] { nRight = read_units(Db(), 0); });
+    std::atomic<int> right_rows{0};
+    std::thread other([&] { right_rows = read_units(Db(), 0); });
     EXPECT_EQ(read_units(Db(), 0), kUnits);
     other.join();
-    EXPECT_EQ(nRight, kUnits);
+    EXPECT_EQ(right_rows, kUnits);
 }
 
 TEST_F(DatabaseTest, CloseLeavesTheQueriesOfAnotherThreadAlone)
@@ -64,24 +64,24 @@ protected:
     // the middle of a read.
     bool GetsThrough(const std::function<void(DbDatabase&)>& operation)
     {
-        std::atomic<bool> bBegun{false};
-        std::atomic<bool> bDone{false};
-        bool bGotThrough = false;
+        std::atomic<bool> has_begun{false};
+        std::atomic<bool> is_done{false};
+        bool got_through = false;
         std::thread second;
-        const auto inTheMiddle = [&]
+        const auto in_the_middle = [&]
         {
-            second = std::thread([&] { bBegun = true, operation(Db()), bDone = true; });
-            for (int i = 0; !bBegun || (i < kYields && !bDone); i += bBegun ? 1 : 0)
+            second = std::thread([&] { has_begun = true, operation(Db()), is_done = true; });
+            for (int i = 0; !has_begun || (i < kYields && !is_done); i += has_begun ? 1 : 0)
             {
                 std::this_thread::yield();
             }
-            bGotThrough = bDone;
+            got_through = is_done;
         };
-        faults.AtRead(1, inTheMiddle);
+        faults.AtRead(1, in_the_middle);
         EXPECT_EQ(read_rows(Db(), "select * from tbSM").size(), 2U);
         EXPECT_TRUE(faults.IsDone());
         second.join();
-        return bGotThrough;
+        return got_through;
     }
 
     void SetUp() override

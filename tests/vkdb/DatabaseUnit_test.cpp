@@ -136,9 +136,9 @@ TEST_F(DatabaseTest, CloseEndsATransactionThatWasLeftOpen)
 TEST_F(DatabaseTest, AnIdleObjectHoldsNoLock)
 {
     CWriter writer(file.Path());
-    for (const int nMode : {0, -2})
+    for (const int mode : {0, -2})
     {
-        ASSERT_TRUE(Db().Open(nullptr, nMode));
+        ASSERT_TRUE(Db().Open(nullptr, mode));
         EXPECT_EQ(writer.Try("begin exclusive; commit"), SQLITE_OK);
         ASSERT_GE(Query("with recursive n(i) as (select 1 union all select i+1 from n where i<999)"
                         "select i from n,tbSM"),
@@ -172,11 +172,11 @@ TEST_F(DatabaseTest, SeesTablesAndColumnsThatOthersMade)
 TEST_F(DatabaseTest, NoticesAReplacedFileAtTheNextOpen)
 {
     ASSERT_TRUE(Db().Open(nullptr, -2));
-    for (const std::string strName : {"one", "two", "three"})
+    for (const std::string name : {"one", "two", "three"})
     {
-        file.Replace("create table tbSM(Name); insert into tbSM values('" + strName + "')");
+        file.Replace("create table tbSM(Name); insert into tbSM values('" + name + "')");
         ASSERT_TRUE(Db().Open(nullptr, -2));
-        EXPECT_EQ(read_rows(Db(), kNames), Rows{strName});
+        EXPECT_EQ(read_rows(Db(), kNames), Rows{name});
         Db().Close();
     }
 }
@@ -210,9 +210,9 @@ TEST_F(DatabaseTest, LeavesTheWalOfAReplacingFileAlone)
     file.Sql("pragma journal_mode=wal");
     ASSERT_TRUE(Db().Open(nullptr, 0));
     Db().Exec("update tbSM set Name='old'");
-    for (const char* szBeside : {"-wal", "-shm"})
+    for (const char* beside : {"-wal", "-shm"})
     {
-        std::filesystem::remove(file.Path() + szBeside);
+        std::filesystem::remove(file.Path() + beside);
     }
     file.Replace("pragma journal_mode=wal; create table tbSM(Name)");
     CWriter writer(file.Path());
@@ -244,12 +244,12 @@ TEST_F(DatabaseTest, ShortReadsWhatIsStillInTheWal)
 }
 
 // Leaves a rollback journal behind, as a writer does that is killed while it writes.
-int crash_while_writing(const std::string& strPath)
+int crash_while_writing(const std::string& path)
 {
     return run_in_child(
         [&]
         {
-            CWriter writer(strPath);
+            CWriter writer(path);
             writer.Sql("begin; update tbSM set Name='half'");
             return sqlite3_db_cacheflush(writer.Handle()) == SQLITE_OK ? (::_exit(0), 0) : 1;
         });

@@ -33,11 +33,11 @@ TEST_F(DatabaseTest, BeyondTheColumnsIsNothing)
 {
     ASSERT_TRUE(Db().Open(nullptr, -2));
     const int iqry = Query("select SID from tbSM");
-    for (const int iFld : {-1, 1, 1000000})
+    for (const int column : {-1, 1, 1000000})
     {
-        EXPECT_EQ(Db().QryGetIntAt(iqry, iFld), 0);
-        EXPECT_STREQ(Db().QryGetStrAt(iqry, iFld), "");
-        EXPECT_STREQ(Db().QryFldName(iqry, iFld), "");
+        EXPECT_EQ(Db().QryGetIntAt(iqry, column), 0);
+        EXPECT_STREQ(Db().QryGetStrAt(iqry, column), "");
+        EXPECT_STREQ(Db().QryFldName(iqry, column), "");
     }
 }
 
@@ -101,12 +101,12 @@ TEST_F(DatabaseTest, AnswersForAnIndexThatWasFreed)
 TEST_F(DatabaseTest, QueriesWalkIndependently)
 {
     ASSERT_TRUE(Db().Open(nullptr, -2));
-    const int iFirst = Query("select SID from tbSM");
-    const int iSecond = Query("select Name from tbSM");
-    EXPECT_NE(iFirst, iSecond);
-    Db().QryNext(iFirst);
-    EXPECT_EQ(Db().QryGetInt(iFirst, "SID"), 9);
-    EXPECT_STREQ(Db().QryGetStr(iSecond, "Name"), "动环");
+    const int first = Query("select SID from tbSM");
+    const int second = Query("select Name from tbSM");
+    EXPECT_NE(first, second);
+    Db().QryNext(first);
+    EXPECT_EQ(Db().QryGetInt(first, "SID"), 9);
+    EXPECT_STREQ(Db().QryGetStr(second, "Name"), "动环");
 }
 
 TEST_F(DatabaseTest, WithoutAFreeIndexIsNegativeUntilOneIsGivenBack)
@@ -142,10 +142,10 @@ TEST_F(DatabaseTest, AQueryThatNeverWorksThrowsTheReason)
 TEST_F(DatabaseTest, AStatementWithoutRowsIsNoQuery)
 {
     ASSERT_TRUE(Db().Open(nullptr, 0));
-    const std::string strRefused = "1 not a statement that returns rows";
-    EXPECT_EQ(thrown_by([&] { Query(""); }), strRefused);
-    EXPECT_EQ(thrown_by([&] { Db().QryExec(nullptr, -1); }), strRefused);
-    EXPECT_EQ(thrown_by([&] { Query("delete from tbSM"); }), strRefused);
+    const std::string refused = "1 not a statement that returns rows";
+    EXPECT_EQ(thrown_by([&] { Query(""); }), refused);
+    EXPECT_EQ(thrown_by([&] { Db().QryExec(nullptr, -1); }), refused);
+    EXPECT_EQ(thrown_by([&] { Query("delete from tbSM"); }), refused);
     EXPECT_EQ(read_rows(Db(), "select count(*) from tbSM"), Rows{"2"});
 }
 

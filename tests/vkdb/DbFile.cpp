@@ -10,57 +10,57 @@
 
 namespace fs = std::filesystem;
 
-CWriter::CWriter(const std::string& strPath, int nBusyMs) : m_db(nullptr, sqlite3_close)
+CWriter::CWriter(const std::string& path, int busy_ms) : m_db(nullptr, sqlite3_close)
 {
-    sqlite3* pRaw = nullptr;
-    const int rc = sqlite3_open(strPath.c_str(), &pRaw);
-    m_db.reset(pRaw);
+    sqlite3* raw = nullptr;
+    const int rc = sqlite3_open(path.c_str(), &raw);
+    m_db.reset(raw);
     if (rc != SQLITE_OK)
     {
-        throw std::runtime_error("cannot open " + strPath);
+        throw std::runtime_error("cannot open " + path);
     }
-    sqlite3_busy_timeout(pRaw, nBusyMs);
+    sqlite3_busy_timeout(raw, busy_ms);
     Sql("pragma synchronous=off");
 }
 
-void CWriter::Sql(const std::string& strSql)
+void CWriter::Sql(const std::string& sql)
 {
-    if (Try(strSql) != SQLITE_OK)
+    if (Try(sql) != SQLITE_OK)
     {
-        throw std::runtime_error(strSql.substr(0, 200) + ": " + sqlite3_errmsg(Handle()));
+        throw std::runtime_error(sql.substr(0, 200) + ": " + sqlite3_errmsg(Handle()));
     }
 }
 
-int CWriter::Try(const std::string& strSql)
+int CWriter::Try(const std::string& sql)
 {
-    return sqlite3_exec(Handle(), strSql.c_str(), nullptr, nullptr, nullptr);
+    return sqlite3_exec(Handle(), sql.c_str(), nullptr, nullptr, nullptr);
 }
 
-int CWriter::Value(const std::string& strSql)
+int CWriter::Value(const std::string& sql)
 {
-    sqlite3_stmt* pStmt = nullptr;
-    sqlite3_prepare_v2(Handle(), strSql.c_str(), -1, &pStmt, nullptr);
-    const bool bRow = sqlite3_step(pStmt) == SQLITE_ROW;
-    const int nValue = bRow ? sqlite3_column_int(pStmt, 0) : 0;
-    sqlite3_finalize(pStmt);
-    if (!bRow)
+    sqlite3_stmt* stmt = nullptr;
+    sqlite3_prepare_v2(Handle(), sql.c_str(), -1, &stmt, nullptr);
+    const bool has_row = sqlite3_step(stmt) == SQLITE_ROW;
+    const int value = has_row ? sqlite3_column_int(stmt, 0) : 0;
+    sqlite3_finalize(stmt);
+    if (!has_row)
     {
-        throw std::runtime_error(strSql + ": no value");
+        throw std::runtime_error(sql + ": no value");
     }
-    return nValue;
+    return value;
 }
 
-CDbFile::CDbFile(const std::string& strSql)
+CDbFile::CDbFile(const std::string& sql)
 {
-    std::string strTemplate = (fs::temp_directory_path() / "vkdb.XXXXXX").string();
-    if (::mkdtemp(strTemplate.data()) == nullptr)
+    std::string pattern = (fs::temp_directory_path() / "vkdb.XXXXXX").string();
+    if (::mkdtemp(pattern.data()) == nullptr)
     {
-        throw std::runtime_error("cannot make " + strTemplate);
+        throw std::runtime_error("cannot make " + pattern);
     }
-    m_dir = strTemplate;
-    if (!strSql.empty())
+    m_dir = pattern;
+    if (!sql.empty())
     {
-        Sql(strSql);
+        Sql(sql);
     }
 }
 
@@ -70,16 +70,16 @@ CDbFile::~CDbFile()
     fs::remove_all(m_dir, ignored);
 }
 
-void CDbFile::Replace(const std::string& strSql) const
+void CDbFile::Replace(const std::string& sql) const
 {
-    const std::string strNew = (m_dir / "new.db3").string();
-    CWriter(strNew).Sql(strSql);
-    fs::rename(strNew, Path());
+    const std::string new_path = (m_dir / "new.db3").string();
+    CWriter(new_path).Sql(sql);
+    fs::rename(new_path, Path());
 }
 
-void CDbFile::Bytes(const std::string& strBytes) const
+void CDbFile::Bytes(const std::string& bytes) const
 {
-    std::ofstream(Path(), std::ios::binary | std::ios::trunc) << strBytes;
+    std::ofstream(Path(), std::ios::binary | std::ios::trunc) << bytes;
 }
 
 std::string CDbFile::Bytes() const
@@ -106,18 +106,18 @@ int CDbFile::Pages() const
     return static_cast<int>(fs::file_size(Path()) / 4096);
 }
 
-void CDbFile::SpoilLastPages(int nPages) const
+void CDbFile::SpoilLastPages(int pages) const
 {
-    for (int i = 0; i < nPages; ++i)
+    for (int i = 0; i < pages; ++i)
     {
         SpoilPage(Pages() - i);
     }
 }
 
-void CDbFile::SpoilPage(int iPage) const
+void CDbFile::SpoilPage(int page) const
 {
     std::fstream file(Path(), std::ios::binary | std::ios::in | std::ios::out);
-    file.seekp(static_cast<std::streamoff>(iPage - 1) * 4096);
+    file.seekp(static_cast<std::streamoff>(page - 1) * 4096);
     file << std::string(4096, '\xff');
     if (!file.flush())
     {
@@ -125,9 +125,9 @@ void CDbFile::SpoilPage(int iPage) const
     }
 }
 
-std::vector<std::string> read_rows(DbDatabase& db, const std::string& strSql)
+std::vector<std::string> read_rows(DbDatabase& db, const std::string& sql)
 {
-    const int iqry = db.QryExec(strSql.c_str(), -1);
+    const int iqry = db.QryExec(sql.c_str(), -1);
     if (iqry < 0)
     {
         return {"negative"};
@@ -135,12 +135,12 @@ std::vector<std::string> read_rows(DbDatabase& db, const std::string& strSql)
     std::vector<std::string> rows;
     for (; !db.QryEof(iqry); db.QryNext(iqry))
     {
-        std::string strRow;
+        std::string row;
         for (int i = 0; i < db.QryFldCount(iqry); ++i)
         {
-            strRow.append(i == 0 ? "" : "|").append(db.QryGetStrAt(iqry, i));
+            row.append(i == 0 ? "" : "|").append(db.QryGetStrAt(iqry, i));
         }
-        rows.push_back(strRow);
+        rows.push_back(row);
     }
     db.QryFree(iqry);
     return rows;

@@ -18,16 +18,16 @@
 class CWriter
 {
 public:
-    explicit CWriter(const std::string& strPath, int nBusyMs = 0);
+    explicit CWriter(const std::string& path, int busy_ms = 0);
 
     // Runs the statements; throws when SQLite refuses.
-    void Sql(const std::string& strSql);
+    void Sql(const std::string& sql);
 
     // Runs the statements; the result is SQLite's code.
-    int Try(const std::string& strSql);
+    int Try(const std::string& sql);
 
     // The one integer that the query returns.
-    int Value(const std::string& strSql);
+    int Value(const std::string& sql);
 
     sqlite3* Handle() const { return m_db.get(); }
 
@@ -39,7 +39,7 @@ class CDbFile
 {
 public:
     // With an empty text no file is made.
-    explicit CDbFile(const std::string& strSql = "");
+    explicit CDbFile(const std::string& sql = "");
     ~CDbFile();
     CDbFile(const CDbFile&) = delete;
     CDbFile& operator=(const CDbFile&) = delete;
@@ -47,13 +47,13 @@ public:
     std::string Path() const { return (m_dir / "test.db3").string(); }
 
     // Runs the statements on a connection of their own.
-    void Sql(const std::string& strSql) const { CWriter(Path()).Sql(strSql); }
+    void Sql(const std::string& sql) const { CWriter(Path()).Sql(sql); }
 
     // Renames a new file with this content over the old one.
-    void Replace(const std::string& strSql) const;
+    void Replace(const std::string& sql) const;
 
     // Makes the file hold these bytes.
-    void Bytes(const std::string& strBytes) const;
+    void Bytes(const std::string& bytes) const;
 
     // The file's bytes.
     std::string Bytes() const;
@@ -64,10 +64,10 @@ public:
     int Pages() const;
 
     // Overwrites the last pages of the file with 0xff.
-    void SpoilLastPages(int nPages) const;
+    void SpoilLastPages(int pages) const;
 
     // Overwrites one page, counted from 1, with 0xff.
-    void SpoilPage(int iPage) const;
+    void SpoilPage(int page) const;
 
 private:
     std::filesystem::path m_dir;
@@ -75,7 +75,7 @@ private:
 
 // All rows of a query through the library, each as "column|column". A query that does not start
 // gives the one row "negative".
-std::vector<std::string> read_rows(DbDatabase& db, const std::string& strSql);
+std::vector<std::string> read_rows(DbDatabase& db, const std::string& sql);
 
 // "code message" of the CppSQLite3Exception that the call throws, or "no exception".
 template <class Call> std::string thrown_by(Call&& call)

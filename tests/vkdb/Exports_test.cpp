@@ -23,26 +23,26 @@ protected:
     {
         m_pLib = ::dlopen(VKDB_LIBRARY, RTLD_NOW | RTLD_LOCAL);
         ASSERT_NE(m_pLib, nullptr) << ::dlerror();
-        getManager = Symbol<DbManager* (*)()>("GetDbManager");
-        freeManager = Symbol<void (*)()>("FreeDbManager");
+        get_manager = Symbol<DbManager* (*)()>("GetDbManager");
+        free_manager = Symbol<void (*)()>("FreeDbManager");
     }
     void TearDown() override
     {
-        freeManager();
+        free_manager();
         ::dlclose(m_pLib);
     }
 
-    DbManager* (*getManager)() = nullptr;
-    void (*freeManager)() = nullptr;
+    DbManager* (*get_manager)() = nullptr;
+    void (*free_manager)() = nullptr;
 
 private:
-    template <class Function> Function Symbol(const char* szName)
+    template <class Function> Function Symbol(const char* name)
     {
-        void* pSymbol = ::dlsym(m_pLib, szName);
-        EXPECT_NE(pSymbol, nullptr) << szName;
+        void* symbol = ::dlsym(m_pLib, name);
+        EXPECT_NE(symbol, nullptr) << name;
         Function function = nullptr;
-        static_assert(sizeof(function) == sizeof(pSymbol));
-        std::memcpy(&function, &pSymbol, sizeof(function));
+        static_assert(sizeof(function) == sizeof(symbol));
+        std::memcpy(&function, &symbol, sizeof(function));
         return function;
     }
 
@@ -51,15 +51,15 @@ private:
 
 TEST_F(ExportsTest, GiveOneManager)
 {
-    DbManager* pManager = getManager();
-    ASSERT_NE(pManager, nullptr);
-    EXPECT_EQ(getManager(), pManager);
+    DbManager* manager = get_manager();
+    ASSERT_NE(manager, nullptr);
+    EXPECT_EQ(get_manager(), manager);
 }
 
 TEST_F(ExportsTest, FreeIsHarmlessWithoutAManager)
 {
-    freeManager();
-    freeManager();
+    free_manager();
+    free_manager();
 }
 
 TEST_F(ExportsTest, GiveAManagerAgainAfterFree)
@@ -67,44 +67,44 @@ TEST_F(ExportsTest, GiveAManagerAgainAfterFree)
     const CDbFile file("create table t(a); insert into t values(7)");
     for (int i = 0; i < 3; ++i)
     {
-        DbDatabase* pDb = getManager()->OpenDb(file.Path().c_str(), 0);
-        ASSERT_NE(pDb, nullptr);
-        EXPECT_TRUE(pDb->Open(nullptr, 0));
-        EXPECT_EQ(read_rows(*pDb, "select a from t"), std::vector<std::string>{"7"});
-        freeManager();
-        freeManager();
+        DbDatabase* db = get_manager()->OpenDb(file.Path().c_str(), 0);
+        ASSERT_NE(db, nullptr);
+        EXPECT_TRUE(db->Open(nullptr, 0));
+        EXPECT_EQ(read_rows(*db, "select a from t"), std::vector<std::string>{"7"});
+        free_manager();
+        free_manager();
     }
 }
 
-std::size_t open_descriptors()
+size_t open_descriptors()
 {
     const std::filesystem::directory_iterator fds("/proc/self/fd");
-    return static_cast<std::size_t>(std::distance(begin(fds), end(fds)));
+    return static_cast<size_t>(std::distance(begin(fds), end(fds)));
 }
 
 TEST_F(ExportsTest, FreeClosesEveryFile)
 {
     const CDbFile file("create table t(a); insert into t values(7)");
-    const std::size_t nBefore = open_descriptors();
-    for (const char* szSql : {"select a from t", "select a from missing"})
+    const size_t before = open_descriptors();
+    for (const char* sql : {"select a from t", "select a from missing"})
     {
-        DbDatabase* pDb = getManager()->OpenDb(file.Path().c_str(), 0);
-        pDb->Open(nullptr, 0);
-        thrown_by([&] { pDb->QryExec(szSql, -1); });
-        EXPECT_GT(open_descriptors(), nBefore);
-        freeManager();
-        EXPECT_EQ(open_descriptors(), nBefore);
+        DbDatabase* db = get_manager()->OpenDb(file.Path().c_str(), 0);
+        db->Open(nullptr, 0);
+        thrown_by([&] { db->QryExec(sql, -1); });
+        EXPECT_GT(open_descriptors(), before);
+        free_manager();
+        EXPECT_EQ(open_descriptors(), before);
     }
 }
 
 TEST_F(ExportsTest, ExceptionIsCaughtByReferenceInTheHost)
 {
     const CDbFile file("create table t(a)");
-    DbDatabase* pDb = getManager()->OpenDb(file.Path().c_str(), 0);
-    ASSERT_TRUE(pDb->Open(nullptr, -2));
-    EXPECT_EQ(thrown_by([&] { pDb->QryExec("select a from missing", -1); }),
+    DbDatabase* db = get_manager()->OpenDb(file.Path().c_str(), 0);
+    ASSERT_TRUE(db->Open(nullptr, -2));
+    EXPECT_EQ(thrown_by([&] { db->QryExec("select a from missing", -1); }),
               "1 no such table: missing");
-    EXPECT_EQ(thrown_by([&] { pDb->Exec("insert into t values(1)"); }),
+    EXPECT_EQ(thrown_by([&] { db->Exec("insert into t values(1)"); }),
               "8 attempt to write a readonly database");
 }
 
@@ -114,28 +114,28 @@ TEST_F(ExportsTest, ExceptionOutlivesTheManager)
     CppSQLite3Exception kept(0, "");
     try
     {
-        getManager()->OpenDb(file.Path().c_str(), 0)->QryExec("select a from missing", -1);
+        get_manager()->OpenDb(file.Path().c_str(), 0)->QryExec("select a from missing", -1);
     }
     catch (CppSQLite3Exception& e)
     {
         kept = e;
     }
-    freeManager();
+    free_manager();
     EXPECT_EQ(kept.errorCode(), 1);
     EXPECT_STREQ(kept.errorMessage(), "no such table: missing");
 }
 
 // Names of the dynamic symbols that a shared object defines, as "kind name".
-std::vector<std::string> defined_symbols(const std::string& strPath)
+std::vector<std::string> defined_symbols(const std::string& path)
 {
-    const std::string strCommand = "nm -D --defined-only -f posix '" + strPath + "'";
+    const std::string command = "nm -D --defined-only -f posix '" + path + "'";
     std::vector<std::string> found;
-    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(strCommand.c_str(), "r"), ::pclose);
-    std::array<char, 512> aName = {};
-    char cKind = 0;
-    while (pipe && std::fscanf(pipe.get(), "%511s %c%*[^\n]", aName.data(), &cKind) == 2)
+    const std::unique_ptr<FILE, int (*)(FILE*)> pipe(::popen(command.c_str(), "r"), ::pclose);
+    std::array<char, 512> name = {};
+    char kind = 0;
+    while (pipe && std::fscanf(pipe.get(), "%511s %c%*[^\n]", name.data(), &kind) == 2)
     {
-        found.push_back(std::string(1, cKind) + " " + aName.data());
+        found.push_back(std::string(1, kind) + " " + name.data());
     }
     return found;
 }
@@ -150,24 +150,24 @@ TEST(ExportsSymbolsTest, AreTheTwoFunctionsAndTheTypeOfTheException)
 
 // Settings of the process need one in which SQLite is not at work yet: here one that starts it
 // anew, with the settings that a host has by default.
-int settings_in_a_new_process(DbManager* (*getManager)())
+int settings_in_a_new_process(DbManager* (*get_manager)())
 {
     sqlite3_shutdown();
     sqlite3_config(SQLITE_CONFIG_MEMSTATUS, 1);
     sqlite3_config(SQLITE_CONFIG_SERIALIZED);
-    if (getManager() == nullptr)
+    if (get_manager() == nullptr)
     {
         return 100;
     }
     const CWriter plain(":memory:"); // as any connection of the process
-    const int nCounts = sqlite3_memory_used() == 0 ? 0 : 1;
-    const int nLocks = sqlite3_db_mutex(plain.Handle()) == nullptr ? 0 : 2;
-    return nCounts + nLocks;
+    const int statistics = sqlite3_memory_used() == 0 ? 0 : 1;
+    const int mutexes = sqlite3_db_mutex(plain.Handle()) == nullptr ? 0 : 2;
+    return statistics + mutexes;
 }
 
 TEST_F(ExportsTest, TheLibraryMakesNoConnectionsShareALock)
 {
-    EXPECT_EQ(run_in_child([this] { return settings_in_a_new_process(getManager); }), 0);
+    EXPECT_EQ(run_in_child([this] { return settings_in_a_new_process(get_manager); }), 0);
 }
 
 // What the test above relies on.

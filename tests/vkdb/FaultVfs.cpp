@@ -9,76 +9,76 @@ namespace
 // SQLite's callbacks know no object. Members count down to what they order.
 struct Orders
 {
-    int nGoodReads = 0; // before the next fault
-    int nBadReads = 0;
-    int nCode = SQLITE_IOERR_READ; // of those
-    int nBadOpens = 0;
-    bool bOpenToRead = false;
-    int nOpens = 0; // which have been
-    int nReadsToCall = 0;
-    int nLocksToCall = 0;
-    std::function<void()> onFault;
-    std::function<void()> onRead;
-    std::function<void()> onBusyLock;
+    int good_reads = 0; // before the next fault
+    int bad_reads = 0;
+    int code = SQLITE_IOERR_READ; // of those
+    int bad_opens = 0;
+    bool open_to_read = false;
+    int opens = 0; // which have been
+    int reads_to_call = 0;
+    int locks_to_call = 0;
+    std::function<void()> on_fault;
+    std::function<void()> on_read;
+    std::function<void()> on_busy_lock;
 };
 
 Orders g_orders;
 sqlite3_vfs g_shim;
 sqlite3_vfs* g_real = nullptr;
-const sqlite3_io_methods* g_realFile = nullptr;
+const sqlite3_io_methods* g_real_file = nullptr;
 sqlite3_io_methods g_file;
 
-int faulty_read(sqlite3_file* pFile, void* pData, int nBytes, sqlite3_int64 iOffset)
+int faulty_read(sqlite3_file* file, void* data, int byte_count, sqlite3_int64 offset)
 {
-    if (g_orders.nReadsToCall > 0 && --g_orders.nReadsToCall == 0)
+    if (g_orders.reads_to_call > 0 && --g_orders.reads_to_call == 0)
     {
-        g_orders.onRead();
+        g_orders.on_read();
     }
-    if (g_orders.nBadReads > 0 && --g_orders.nGoodReads < 0)
+    if (g_orders.bad_reads > 0 && --g_orders.good_reads < 0)
     {
-        --g_orders.nBadReads;
-        if (g_orders.onFault)
+        --g_orders.bad_reads;
+        if (g_orders.on_fault)
         {
-            g_orders.onFault();
+            g_orders.on_fault();
         }
-        return g_orders.nCode;
+        return g_orders.code;
     }
-    return g_realFile->xRead(pFile, pData, nBytes, iOffset);
+    return g_real_file->xRead(file, data, byte_count, offset);
 }
 
-int told_lock(sqlite3_file* pFile, int nLock)
+int told_lock(sqlite3_file* file, int level)
 {
-    const int rc = g_realFile->xLock(pFile, nLock);
-    if (rc == SQLITE_BUSY && g_orders.nLocksToCall > 0 && --g_orders.nLocksToCall == 0)
+    const int rc = g_real_file->xLock(file, level);
+    if (rc == SQLITE_BUSY && g_orders.locks_to_call > 0 && --g_orders.locks_to_call == 0)
     {
-        g_orders.onBusyLock();
+        g_orders.on_busy_lock();
     }
     return rc;
 }
 
-int faulty_open(sqlite3_vfs*, const char* szName, sqlite3_file* pFile, int nFlags, int* pnFlags)
+int faulty_open(sqlite3_vfs*, const char* name, sqlite3_file* file, int flags, int* out_flags)
 {
-    const bool bDatabase = (nFlags & SQLITE_OPEN_MAIN_DB) != 0;
-    if (bDatabase && g_orders.nBadOpens > 0)
+    const bool is_database = (flags & SQLITE_OPEN_MAIN_DB) != 0;
+    if (is_database && g_orders.bad_opens > 0)
     {
-        --g_orders.nBadOpens;
-        pFile->pMethods = nullptr;
+        --g_orders.bad_opens;
+        file->pMethods = nullptr;
         return SQLITE_CANTOPEN;
     }
-    g_orders.nOpens += bDatabase ? 1 : 0;
-    if (bDatabase && g_orders.bOpenToRead)
+    g_orders.opens += is_database ? 1 : 0;
+    if (is_database && g_orders.open_to_read)
     {
-        g_orders.bOpenToRead = false;
-        nFlags = (nFlags & ~(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) | SQLITE_OPEN_READONLY;
+        g_orders.open_to_read = false;
+        flags = (flags & ~(SQLITE_OPEN_READWRITE | SQLITE_OPEN_CREATE)) | SQLITE_OPEN_READONLY;
     }
-    const int rc = g_real->xOpen(g_real, szName, pFile, nFlags, pnFlags);
-    if (rc == SQLITE_OK && bDatabase && pFile->pMethods != nullptr)
+    const int rc = g_real->xOpen(g_real, name, file, flags, out_flags);
+    if (rc == SQLITE_OK && is_database && file->pMethods != nullptr)
     {
-        g_realFile = pFile->pMethods; // the same one for all files with a lock
-        g_file = *g_realFile;
+        g_real_file = file->pMethods; // the same one for all files with a lock
+        g_file = *g_real_file;
         g_file.xRead = faulty_read;
         g_file.xLock = told_lock;
-        pFile->pMethods = &g_file;
+        file->pMethods = &g_file;
     }
     return rc;
 }
@@ -106,43 +106,43 @@ CFaultVfs::~CFaultVfs()
     g_orders = {};
 }
 
-void CFaultVfs::FailRead(int nRead, int nTimes, std::function<void()> onFault, int nCode)
+void CFaultVfs::FailRead(int number, int times, std::function<void()> on_fault, int code)
 {
-    g_orders.nGoodReads = nRead - 1;
-    g_orders.nBadReads = nTimes;
-    g_orders.nCode = nCode;
-    g_orders.onFault = std::move(onFault);
+    g_orders.good_reads = number - 1;
+    g_orders.bad_reads = times;
+    g_orders.code = code;
+    g_orders.on_fault = std::move(on_fault);
 }
 
-void CFaultVfs::FailOpens(int nTimes)
+void CFaultVfs::FailOpens(int times)
 {
-    g_orders.nBadOpens = nTimes;
+    g_orders.bad_opens = times;
 }
 
 void CFaultVfs::OpenToRead()
 {
-    g_orders.bOpenToRead = true;
+    g_orders.open_to_read = true;
 }
 
-void CFaultVfs::AtRead(int nRead, std::function<void()> call)
+void CFaultVfs::AtRead(int number, std::function<void()> call)
 {
-    g_orders.nReadsToCall = nRead;
-    g_orders.onRead = std::move(call);
+    g_orders.reads_to_call = number;
+    g_orders.on_read = std::move(call);
 }
 
-void CFaultVfs::AtBusyLock(int nTimes, std::function<void()> call)
+void CFaultVfs::AtBusyLock(int times, std::function<void()> call)
 {
-    g_orders.nLocksToCall = nTimes;
-    g_orders.onBusyLock = std::move(call);
+    g_orders.locks_to_call = times;
+    g_orders.on_busy_lock = std::move(call);
 }
 
 int CFaultVfs::Opens() const
 {
-    return g_orders.nOpens;
+    return g_orders.opens;
 }
 
 bool CFaultVfs::IsDone() const
 {
-    return g_orders.nBadReads == 0 && g_orders.nBadOpens == 0 && g_orders.nReadsToCall == 0 &&
-           g_orders.nLocksToCall == 0;
+    return g_orders.bad_reads == 0 && g_orders.bad_opens == 0 && g_orders.reads_to_call == 0 &&
+           g_orders.locks_to_call == 0;
 }

@@ -17,23 +17,23 @@ public:
     CFaultVfs(const CFaultVfs&) = delete;
     CFaultVfs& operator=(const CFaultVfs&) = delete;
 
-    // Read number nRead from now on, counted from 1, fails with a read error or another code of
-    // SQLite's, and so do those behind it, nTimes in all. onFault is called at each.
-    void FailRead(int nRead, int nTimes = 1, std::function<void()> onFault = nullptr,
-                  int nCode = SQLITE_IOERR_READ);
+    // The read of that number from now on, counted from 1, fails with a read error or another code
+    // of SQLite's, and so do those behind it, so many times in all. on_fault is called at each.
+    void FailRead(int number, int times = 1, std::function<void()> on_fault = nullptr,
+                  int code = SQLITE_IOERR_READ);
 
-    // The next nTimes openings of a database fail, as when there are no descriptors.
-    void FailOpens(int nTimes);
+    // So many of the next openings of a database fail, as when there are no descriptors.
+    void FailOpens(int times);
 
     // The next opening of a database to read and write gives one to read, as SQLite's own way of
     // opening does after a failure.
     void OpenToRead();
 
-    // Called at read number nRead, counted from 1, which then succeeds.
-    void AtRead(int nRead, std::function<void()> call);
+    // Called at the read of that number, counted from 1, which then succeeds.
+    void AtRead(int number, std::function<void()> call);
 
-    // Called when somebody else's lock has been found nTimes.
-    void AtBusyLock(int nTimes, std::function<void()> call);
+    // Called when somebody else's lock has been found that many times.
+    void AtBusyLock(int times, std::function<void()> call);
 
     // How many databases were opened so far.
     int Opens() const;

@@ -11,8 +11,8 @@ namespace
 
 constexpr char kNames[] = "select Name from tbSM order by SID";
 constexpr int kRounds = 28;
-constexpr std::size_t kChangesAt = 24; // in the file's head
-constexpr std::size_t kSchemaCookieAt = 40;
+constexpr size_t kChangesAt = 24; // in the file's head
+constexpr size_t kSchemaCookieAt = 40;
 
 class FileInPlaceTest : public DatabaseTest
 {
@@ -43,13 +43,13 @@ protected:
     }
 
     // Writes the bytes over the file until that has a new time of change, by the kernel's clock.
-    void WriteOver(const std::string& strBytes) const
+    void WriteOver(const std::string& bytes) const
     {
         const auto before = Changed();
         const auto written = std::filesystem::last_write_time(file.Path());
         do
         {
-            file.Bytes(strBytes);
+            file.Bytes(bytes);
             std::filesystem::last_write_time(file.Path(), written); // as "cp -p"
         } while (Changed() == before);
     }
@@ -57,33 +57,33 @@ protected:
     // A file with another catalogue and another change counter, but the same schema cookie.
     std::string OtherFile() const
     {
-        const std::string strOld = file.Bytes();
+        const std::string old_bytes = file.Bytes();
         CDbFile other;
         other.Sql("create table tbOther(A);"
                   "create table tbSM(Other,Name,SID); insert into tbSM values('x','new',1)");
-        while (Counter(other.Bytes(), kSchemaCookieAt) < Counter(strOld, kSchemaCookieAt))
+        while (Counter(other.Bytes(), kSchemaCookieAt) < Counter(old_bytes, kSchemaCookieAt))
         {
             other.Sql("create table tbTmp(a); drop table tbTmp");
         }
-        EXPECT_EQ(Counter(other.Bytes(), kSchemaCookieAt), Counter(strOld, kSchemaCookieAt));
-        EXPECT_NE(Counter(other.Bytes(), kChangesAt), Counter(strOld, kChangesAt));
+        EXPECT_EQ(Counter(other.Bytes(), kSchemaCookieAt), Counter(old_bytes, kSchemaCookieAt));
+        EXPECT_NE(Counter(other.Bytes(), kChangesAt), Counter(old_bytes, kChangesAt));
         return other.Bytes();
     }
 
     // A counter in a file's head.
-    static int Counter(const std::string& strBytes, std::size_t iAt)
+    static int Counter(const std::string& bytes, size_t at)
     {
-        return static_cast<unsigned char>(strBytes[iAt + 3]);
+        return static_cast<unsigned char>(bytes[at + 3]);
     }
 
     // The same file but for a name: another state with the same change counter.
-    static std::string Renamed(std::string strBytes)
+    static std::string Renamed(std::string bytes)
     {
-        for (auto at = strBytes.find("UPS"); at != std::string::npos; at = strBytes.find("UPS", at))
+        for (auto at = bytes.find("UPS"); at != std::string::npos; at = bytes.find("UPS", at))
         {
-            strBytes.replace(at, 3, "new");
+            bytes.replace(at, 3, "new");
         }
-        return strBytes;
+        return bytes;
     }
 
     std::pair<time_t, long> Changed() const
@@ -98,30 +98,30 @@ const Rows kWhole = {"动环", "UPS", "动环", "UPS"};
 
 TEST_F(FileInPlaceTest, WorksAgainHoweverLittleOfItWasThereMeanwhile)
 {
-    const std::string strBytes = file.Bytes();
+    const std::string bytes = file.Bytes();
     ASSERT_EQ(SoundUnit(), kWhole);
     for (int i = 0; i < kRounds; ++i)
     {
-        const auto nThere = strBytes.size() * static_cast<std::size_t>(i) / kRounds;
-        file.Bytes(strBytes.substr(0, nThere));
+        const auto there = bytes.size() * static_cast<size_t>(i) / kRounds;
+        file.Bytes(bytes.substr(0, there));
         ReadUnit();
         ReadUnit();
-        file.Bytes(strBytes);
-        EXPECT_EQ(SoundUnit(), kWhole) << nThere << " bytes";
+        file.Bytes(bytes);
+        EXPECT_EQ(SoundUnit(), kWhole) << there << " bytes";
     }
 }
 
 TEST_F(FileInPlaceTest, WorksAgainInTheSameUnit)
 {
-    const std::string strBytes = file.Bytes();
+    const std::string bytes = file.Bytes();
     ASSERT_EQ(SoundUnit(), kWhole);
     for (int i = 0; i < kRounds; ++i)
     {
         ASSERT_TRUE(Db().Open(nullptr, -2));
-        file.Bytes(strBytes.substr(0, strBytes.size() * static_cast<std::size_t>(i) / kRounds));
+        file.Bytes(bytes.substr(0, bytes.size() * static_cast<size_t>(i) / kRounds));
         thrown_by([&] { read_rows(Db(), "select * from tbUps"); });
         thrown_by([&] { read_rows(Db(), kNames); });
-        file.Bytes(strBytes);
+        file.Bytes(bytes);
         EXPECT_EQ(read_rows(Db(), kNames), kWhole) << "round " << i;
         Db().Close();
     }
@@ -130,23 +130,23 @@ TEST_F(FileInPlaceTest, WorksAgainInTheSameUnit)
 // Alarms are marked through Exec, which must not stick to what it met.
 TEST_F(FileInPlaceTest, ExecWorksAgain)
 {
-    const std::string strBytes = file.Bytes();
+    const std::string bytes = file.Bytes();
     ASSERT_TRUE(Db().Open(nullptr, 0));
-    file.Bytes(std::string(strBytes.size(), 'x'));
+    file.Bytes(std::string(bytes.size(), 'x'));
     EXPECT_EQ(thrown_by([&] { Db().Exec("update tbSM set Note='x'"); }),
               "26 file is not a database");
-    file.Bytes(strBytes);
+    file.Bytes(bytes);
     EXPECT_EQ(Db().Exec("update tbSM set Note='x'"), 4);
 }
 
 // The new file's change counter is that of the old one, so SQLite takes what it remembers for good.
 TEST_F(FileInPlaceTest, ShowsAnotherFileWithTheSameChangeCounter)
 {
-    const std::string strOld = file.Bytes();
+    const std::string old_bytes = file.Bytes();
     ASSERT_EQ(SoundUnit(), kWhole);
-    WriteOver(Renamed(strOld));
+    WriteOver(Renamed(old_bytes));
     EXPECT_EQ(SoundUnit(), (Rows{"动环", "new", "动环", "new"}));
-    WriteOver(strOld);
+    WriteOver(old_bytes);
     EXPECT_EQ(SoundUnit(), kWhole);
 }
 
@@ -161,11 +161,11 @@ TEST_F(FileInPlaceTest, ShowsAnotherFileWithTheSameSchemaCookie)
 
 TEST_F(FileInPlaceTest, ShowsAnotherFileBehindAConnectionMadeWithinAUnit)
 {
-    const std::string strOld = file.Bytes();
+    const std::string old_bytes = file.Bytes();
     ASSERT_TRUE(Db().Open(nullptr, -2));
-    WriteOver(std::string(strOld.size(), 'x'));
+    WriteOver(std::string(old_bytes.size(), 'x'));
     ASSERT_EQ(thrown_by([&] { Query(kNames); }), "26 file is not a database");
-    WriteOver(strOld);
+    WriteOver(old_bytes);
     ASSERT_EQ(read_rows(Db(), kNames), kWhole);
     Db().Close();
     WriteOver(OtherFile());
@@ -175,16 +175,16 @@ TEST_F(FileInPlaceTest, ShowsAnotherFileBehindAConnectionMadeWithinAUnit)
 // SQLite notices the new head at a query; what is written behind it has the same counter.
 TEST_F(FileInPlaceTest, ShowsTheRestOfAFileThatIsWrittenInPieces)
 {
-    constexpr std::size_t kHead = 4096;
-    const std::string strOld = file.Bytes();
+    constexpr size_t kHead = 4096;
+    const std::string old_bytes = file.Bytes();
     file.Sql("update tbSM set Name='new' where Name='UPS'");
-    const std::string strNew = file.Bytes();
-    WriteOver(strOld);
+    const std::string new_bytes = file.Bytes();
+    WriteOver(old_bytes);
     ASSERT_TRUE(Db().Open(nullptr, -2));
-    WriteOver(strNew.substr(0, kHead) + strOld.substr(kHead));
+    WriteOver(new_bytes.substr(0, kHead) + old_bytes.substr(kHead));
     read_rows(Db(), kNames);
     Db().Close();
-    WriteOver(strNew);
+    WriteOver(new_bytes);
     EXPECT_EQ(SoundUnit(), (Rows{"动环", "new", "动环", "new"}));
 }
 
@@ -201,25 +201,25 @@ TEST(FileStampTest, IsSettledWhenTheTickOfTheChangeIsOver)
 // The two states have one change counter: the own change's, and that of the file put back.
 TEST_F(FileInPlaceTest, ItsOwnChangeDoesNotHideAFileWrittenOverBehindIt)
 {
-    const std::string strBefore = file.Bytes();
+    const std::string before = file.Bytes();
     file.Sql("update tbSM set Note='host'");
-    const std::string strAfter = file.Bytes();
-    WriteOver(strBefore);
+    const std::string after = file.Bytes();
+    WriteOver(before);
     ASSERT_TRUE(Db().Open(nullptr, 0));
     ASSERT_EQ(Db().Exec("update tbSM set Note='own'"), 4);
     Db().Close();
-    WriteOver(strAfter);
+    WriteOver(after);
     ASSERT_TRUE(Db().Open(nullptr, 0));
     EXPECT_EQ(read_rows(Db(), "select count(*) from tbSM where Note='host'"), Rows{"4"});
 }
 
 TEST_F(FileInPlaceTest, ItsOwnChangeDoesNotHideAFileWrittenOverBeforeIt)
 {
-    const std::string strOld = file.Bytes();
+    const std::string old_bytes = file.Bytes();
     file.WaitForTick();
     ASSERT_TRUE(Db().Open(nullptr, 0));
     ASSERT_EQ(read_rows(Db(), kNames), kWhole);
-    WriteOver(Renamed(strOld));
+    WriteOver(Renamed(old_bytes));
     ASSERT_EQ(Db().Exec("update tbUps set SID=8"), 1);
     Db().Close();
     ASSERT_TRUE(Db().Open(nullptr, 0));

@@ -14,10 +14,10 @@ TEST(ManagerTest, MakesAnObjectForAFile)
 {
     const CDbFile file("create table t(a); insert into t values(7)");
     vkdb::CManager manager(0);
-    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
-    ASSERT_NE(pDb, nullptr);
-    EXPECT_TRUE(pDb->Open(nullptr, 0));
-    EXPECT_EQ(read_rows(*pDb, "select a from t"), std::vector<std::string>{"7"});
+    DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(db, nullptr);
+    EXPECT_TRUE(db->Open(nullptr, 0));
+    EXPECT_EQ(read_rows(*db, "select a from t"), std::vector<std::string>{"7"});
 }
 
 TEST(ManagerTest, HasNoObjectForAMissingFile)
@@ -37,12 +37,12 @@ TEST(ManagerTest, MakesAnObjectForAPathThatCannotBeFollowedJustNow)
     const CDbFile file;
     std::filesystem::create_symlink(file.Path(), file.Path()); // ELOOP
     vkdb::CManager manager(0);
-    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
-    ASSERT_NE(pDb, nullptr);
-    EXPECT_FALSE(pDb->Open(nullptr, 0));
+    DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(db, nullptr);
+    EXPECT_FALSE(db->Open(nullptr, 0));
     std::filesystem::remove(file.Path());
     file.Sql("create table t(a)");
-    EXPECT_TRUE(pDb->Open(nullptr, 0));
+    EXPECT_TRUE(db->Open(nullptr, 0));
 }
 
 // Which the thread sanitizer's build makes sure of.
@@ -69,11 +69,11 @@ TEST(ManagerTest, MakesAnObjectForALockedFile)
     CWriter writer(file.Path());
     writer.Sql("begin exclusive");
     vkdb::CManager manager(0);
-    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
-    ASSERT_NE(pDb, nullptr);
-    EXPECT_FALSE(pDb->Open(nullptr, 0));
+    DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(db, nullptr);
+    EXPECT_FALSE(db->Open(nullptr, 0));
     writer.Sql("commit");
-    EXPECT_TRUE(pDb->Open(nullptr, 0));
+    EXPECT_TRUE(db->Open(nullptr, 0));
 }
 
 TEST(ManagerTest, LeavesItToOpenToTellAFileThatIsNoDatabase)
@@ -81,20 +81,20 @@ TEST(ManagerTest, LeavesItToOpenToTellAFileThatIsNoDatabase)
     const CDbFile file;
     file.Bytes(std::string(5000, 'x'));
     vkdb::CManager manager(0);
-    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
-    ASSERT_NE(pDb, nullptr);
-    EXPECT_FALSE(pDb->Open(nullptr, 0));
+    DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(db, nullptr);
+    EXPECT_FALSE(db->Open(nullptr, 0));
 }
 
 TEST(ManagerTest, GivesTwoObjectsForOneFile)
 {
     const CDbFile file("create table t(a)");
     vkdb::CManager manager(0);
-    DbDatabase* pFirst = manager.OpenDb(file.Path().c_str(), 0);
-    DbDatabase* pSecond = manager.OpenDb(file.Path().c_str(), 0);
-    EXPECT_NE(pFirst, pSecond);
-    EXPECT_TRUE(pFirst->Open(nullptr, 0));
-    EXPECT_TRUE(pSecond->Open(nullptr, -2));
+    DbDatabase* first = manager.OpenDb(file.Path().c_str(), 0);
+    DbDatabase* second = manager.OpenDb(file.Path().c_str(), 0);
+    EXPECT_NE(first, second);
+    EXPECT_TRUE(first->Open(nullptr, 0));
+    EXPECT_TRUE(second->Open(nullptr, -2));
 }
 
 TEST(ManagerTest, ReleasesItsDatabasesWithQueriesOpen)
@@ -102,9 +102,9 @@ TEST(ManagerTest, ReleasesItsDatabasesWithQueriesOpen)
     const CDbFile file("create table t(a); insert into t values(7)");
     {
         vkdb::CManager manager(0);
-        DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
-        ASSERT_TRUE(pDb->Open(nullptr, 0));
-        ASSERT_GE(pDb->QryExec("select a from t", -1), 0);
+        DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
+        ASSERT_TRUE(db->Open(nullptr, 0));
+        ASSERT_GE(db->QryExec("select a from t", -1), 0);
     }
     CWriter(file.Path()).Sql("begin exclusive; update t set a=8; commit");
 }

@@ -27,9 +27,9 @@ constexpr char kTable[] =
 constexpr char kWal[] = "pragma journal_mode=wal;";
 
 // Leaves behind what a writer does that is killed in the middle of a transaction.
-int crash_in_a_transaction(const std::string& strPath)
+int crash_in_a_transaction(const std::string& path)
 {
-    CWriter writer(strPath);
+    CWriter writer(path);
     writer.Sql("pragma cache_size=1; begin; update tbSM set Name='half'");
     writer.Sql("create table tbFill(V)");
     for (int i = 0; i < 50; ++i)
@@ -40,9 +40,9 @@ int crash_in_a_transaction(const std::string& strPath)
 }
 
 // And behind its last one, with the log not yet copied into the database.
-int crash_behind_a_transaction(const std::string& strPath)
+int crash_behind_a_transaction(const std::string& path)
 {
-    CWriter writer(strPath);
+    CWriter writer(path);
     writer.Sql("update tbSM set Name='log'");
     ::_exit(0);
 }
@@ -108,15 +108,15 @@ TEST_F(NoTouchTest, DatabaseWithAWriteAheadLogIsReadWithoutOne)
 // Such a database is opened as a URI, where these letters mean something.
 TEST_F(NoTouchTest, DatabaseWithAWriteAheadLogIsReadWhateverItsName)
 {
-    for (const char* szName : {"/a?b.db3", "/a#b.db3", "/a%41b.db3", "/a b.db3", "/动环.db3"})
+    for (const char* name : {"/a?b.db3", "/a#b.db3", "/a%41b.db3", "/a b.db3", "/动环.db3"})
     {
-        const std::string strPath = fs::path(file.Path()).parent_path().string() + szName;
-        CWriter(strPath).Sql(std::string(kWal) + kTable);
-        const size_t nFiles = Folder().size();
-        CDatabase db(strPath, 0, CDatabase::Policy::kNoTouch);
-        EXPECT_TRUE(db.Open(nullptr, 0)) << szName;
-        EXPECT_THAT(read_rows(db, kRows), ElementsAre("7|UPS", "9|air")) << szName;
-        EXPECT_EQ(Folder().size(), nFiles);
+        const std::string path = fs::path(file.Path()).parent_path().string() + name;
+        CWriter(path).Sql(std::string(kWal) + kTable);
+        const size_t files = Folder().size();
+        CDatabase db(path, 0, CDatabase::Policy::kNoTouch);
+        EXPECT_TRUE(db.Open(nullptr, 0)) << name;
+        EXPECT_THAT(read_rows(db, kRows), ElementsAre("7|UPS", "9|air")) << name;
+        EXPECT_EQ(Folder().size(), files);
     }
 }
 
@@ -160,10 +160,10 @@ TEST_F(NoTouchTest, TemporaryTableStaysWhenTheFileIsWrittenOver)
     const auto db = Open();
     ASSERT_TRUE(db->Open(nullptr, 0));
     db->Exec("create temp table tbMark as select 5 as a");
-    const std::string strBytes = file.Bytes();
-    for (const std::string& strNow : {std::string(4096, 'x'), strBytes, strBytes})
+    const std::string bytes = file.Bytes();
+    for (const std::string& now : {std::string(4096, 'x'), bytes, bytes})
     {
-        file.Bytes(strNow);
+        file.Bytes(now);
         db->Open(nullptr, 0);
         thrown_by([&] { read_rows(*db, kRows); });
         EXPECT_THAT(read_rows(*db, "select a from temp.tbMark"), ElementsAre("5"));

@@ -18,23 +18,23 @@ constexpr int kNever = std::numeric_limits<int>::max();
 // Allocations that succeed before one fails, and then no other.
 struct Countdown
 {
-    int nGood = kNever;
-    bool IsOver() { return nGood != kNever && nGood-- == 0; }
-    bool IsDone() const { return nGood < 0; }
+    int good_calls = kNever;
+    bool IsOver() { return good_calls != kNever && good_calls-- == 0; }
+    bool IsDone() const { return good_calls < 0; }
 };
 
 Countdown g_own;
 Countdown g_sqlite;
 sqlite3_mem_methods g_real;
 
-void* failing_malloc(int nBytes)
+void* failing_malloc(int byte_count)
 {
-    return g_sqlite.IsOver() ? nullptr : g_real.xMalloc(nBytes);
+    return g_sqlite.IsOver() ? nullptr : g_real.xMalloc(byte_count);
 }
 
-void* failing_realloc(void* p, int nBytes)
+void* failing_realloc(void* p, int byte_count)
 {
-    return g_sqlite.IsOver() ? nullptr : g_real.xRealloc(p, nBytes);
+    return g_sqlite.IsOver() ? nullptr : g_real.xRealloc(p, byte_count);
 }
 
 class OutOfMemoryTest : public testing::Test
@@ -56,24 +56,24 @@ protected:
 
     // Reads all rows once for each allocation that there is from the start of the query on, with
     // that one failing. The result is their number.
-    int FailEach(Countdown& countdown, int nRows, int nBytes)
+    int FailEach(Countdown& countdown, int row_count, int byte_count)
     {
         const CDbFile file("create table t(i,pad);"
                            "with recursive n(i) as (select 1 union all select i+1 from n where i<" +
-                           std::to_string(nRows) + ") insert into t select i,hex(zeroblob(" +
-                           std::to_string(nBytes / 2) + ")) from n");
-        for (int nGood = 0;; ++nGood)
+                           std::to_string(row_count) + ") insert into t select i,hex(zeroblob(" +
+                           std::to_string(byte_count / 2) + ")) from n");
+        for (int good_calls = 0;; ++good_calls)
         {
             vkdb::CDatabase db(file.Path(), 0);
             EXPECT_TRUE(db.Open(nullptr, -2));
-            countdown.nGood = nGood;
-            const int nRight = Walk(db);
-            const bool bDone = countdown.IsDone();
-            countdown.nGood = kNever;
-            EXPECT_EQ(nRight, nRows) << "allocation " << nGood;
-            if (!bDone || HasFailure())
+            countdown.good_calls = good_calls;
+            const int right_rows = Walk(db);
+            const bool is_done = countdown.IsDone();
+            countdown.good_calls = kNever;
+            EXPECT_EQ(right_rows, row_count) << "allocation " << good_calls;
+            if (!is_done || HasFailure())
             {
-                return nGood;
+                return good_calls;
             }
         }
     }
@@ -82,13 +82,13 @@ private:
     // The number of rows that come in order.
     static int Walk(DbDatabase& db)
     {
-        int nRight = 0;
+        int right_rows = 0;
         try
         {
             const int iqry = db.QryExec("select i,pad from t", -1);
-            for (; !db.QryEof(iqry) && db.QryGetIntAt(iqry, 0) == nRight + 1; db.QryNext(iqry))
+            for (; !db.QryEof(iqry) && db.QryGetIntAt(iqry, 0) == right_rows + 1; db.QryNext(iqry))
             {
-                ++nRight;
+                ++right_rows;
             }
             db.QryFree(iqry);
         }
@@ -100,7 +100,7 @@ private:
         {
             return -2;
         }
-        return nRight;
+        return right_rows;
     }
 };
 
@@ -117,19 +117,19 @@ TEST_F(OutOfMemoryTest, ForOneAllocationOfSqliteCostsNoRow)
 TEST_F(OutOfMemoryTest, ForOneAllocationCostsNoDatabase)
 {
     const CDbFile file("create table t(a); insert into t values(7)");
-    const std::string strPath = file.Path();
-    for (Countdown* pCountdown : {&g_own, &g_sqlite})
+    const std::string path = file.Path();
+    for (Countdown* each : {&g_own, &g_sqlite})
     {
-        bool bDone = true;
-        for (int nGood = 0; bDone; ++nGood)
+        bool is_done = true;
+        for (int good_calls = 0; is_done; ++good_calls)
         {
             vkdb::CManager manager(0);
-            pCountdown->nGood = nGood;
-            DbDatabase* pDb = manager.OpenDb(strPath.c_str(), 0);
-            bDone = pCountdown->IsDone();
-            pCountdown->nGood = kNever;
-            ASSERT_NE(pDb, nullptr) << "allocation " << nGood;
-            ASSERT_TRUE(pDb->Open(nullptr, 0));
+            each->good_calls = good_calls;
+            DbDatabase* db = manager.OpenDb(path.c_str(), 0);
+            is_done = each->IsDone();
+            each->good_calls = kNever;
+            ASSERT_NE(db, nullptr) << "allocation " << good_calls;
+            ASSERT_TRUE(db->Open(nullptr, 0));
         }
     }
 }
@@ -139,17 +139,17 @@ TEST_F(OutOfMemoryTest, ForOneConversionOfATextCostsNoRow)
 {
     const CDbFile file("pragma encoding='UTF-16le'; create table t(a);"
                        "insert into t values(hex(zeroblob(500))),(hex(zeroblob(500)))");
-    const std::string strText(1000, '0');
-    for (int nGood = 0;; ++nGood)
+    const std::string text(1000, '0');
+    for (int good_calls = 0;; ++good_calls)
     {
         vkdb::CDatabase db(file.Path(), 0);
         ASSERT_TRUE(db.Open(nullptr, -2));
-        g_sqlite.nGood = nGood;
+        g_sqlite.good_calls = good_calls;
         const auto rows = read_rows(db, "select a from t");
-        const bool bDone = g_sqlite.IsDone();
-        g_sqlite.nGood = kNever;
-        ASSERT_EQ(rows, (std::vector<std::string>{strText, strText})) << "allocation " << nGood;
-        if (!bDone)
+        const bool is_done = g_sqlite.IsDone();
+        g_sqlite.good_calls = kNever;
+        ASSERT_EQ(rows, (std::vector<std::string>{text, text})) << "allocation " << good_calls;
+        if (!is_done)
         {
             return;
         }
@@ -158,9 +158,9 @@ TEST_F(OutOfMemoryTest, ForOneConversionOfATextCostsNoRow)
 
 } // namespace
 
-void* operator new(std::size_t nBytes)
+void* operator new(size_t byte_count)
 {
-    void* p = g_own.IsOver() ? nullptr : std::malloc(nBytes);
+    void* p = g_own.IsOver() ? nullptr : std::malloc(byte_count);
     if (p == nullptr)
     {
         throw std::bad_alloc();
@@ -173,7 +173,7 @@ void operator delete(void* p) noexcept
     std::free(p);
 }
 
-void operator delete(void* p, std::size_t) noexcept
+void operator delete(void* p, size_t) noexcept
 {
     std::free(p);
 }

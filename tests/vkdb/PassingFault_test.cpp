@@ -13,13 +13,13 @@ namespace
 
 constexpr char kNames[] = "select SID,Name from tbSM";
 
-// Devices 1 to nRows; Name is their number in front of a filling of nBytes.
-std::string devices(int nRows, int nBytes)
+// Devices 1 to row_count; Name is their number in front of a filling of byte_count bytes.
+std::string devices(int row_count, int byte_count)
 {
     return "create table tbSM(SID,Name);"
            "with recursive n(i) as (select 1 union all select i+1 from n where i<" +
-           std::to_string(nRows) + ") insert into tbSM select i,i||' '||hex(zeroblob(" +
-           std::to_string(nBytes / 2) + ")) from n;";
+           std::to_string(row_count) + ") insert into tbSM select i,i||' '||hex(zeroblob(" +
+           std::to_string(byte_count / 2) + ")) from n;";
 }
 
 class PassingFaultTest : public testing::Test
@@ -33,21 +33,21 @@ protected:
         return read_rows(db, kNames);
     }
 
-    // Lets one read in nStep fail, one after the other, each for a reading of its own that must
-    // not notice. The result is how many there were.
-    int FailEachRead(int nStep)
+    // Lets one read in "distance" fail, one after the other, each for a reading of its own that
+    // must not notice. The result is how many there were.
+    int FailEachRead(int distance)
     {
         const Rows rows = ReadAll();
-        int nFaults = 0;
-        for (int nRead = 1;; nRead += nStep)
+        int failures = 0;
+        for (int number = 1;; number += distance)
         {
-            faults.FailRead(nRead);
-            EXPECT_EQ(ReadAll(), rows) << "read " << nRead;
+            faults.FailRead(number);
+            EXPECT_EQ(ReadAll(), rows) << "read " << number;
             if (!faults.IsDone() || HasFailure())
             {
-                return nFaults;
+                return failures;
             }
-            ++nFaults;
+            ++failures;
         }
     }
 
@@ -70,23 +70,23 @@ TEST_F(PassingFaultTest, OneReadErrorCostsNoRowOfAResultLargerThanTheReadAhead)
 TEST_F(PassingFaultTest, OneObstacleOfAnotherKindInTheMiddleCostsNoRow)
 {
     file.Sql(devices(300, 150));
-    for (const int nCode : {SQLITE_BUSY, SQLITE_PROTOCOL, SQLITE_NOMEM, SQLITE_CANTOPEN})
+    for (const int code : {SQLITE_BUSY, SQLITE_PROTOCOL, SQLITE_NOMEM, SQLITE_CANTOPEN})
     {
         vkdb::CDatabase db(file.Path(), 0);
         ASSERT_TRUE(db.Open(nullptr, -2));
         const int iqry = db.QryExec(kNames, -1);
-        faults.FailRead(3, 1, nullptr, nCode);
-        int nRows = 0;
+        faults.FailRead(3, 1, nullptr, code);
+        int row_count = 0;
         EXPECT_EQ(thrown_by(
                       [&]
                       {
                           for (; !db.QryEof(iqry); db.QryNext(iqry))
                           {
-                              ++nRows;
+                              ++row_count;
                           }
                       }),
                   "no exception");
-        EXPECT_EQ(nRows, 300) << nCode;
+        EXPECT_EQ(row_count, 300) << code;
         EXPECT_TRUE(faults.IsDone());
     }
 }
@@ -108,18 +108,18 @@ TEST_F(PassingFaultTest, TwoReadErrorsInOneResultCostNoRow)
     ASSERT_TRUE(db.Open(nullptr, -2));
     faults.FailRead(200); // while the rows are read ahead
     const int iqry = db.QryExec(kNames, -1);
-    int nRows = 0;
-    for (; !db.QryEof(iqry) && db.QryGetInt(iqry, "SID") == nRows + 1; db.QryNext(iqry))
+    int row_count = 0;
+    for (; !db.QryEof(iqry) && db.QryGetInt(iqry, "SID") == row_count + 1; db.QryNext(iqry))
     {
-        ++nRows;
-        if (nRows == 1000)
+        ++row_count;
+        if (row_count == 1000)
         {
             EXPECT_TRUE(faults.IsDone());
             faults.FailRead(20); // and again when they have been given
         }
     }
     EXPECT_TRUE(faults.IsDone());
-    EXPECT_EQ(nRows, 2300);
+    EXPECT_EQ(row_count, 2300);
 }
 
 // Which begins with less than the caller has seen of another query under its index.
@@ -143,12 +143,12 @@ TEST_F(PassingFaultTest, StartReadsLittleOfLongRows)
     faults.FailRead(200, 1000000);
     const int iqry = db.QryExec(kNames, -1);
     faults.FailRead(1, 0);
-    int nRows = 0;
+    int row_count = 0;
     for (; !db.QryEof(iqry); db.QryNext(iqry))
     {
-        ++nRows;
+        ++row_count;
     }
-    EXPECT_EQ(nRows, 60);
+    EXPECT_EQ(row_count, 60);
 }
 
 // --- Read errors that stay -----------------------------------------------------------------------
@@ -160,19 +160,19 @@ TEST_F(PassingFaultTest, AReadErrorThatStaysIsThrownBehindTheRowsBeforeIt)
     ASSERT_TRUE(db.Open(nullptr, -2));
     const int iqry = db.QryExec(kNames, -1);
     faults.FailRead(3, 1000000);
-    int nRows = 1;
+    int row_count = 1;
     EXPECT_EQ(thrown_by(
                   [&]
                   {
                       for (db.QryNext(iqry); !db.QryEof(iqry); db.QryNext(iqry))
                       {
-                          ++nRows;
-                          EXPECT_EQ(db.QryGetInt(iqry, "SID"), nRows);
+                          ++row_count;
+                          EXPECT_EQ(db.QryGetInt(iqry, "SID"), row_count);
                       }
                   }),
               "10 disk I/O error");
-    EXPECT_GT(nRows, 64);
-    EXPECT_LT(nRows, 300);
+    EXPECT_GT(row_count, 64);
+    EXPECT_LT(row_count, 300);
 }
 
 TEST_F(PassingFaultTest, AReadErrorThatStaysIsThrownByAQueryThatHasNoRow)
@@ -194,13 +194,13 @@ class FaultBesideWriterTest : public PassingFaultTest
 protected:
     // Begins to read a WAL database in which a writer does this when the reading fails, behind
     // the rows that Start read. The first row has been seen then.
-    int Begin(const std::string& strWrite, const std::string& strSql = kNames)
+    int Begin(const std::string& change, const std::string& sql = kNames)
     {
         m_writer.Sql("pragma journal_mode=wal;" + devices(300, 150));
         m_writer.Sql("pragma wal_checkpoint(truncate)"); // so that the database itself is read
         EXPECT_TRUE(m_db.Open(nullptr, -2));
-        const int iqry = m_db.QryExec(strSql.c_str(), -1);
-        faults.FailRead(3, 1, [this, strWrite] { m_writer.Sql(strWrite); });
+        const int iqry = m_db.QryExec(sql.c_str(), -1);
+        faults.FailRead(3, 1, [this, change] { m_writer.Sql(change); });
         return iqry;
     }
 
@@ -208,17 +208,17 @@ protected:
     Rows Walk(int iqry)
     {
         Rows names;
-        const std::string strThrown = thrown_by(
+        const std::string thrown = thrown_by(
             [&]
             {
                 for (; !m_db.QryEof(iqry); m_db.QryNext(iqry))
                 {
-                    const std::string strName = m_db.QryGetStr(iqry, "Name");
-                    names.push_back(strName.substr(0, strName.find(' ')));
+                    const std::string name = m_db.QryGetStr(iqry, "Name");
+                    names.push_back(name.substr(0, name.find(' ')));
                 }
             });
         EXPECT_TRUE(faults.IsDone());
-        names.push_back(strThrown);
+        names.push_back(thrown);
         return names;
     }
 
@@ -277,12 +277,12 @@ TEST_F(PassingFaultTest, AFileThatCannotBeOpenedAtFirstIsOpenedLater)
     file.Sql(devices(3, 2));
     vkdb::CManager manager(0);
     faults.FailOpens(1);
-    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
+    DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
     ASSERT_TRUE(faults.IsDone());
-    ASSERT_NE(pDb, nullptr);
-    EXPECT_TRUE(pDb->Open(nullptr, 0));
-    EXPECT_EQ(pDb->Exec("delete from tbSM where SID>1"), 2);
-    EXPECT_EQ(read_rows(*pDb, kNames), Rows{"1|1 00"});
+    ASSERT_NE(db, nullptr);
+    EXPECT_TRUE(db->Open(nullptr, 0));
+    EXPECT_EQ(db->Exec("delete from tbSM where SID>1"), 2);
+    EXPECT_EQ(read_rows(*db, kNames), Rows{"1|1 00"});
 }
 
 // SQLite opens a file to read when one opening to write fails; alarms would never be marked.
@@ -291,10 +291,10 @@ TEST_F(PassingFaultTest, AFileThatWasOnceOpenedOnlyToReadIsWrittenLater)
     file.Sql(devices(3, 2));
     vkdb::CManager manager(0);
     faults.OpenToRead();
-    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
-    ASSERT_NE(pDb, nullptr);
-    EXPECT_TRUE(pDb->Open(nullptr, 0));
-    EXPECT_EQ(pDb->Exec("delete from tbSM where SID>1"), 2);
+    DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(db, nullptr);
+    EXPECT_TRUE(db->Open(nullptr, 0));
+    EXPECT_EQ(db->Exec("delete from tbSM where SID>1"), 2);
 }
 
 TEST_F(PassingFaultTest, AQueryOpensTheFileThatOpenDbCouldNot)
@@ -302,9 +302,9 @@ TEST_F(PassingFaultTest, AQueryOpensTheFileThatOpenDbCouldNot)
     file.Sql(devices(3, 2));
     vkdb::CManager manager(0);
     faults.FailOpens(1);
-    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
-    ASSERT_NE(pDb, nullptr);
-    EXPECT_EQ(read_rows(*pDb, kNames).size(), 3U);
+    DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(db, nullptr);
+    EXPECT_EQ(read_rows(*db, kNames).size(), 3U);
 }
 
 TEST_F(PassingFaultTest, ExecOpensTheFileThatOpenDbCouldNot)
@@ -312,9 +312,9 @@ TEST_F(PassingFaultTest, ExecOpensTheFileThatOpenDbCouldNot)
     file.Sql(devices(3, 2));
     vkdb::CManager manager(0);
     faults.FailOpens(1);
-    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
-    ASSERT_NE(pDb, nullptr);
-    EXPECT_EQ(pDb->Exec("delete from tbSM"), 3);
+    DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(db, nullptr);
+    EXPECT_EQ(db->Exec("delete from tbSM"), 3);
 }
 
 TEST_F(PassingFaultTest, OpenTriesAgainAtOnce)
@@ -322,8 +322,8 @@ TEST_F(PassingFaultTest, OpenTriesAgainAtOnce)
     file.Sql(devices(3, 2));
     vkdb::CManager manager(0);
     faults.FailOpens(vkdb::CDatabase::kTries);
-    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
-    EXPECT_TRUE(pDb->Open(nullptr, 0)); // its last try
+    DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
+    EXPECT_TRUE(db->Open(nullptr, 0)); // its last try
     EXPECT_TRUE(faults.IsDone());
 }
 
@@ -332,10 +332,10 @@ TEST_F(PassingFaultTest, AFileThatStaysShutIsToldByOpenAndTheQuery)
     file.Sql(devices(3, 2));
     faults.FailOpens(1000);
     vkdb::CManager manager(0);
-    DbDatabase* pDb = manager.OpenDb(file.Path().c_str(), 0);
-    ASSERT_NE(pDb, nullptr);
-    EXPECT_FALSE(pDb->Open(nullptr, 0));
-    EXPECT_EQ(thrown_by([&] { pDb->QryExec(kNames, -1); }), "14 unable to open database file");
+    DbDatabase* db = manager.OpenDb(file.Path().c_str(), 0);
+    ASSERT_NE(db, nullptr);
+    EXPECT_FALSE(db->Open(nullptr, 0));
+    EXPECT_EQ(thrown_by([&] { db->QryExec(kNames, -1); }), "14 unable to open database file");
 }
 
 // --- Where no other connection helps ------------------------------------------------------------
@@ -346,10 +346,10 @@ TEST_F(PassingFaultTest, AMistakeOfTheCallerIsMetByNoOtherConnection)
     file.WaitForTick();
     vkdb::CDatabase db(file.Path(), 0);
     ASSERT_TRUE(db.Open(nullptr, -2));
-    const int nOpens = faults.Opens();
+    const int opens = faults.Opens();
     EXPECT_EQ(thrown_by([&] { db.QryExec("select * from tbX", -1); }), "1 no such table: tbX");
     EXPECT_TRUE(db.Open(nullptr, -2));
-    EXPECT_EQ(faults.Opens(), nOpens);
+    EXPECT_EQ(faults.Opens(), opens);
 }
 
 TEST_F(PassingFaultTest, ADamageIsMetByOneOtherConnection)
@@ -361,9 +361,9 @@ TEST_F(PassingFaultTest, ADamageIsMetByOneOtherConnection)
     ASSERT_TRUE(db.Open(nullptr, -2));
     for (int i = 0; i < 3; ++i) // the connection of the try before is not used again
     {
-        const int nOpens = faults.Opens();
+        const int opens = faults.Opens();
         EXPECT_NE(thrown_by([&] { db.QryExec(kNames, -1); }), "no exception");
-        EXPECT_EQ(faults.Opens(), nOpens + 1);
+        EXPECT_EQ(faults.Opens(), opens + 1);
     }
 }
 
@@ -374,15 +374,15 @@ TEST_F(PassingFaultTest, ALockThatIsReleasedInTimeIsWaitedOut)
     file.Sql(devices(3, 2));
     CWriter writer(file.Path());
     vkdb::CDatabase db(file.Path(), vkdb::kBusyWaitMs);
-    for (const int nBusy : {1, 5})
+    for (const int busy : {1, 5})
     {
         writer.Sql("begin exclusive");
-        faults.AtBusyLock(nBusy, [&] { writer.Sql("commit"); });
+        faults.AtBusyLock(busy, [&] { writer.Sql("commit"); });
         EXPECT_TRUE(db.Open(nullptr, -2));
         EXPECT_TRUE(faults.IsDone());
 
         writer.Sql("begin exclusive");
-        faults.AtBusyLock(nBusy, [&] { writer.Sql("commit"); });
+        faults.AtBusyLock(busy, [&] { writer.Sql("commit"); });
         EXPECT_EQ(read_rows(db, kNames).size(), 3U); // and not "negative"
         EXPECT_TRUE(faults.IsDone());
     }

@@ -8,12 +8,12 @@ namespace
 {
 
 // Rows of a table t(i, pad): enough for a query to need a second reading, or a third.
-std::string numbers(int nCount, int nPad)
+std::string numbers(int count, int pad)
 {
     return "create table t(i,pad);"
            "with recursive n(i) as (select 0 union all select i+1 from n where i+1<" +
-           std::to_string(nCount) + ") insert into t select i, hex(zeroblob(" +
-           std::to_string(nPad / 2) + ")) from n;";
+           std::to_string(count) + ") insert into t select i, hex(zeroblob(" +
+           std::to_string(pad / 2) + ")) from n;";
 }
 
 constexpr int kShort = 64;   // rows that Start reads at once
@@ -24,22 +24,22 @@ constexpr int kLong = 60; // rows of kLongPad bytes that are more than one readi
 class QueryTest : public testing::Test
 {
 protected:
-    void Start(const std::string& strSetUp)
+    void Start(const std::string& set_up)
     {
-        file.Sql(strSetUp);
+        file.Sql(set_up);
         m_conn = std::make_shared<vkdb::CConnection>(file.Path(), vkdb::Access::kReadOnly, 0);
         query.Start(m_conn, "select i, pad from t order by rowid");
     }
 
     // Walks on to the end; the result is the number of rows from here that come in order.
-    int Walk(int iExpected)
+    int Walk(int expected)
     {
-        int nRows = 0;
-        for (; !query.AtEnd() && query.Int(0) == iExpected + nRows; query.Next())
+        int row_count = 0;
+        for (; !query.AtEnd() && query.Int(0) == expected + row_count; query.Next())
         {
-            ++nRows;
+            ++row_count;
         }
-        return nRows;
+        return row_count;
     }
 
     CDbFile file;

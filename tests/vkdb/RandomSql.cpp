@@ -91,17 +91,17 @@ std::string CRandomSql::Value()
     return Below(3) == 0 ? OneOf(kValues) : std::to_string(Below(11));
 }
 
-std::string CRandomSql::CreateTable(const std::string& strName)
+std::string CRandomSql::CreateTable(const std::string& name)
 {
-    const bool bRowid = Below(4) != 0;
-    std::string strSql = "create table " + strName + "(SID" +
-                         (bRowid ? OneOf(kTypes) : " integer primary key") + ",Type" +
-                         OneOf(kTypes) + ",State" + OneOf(kTypes) + ",Name,V" + OneOf(kTypes);
+    const bool has_rowid = Below(4) != 0;
+    std::string sql = "create table " + name + "(SID" +
+                      (has_rowid ? OneOf(kTypes) : " integer primary key") + ",Type" +
+                      OneOf(kTypes) + ",State" + OneOf(kTypes) + ",Name,V" + OneOf(kTypes);
     if (Below(4) == 0)
     {
-        strSql += ",G as (V+1)";
+        sql += ",G as (V+1)";
     }
-    return strSql + (!bRowid && Below(2) == 0 ? ") without rowid" : ")");
+    return sql + (!has_rowid && Below(2) == 0 ? ") without rowid" : ")");
 }
 
 std::string CRandomSql::CreateIndex()
@@ -126,9 +126,9 @@ std::string CRandomSql::Insert()
 std::vector<std::string> CRandomSql::Database()
 {
     std::vector<std::string> all;
-    for (const std::string& strTable : kTables)
+    for (const std::string& table : kTables)
     {
-        all.push_back(CreateTable(strTable));
+        all.push_back(CreateTable(table));
     }
     all.emplace_back("create view vwUps as select * from tbUps where V is not null");
     for (int i = 0; i < 60; ++i)
@@ -140,17 +140,17 @@ std::vector<std::string> CRandomSql::Database()
 
 std::string CRandomSql::Change()
 {
-    const std::string strTable = OneOf(kTables);
+    const std::string table = OneOf(kTables);
     switch (Below(16))
     {
     case 0:
-        return "drop table " + strTable;
+        return "drop table " + table;
     case 1:
-        return CreateTable(strTable);
+        return CreateTable(table);
     case 2:
-        return "alter table " + strTable + " add column A" + std::to_string(Below(100));
+        return "alter table " + table + " add column A" + std::to_string(Below(100));
     case 3:
-        return "alter table " + strTable + " rename column Name to " +
+        return "alter table " + table + " rename column Name to " +
                (Below(2) == 0 ? "name" : "Note");
     case 4:
         return CreateIndex();
@@ -159,44 +159,44 @@ std::string CRandomSql::Change()
     case 6:
         return "analyze";
     case 7:
-        return "drop view vwUps; create view vwUps as select V, * from " + strTable;
+        return "drop view vwUps; create view vwUps as select V, * from " + table;
     case 8:
-        return "delete from " + strTable + " where SID=" + Value();
+        return "delete from " + table + " where SID=" + Value();
     case 9:
-        return "update " + strTable + " set V=" + Value() + " where SID=" + Value();
+        return "update " + table + " set V=" + Value() + " where SID=" + Value();
     default:
         return Insert();
     }
 }
 
-std::string CRandomSql::Condition(const std::string& strPrefix)
+std::string CRandomSql::Condition(const std::string& prefix)
 {
-    std::string strText = strPrefix + OneOf(kConditions);
-    for (std::size_t i = strText.find('#'); i != std::string::npos; i = strText.find('#'))
+    std::string text = prefix + OneOf(kConditions);
+    for (size_t i = text.find('#'); i != std::string::npos; i = text.find('#'))
     {
-        strText.replace(i, 1, Number());
+        text.replace(i, 1, Number());
     }
-    return strText;
+    return text;
 }
 
 std::string CRandomSql::Plain()
 {
-    const std::string strTable = OneOf(kSources);
-    const std::string strNumber = Number();
+    const std::string table = OneOf(kSources);
+    const std::string number = Number();
     switch (Below(5))
     {
     case 0:
-        return "select * from " + strTable + " where SID=" + strNumber;
+        return "select * from " + table + " where SID=" + number;
     case 1:
-        return "select * from " + strTable + " where Type=" + strNumber;
+        return "select * from " + table + " where Type=" + number;
     case 2:
-        return "select * from " + strTable;
+        return "select * from " + table;
     case 3:
-        return "select s.Name,s.State,x.* from " + strTable +
-               " x left join tbSM s on s.SID=x.SID where x.SID=" + strNumber + " and x.SID<>x.Type";
+        return "select s.Name,s.State,x.* from " + table +
+               " x left join tbSM s on s.SID=x.SID where x.SID=" + number + " and x.SID<>x.Type";
     default:
-        return "select s.Name,s.State,x.* from " + strTable +
-               " x left join tbSM s on s.SID=x.SID where x.SID=" + strNumber;
+        return "select s.Name,s.State,x.* from " + table +
+               " x left join tbSM s on s.SID=x.SID where x.SID=" + number;
     }
 }
 
@@ -208,9 +208,9 @@ std::string CRandomSql::Nasty()
                                  " from @ x left join tbSM s on s.V=x.SID",
                                  " from (@) x",
                                  " from x.@"};
-    std::string strText = OneOf(kHeads) + OneOf(kFrom);
-    strText.replace(strText.find('@'), 1, OneOf(kSources));
-    return Condition(strText) + (Below(2) == 0 ? OneOf(kTails) : "");
+    std::string text = OneOf(kHeads) + OneOf(kFrom);
+    text.replace(text.find('@'), 1, OneOf(kSources));
+    return Condition(text) + (Below(2) == 0 ? OneOf(kTails) : "");
 }
 
 std::string CRandomSql::Query()

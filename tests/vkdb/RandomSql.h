@@ -12,9 +12,9 @@
 class CRandomSql
 {
 public:
-    explicit CRandomSql(unsigned nSeed) : m_engine(nSeed) {}
+    explicit CRandomSql(unsigned seed) : m_engine(seed) {}
 
-    unsigned Below(unsigned nLimit) { return static_cast<unsigned>(m_engine() % nLimit); }
+    unsigned Below(unsigned limit) { return static_cast<unsigned>(m_engine() % limit); }
 
     // The statements of a whole database.
     std::vector<std::string> Database();
@@ -32,12 +32,12 @@ private:
     {
         return choice[Below(unsigned(choice.size()))];
     }
-    std::string CreateTable(const std::string& strName);
+    std::string CreateTable(const std::string& name);
     std::string CreateIndex();
     std::string Insert();
     std::string Value();
     std::string Number();
-    std::string Condition(const std::string& strPrefix);
+    std::string Condition(const std::string& prefix);
     std::string Plain();
     std::string Nasty();
 

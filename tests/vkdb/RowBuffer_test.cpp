@@ -11,29 +11,29 @@ class RowBufferTest : public testing::Test
 {
 protected:
     // Appends all rows of the query.
-    void Load(const std::string& strSql)
+    void Load(const std::string& sql)
     {
-        sqlite3_stmt* pStmt = nullptr;
-        ASSERT_EQ(sqlite3_prepare_v2(m_memory.Handle(), strSql.c_str(), -1, &pStmt, nullptr), 0);
-        rows.Clear(static_cast<std::size_t>(sqlite3_column_count(pStmt)));
-        while (sqlite3_step(pStmt) == SQLITE_ROW)
+        sqlite3_stmt* stmt = nullptr;
+        ASSERT_EQ(sqlite3_prepare_v2(m_memory.Handle(), sql.c_str(), -1, &stmt, nullptr), 0);
+        rows.Clear(static_cast<size_t>(sqlite3_column_count(stmt)));
+        while (sqlite3_step(stmt) == SQLITE_ROW)
         {
-            ASSERT_TRUE(rows.Append(pStmt));
+            ASSERT_TRUE(rows.Append(stmt));
         }
-        sqlite3_finalize(pStmt);
+        sqlite3_finalize(stmt);
     }
 
     // One value as integer.
-    int Int(const std::string& strValue)
+    int Int(const std::string& value)
     {
-        Load("select " + strValue);
+        Load("select " + value);
         return rows.Int(0, 0);
     }
 
     // One value as text.
-    std::string Text(const std::string& strValue)
+    std::string Text(const std::string& value)
     {
-        Load("select " + strValue);
+        Load("select " + value);
         return rows.Text(0, 0);
     }
 

@@ -8,18 +8,18 @@ namespace
 {
 
 // The digest of a query's rows.
-vkdb::CRowDigest digest(const std::string& strSql)
+vkdb::CRowDigest digest(const std::string& sql)
 {
     CWriter memory(":memory:");
-    sqlite3_stmt* pStmt = nullptr;
-    sqlite3_prepare_v2(memory.Handle(), strSql.c_str(), -1, &pStmt, nullptr);
+    sqlite3_stmt* stmt = nullptr;
+    sqlite3_prepare_v2(memory.Handle(), sql.c_str(), -1, &stmt, nullptr);
     vkdb::CRowBuffer rows;
-    rows.Clear(static_cast<std::size_t>(sqlite3_column_count(pStmt)));
-    while (sqlite3_step(pStmt) == SQLITE_ROW)
+    rows.Clear(static_cast<size_t>(sqlite3_column_count(stmt)));
+    while (sqlite3_step(stmt) == SQLITE_ROW)
     {
-        rows.Append(pStmt);
+        rows.Append(stmt);
     }
-    sqlite3_finalize(pStmt);
+    sqlite3_finalize(stmt);
     vkdb::CRowDigest made;
     made.Add(rows, rows.Rows());
     return made;
@@ -54,15 +54,15 @@ TEST(RowDigestTest, GrowsRowByRow)
     const auto whole = digest("values (1,'a'),(2,'b')");
     CWriter memory(":memory:");
     vkdb::CRowDigest grown;
-    for (const char* szSql : {"values (1,'a')", "values (2,'b')"})
+    for (const char* sql : {"values (1,'a')", "values (2,'b')"})
     {
-        sqlite3_stmt* pStmt = nullptr;
-        sqlite3_prepare_v2(memory.Handle(), szSql, -1, &pStmt, nullptr);
-        sqlite3_step(pStmt);
+        sqlite3_stmt* stmt = nullptr;
+        sqlite3_prepare_v2(memory.Handle(), sql, -1, &stmt, nullptr);
+        sqlite3_step(stmt);
         vkdb::CRowBuffer row;
         row.Clear(2);
-        row.Append(pStmt);
-        sqlite3_finalize(pStmt);
+        row.Append(stmt);
+        sqlite3_finalize(stmt);
         grown.Add(row, 1);
     }
     EXPECT_EQ(grown, whole);

@@ -12,28 +12,28 @@ namespace
 
 constexpr char kDevice[] = "select SID,Name from tbSM where SID=";
 
-std::string device(int nSid)
+std::string device(int sid)
 {
-    return kDevice + std::to_string(nSid);
+    return kDevice + std::to_string(sid);
 }
 
 class StatementCacheTest : public testing::Test
 {
 protected:
     // Runs a query to its first row; the result is the statement that did it.
-    sqlite3_stmt* Run(const std::string& strSql)
+    sqlite3_stmt* Run(const std::string& sql)
     {
-        CStatementLease stmt = cache.Take(strSql.c_str());
+        CStatementLease stmt = cache.Take(sql.c_str());
         sqlite3_step(stmt.get());
         return stmt.get();
     }
 
-    std::string NameOf(int nSid)
+    std::string NameOf(int sid)
     {
-        const CStatementLease stmt = cache.Take(device(nSid).c_str());
-        const bool bRow = sqlite3_step(stmt.get()) == SQLITE_ROW;
-        const void* pText = bRow ? sqlite3_column_text(stmt.get(), 1) : nullptr;
-        return bRow ? static_cast<const char*>(pText) : "none";
+        const CStatementLease stmt = cache.Take(device(sid).c_str());
+        const bool has_row = sqlite3_step(stmt.get()) == SQLITE_ROW;
+        const void* raw = has_row ? sqlite3_column_text(stmt.get(), 1) : nullptr;
+        return has_row ? static_cast<const char*>(raw) : "none";
     }
 
     CDbFile file{"create table tbSM(SID,Name); insert into tbSM values(7,'UPS'),(9,'air')"};
@@ -45,8 +45,8 @@ protected:
 
 TEST_F(StatementCacheTest, RunsTheStatementOfOneDeviceForTheNext)
 {
-    sqlite3_stmt* const pFirst = Run(device(7));
-    EXPECT_EQ(Run(device(9)), pFirst);
+    sqlite3_stmt* const first = Run(device(7));
+    EXPECT_EQ(Run(device(9)), first);
     EXPECT_EQ(NameOf(7), "UPS");
     EXPECT_EQ(NameOf(9), "air");
     EXPECT_EQ(NameOf(8), "none");
@@ -55,9 +55,9 @@ TEST_F(StatementCacheTest, RunsTheStatementOfOneDeviceForTheNext)
 
 TEST_F(StatementCacheTest, KeepsTheStatementOfATextWithoutANumber)
 {
-    sqlite3_stmt* const pFirst = Run("select * from tbSM");
-    EXPECT_EQ(Run("select * from tbSM"), pFirst);
-    EXPECT_NE(Run("select * from tbSM "), pFirst);
+    sqlite3_stmt* const first = Run("select * from tbSM");
+    EXPECT_EQ(Run("select * from tbSM"), first);
+    EXPECT_NE(Run("select * from tbSM "), first);
 }
 
 TEST_F(StatementCacheTest, ForgetsTheNumberWithTheLoan)
@@ -71,15 +71,15 @@ TEST_F(StatementCacheTest, GivesRowsInTheOrderThatTheNumberMakes)
 {
     connection.Sql("create table t(a,b,c); create index i on t(b,c desc) where b=5;"
                    "insert into t values(1,5,1),(2,5,2),(3,6,1),(4,6,2)");
-    const auto order = [this](const std::string& strNumber)
+    const auto order = [this](const std::string& number)
     {
-        std::string strOrder;
-        const CStatementLease stmt = cache.Take(("select a from t where b=" + strNumber).c_str());
+        std::string found;
+        const CStatementLease stmt = cache.Take(("select a from t where b=" + number).c_str());
         while (sqlite3_step(stmt.get()) == SQLITE_ROW)
         {
-            strOrder += std::to_string(sqlite3_column_int(stmt.get(), 0));
+            found += std::to_string(sqlite3_column_int(stmt.get(), 0));
         }
-        return strOrder;
+        return found;
     };
     EXPECT_EQ(order("6"), "34");
     EXPECT_EQ(order("5"), "21"); // by the index, which holds rows of this number alone
@@ -108,16 +108,16 @@ TEST_F(StatementCacheTest, EndsTheReadLockWithTheLoan)
 
 TEST_F(StatementCacheTest, KeepsTheLatestOnly)
 {
-    sqlite3_stmt* const pDevice = Run(device(7));
-    for (std::size_t i = 1; i < CStatementCache::kStatements; ++i)
+    sqlite3_stmt* const device_stmt = Run(device(7));
+    for (size_t i = 1; i < CStatementCache::kStatements; ++i)
     {
         Run("select " + std::to_string(i));
     }
-    EXPECT_EQ(Run(device(9)), pDevice);
+    EXPECT_EQ(Run(device(9)), device_stmt);
     EXPECT_EQ(cache.Kept(), CStatementCache::kStatements);
     Run("select 0"); // takes the place of "select 1"
     EXPECT_EQ(cache.Kept(), CStatementCache::kStatements);
-    EXPECT_EQ(Run(device(7)), pDevice);
+    EXPECT_EQ(Run(device(7)), device_stmt);
     const CStatementLease gone = cache.Take("select 1");
     EXPECT_EQ(cache.Kept(), CStatementCache::kStatements);
     const CStatementLease kept = cache.Take("select 2");
@@ -126,21 +126,21 @@ TEST_F(StatementCacheTest, KeepsTheLatestOnly)
 
 TEST_F(StatementCacheTest, KeepsNoLongText)
 {
-    const std::string strBlanks(CStatementCache::kTextBytes - device(7).size(), ' ');
-    Run(device(7) + strBlanks + " ");
+    const std::string blanks(CStatementCache::kTextBytes - device(7).size(), ' ');
+    Run(device(7) + blanks + " ");
     EXPECT_EQ(cache.Kept(), 0U);
-    Run(device(7) + strBlanks);
+    Run(device(7) + blanks);
     EXPECT_EQ(cache.Kept(), 1U);
 }
 
 TEST_F(StatementCacheTest, KeepsNoLargeStatement)
 {
-    std::string strColumns = "a0";
+    std::string columns = "a0";
     for (int i = 1; i < 1500; ++i)
     {
-        strColumns += ",a" + std::to_string(i);
+        columns += ",a" + std::to_string(i);
     }
-    connection.Sql("create table tbWide(" + strColumns + ")");
+    connection.Sql("create table tbWide(" + columns + ")");
     Run("select * from tbWide");
     EXPECT_EQ(cache.Kept(), 0U);
 }
@@ -168,9 +168,9 @@ TEST_F(StatementCacheTest, GivesNothingForATextWithoutAStatement)
 TEST_F(StatementCacheTest, TellsTheErrorOfTheTextAsItStands)
 {
     connection.Sql("create index i on tbSM(Name) where SID=7");
-    const std::string strHint = "select Name from tbSM indexed by i where SID=";
-    EXPECT_TRUE(cache.Take((strHint + "7").c_str())); // only the number makes it possible
-    EXPECT_THROW(cache.Take((strHint + "8").c_str()), vkdb::CSqliteFailure);
+    const std::string hint = "select Name from tbSM indexed by i where SID=";
+    EXPECT_TRUE(cache.Take((hint + "7").c_str())); // only the number makes it possible
+    EXPECT_THROW(cache.Take((hint + "8").c_str()), vkdb::CSqliteFailure);
     EXPECT_THROW(cache.Take("select Name from tbNone where SID=8"), vkdb::CSqliteFailure);
 }
 

@@ -15,94 +15,94 @@ namespace
 {
 
 // Names, then each cell as text and as integer; or the error.
-std::string through_library(CDatabase& db, const std::string& strSql)
+std::string through_library(CDatabase& db, const std::string& sql)
 try
 {
-    const int iqry = db.QryExec(strSql.c_str(), -1);
-    std::string strResult;
+    const int iqry = db.QryExec(sql.c_str(), -1);
+    std::string result;
     for (int i = 0; i < db.QryFldCount(iqry); ++i)
     {
-        strResult.append(db.QryFldName(iqry, i)).append("|");
+        result.append(db.QryFldName(iqry, i)).append("|");
     }
     for (; !db.QryEof(iqry); db.QryNext(iqry))
     {
-        strResult += "\n";
+        result += "\n";
         for (int i = 0; i < db.QryFldCount(iqry); ++i)
         {
-            strResult.append(db.QryGetStrAt(iqry, i)).append("=");
-            strResult.append(std::to_string(db.QryGetIntAt(iqry, i))).append("|");
+            result.append(db.QryGetStrAt(iqry, i)).append("=");
+            result.append(std::to_string(db.QryGetIntAt(iqry, i))).append("|");
         }
     }
     db.QryFree(iqry);
-    return strResult;
+    return result;
 }
 catch (const CppSQLite3Exception& e)
 {
     return std::to_string(e.errorCode()) + " " + e.errorMessage();
 }
 
-std::string row_of(sqlite3_stmt* pStmt)
+std::string row_of(sqlite3_stmt* stmt)
 {
-    std::string strRow = "\n";
-    for (int i = 0; i < sqlite3_column_count(pStmt); ++i)
+    std::string row = "\n";
+    for (int i = 0; i < sqlite3_column_count(stmt); ++i)
     {
-        const int nValue = sqlite3_column_int(pStmt, i);
-        const void* pText = sqlite3_column_text(pStmt, i);
-        strRow.append(pText != nullptr ? static_cast<const char*>(pText) : "").append("=");
-        strRow.append(std::to_string(nValue)).append("|");
+        const int value = sqlite3_column_int(stmt, i);
+        const void* raw = sqlite3_column_text(stmt, i);
+        row.append(raw != nullptr ? static_cast<const char*>(raw) : "").append("=");
+        row.append(std::to_string(value)).append("|");
     }
-    return strRow;
+    return row;
 }
 
 // The same by SQLite alone. What returns no rows is an error of the library's own.
-std::string through_sqlite(sqlite3* pDb, const std::string& strSql)
+std::string through_sqlite(sqlite3* db, const std::string& sql)
 {
-    const auto error = [pDb]
+    const auto error = [db]
     {
-        return std::to_string(sqlite3_errcode(pDb)) + " " + sqlite3_errmsg(pDb);
+        return std::to_string(sqlite3_errcode(db)) + " " + sqlite3_errmsg(db);
     };
-    sqlite3_stmt* pRaw = nullptr;
-    if (sqlite3_prepare_v2(pDb, strSql.c_str(), -1, &pRaw, nullptr) != SQLITE_OK)
+    sqlite3_stmt* raw = nullptr;
+    if (sqlite3_prepare_v2(db, sql.c_str(), -1, &raw, nullptr) != SQLITE_OK)
     {
         return error();
     }
-    const vkdb::CStatement stmt(pRaw);
-    if (sqlite3_column_count(pRaw) == 0)
+    const vkdb::CStatement stmt(raw);
+    if (sqlite3_column_count(raw) == 0)
     {
         return "1 not a statement that returns rows";
     }
-    std::string strRows;
-    int rc = sqlite3_step(pRaw);
-    for (; rc == SQLITE_ROW; rc = sqlite3_step(pRaw))
+    std::string rows;
+    int rc = sqlite3_step(raw);
+    for (; rc == SQLITE_ROW; rc = sqlite3_step(raw))
     {
-        strRows += row_of(pRaw);
+        rows += row_of(raw);
     }
-    std::string strNames;
-    for (int i = 0; i < sqlite3_column_count(pRaw); ++i)
+    std::string names;
+    for (int i = 0; i < sqlite3_column_count(raw); ++i)
     {
-        strNames.append(sqlite3_column_name(pRaw, i)).append("|");
+        names.append(sqlite3_column_name(raw, i)).append("|");
     }
-    return rc == SQLITE_DONE ? strNames + strRows : error();
+    return rc == SQLITE_DONE ? names + rows : error();
 }
 
 // A database that changes, and what two readers find in it that stay connected.
 class CCompared
 {
 public:
-    explicit CCompared(unsigned nSeed) : m_sql(nSeed) { Replace(); }
+    explicit CCompared(unsigned seed) : m_sql(seed) { Replace(); }
 
     void Step()
     {
-        const unsigned nAct = m_sql.Below(100);
-        if (nAct == 0)
+        const unsigned act = m_sql.Below(100);
+        if (act == 0)
         {
             Replace();
         }
-        else if (nAct < 25)
+        else if (act < 25)
         {
             CWriter(m_file.Path()).Try(m_sql.Change());
         }
-        else if (nAct < 30)
+        else if (act < 30)
         {
             Hold();
         }
@@ -116,9 +116,9 @@ private:
     {
         m_file.Replace("pragma user_version=1");
         CWriter writer(m_file.Path());
-        for (const std::string& strSql : m_sql.Database())
+        for (const std::string& sql : m_sql.Database())
         {
-            writer.Try(strSql);
+            writer.Try(sql);
         }
         m_plain.emplace(m_file.Path());
         if (!m_db)
@@ -134,13 +134,13 @@ private:
         m_iHeld = m_db->QryExec("select * from sqlite_master where rootpage=5", -1);
     }
 
-    void Compare(const std::string& strSql)
+    void Compare(const std::string& sql)
     {
         m_db->Open(nullptr, -2); // looks at the file, and so sees that its schema has changed
         m_plain->Try("select 1 from sqlite_master limit 1");
-        const std::string strExpected = through_sqlite(m_plain->Handle(), strSql);
-        EXPECT_EQ(through_library(*m_db, strSql), strExpected) << strSql;
-        m_nRows += strExpected.find('\n') != std::string::npos ? 1 : 0;
+        const std::string expected = through_sqlite(m_plain->Handle(), sql);
+        EXPECT_EQ(through_library(*m_db, sql), expected) << sql;
+        m_nRows += expected.find('\n') != std::string::npos ? 1 : 0;
     }
 
     CRandomSql m_sql;
@@ -157,25 +157,24 @@ constexpr int kQueries = 150; // on each
 // More of them for a campaign.
 unsigned databases()
 {
-    const char* szCount = std::getenv("VKDB_RANDOM_DATABASES");
-    return szCount != nullptr ? static_cast<unsigned>(std::strtoul(szCount, nullptr, 10))
-                              : kDatabases;
+    const char* count = std::getenv("VKDB_RANDOM_DATABASES");
+    return count != nullptr ? static_cast<unsigned>(std::strtoul(count, nullptr, 10)) : kDatabases;
 }
 
 } // namespace
 
 TEST(StatementEqualityTest, QueriesGiveWhatSqliteGivesForTheirTexts)
 {
-    int nRows = 0;
-    for (unsigned nSeed = 0; nSeed < databases() && !testing::Test::HasFailure(); ++nSeed)
+    int row_count = 0;
+    for (unsigned seed = 0; seed < databases() && !testing::Test::HasFailure(); ++seed)
     {
-        SCOPED_TRACE("seed " + std::to_string(nSeed));
-        CCompared compared(nSeed);
+        SCOPED_TRACE("seed " + std::to_string(seed));
+        CCompared compared(seed);
         for (int i = 0; i < kQueries && !testing::Test::HasFailure(); ++i)
         {
             compared.Step();
         }
-        nRows += compared.Rows();
+        row_count += compared.Rows();
     }
-    EXPECT_GT(nRows, kQueries); // and not errors alone
+    EXPECT_GT(row_count, kQueries); // and not errors alone
 }

@@ -37,8 +37,8 @@ protected:
 
     std::uintmax_t LogBytes() const
     {
-        const std::string strLog = file.Path() + "-wal";
-        return fs::exists(strLog) ? fs::file_size(strLog) : 0;
+        const std::string log = file.Path() + "-wal";
+        return fs::exists(log) ? fs::file_size(log) : 0;
     }
 
     // What a connection of that access finds that becomes the last one; it is closed again.
@@ -58,7 +58,7 @@ protected:
 
 TEST_F(WriteAheadLogTest, IsNeverCopiedIntoTheDatabaseBehindAnUpdate)
 {
-    const std::string strBefore = Bytes();
+    const std::string before = Bytes();
     CDatabase db(file.Path(), 0);
     ASSERT_TRUE(db.Open(nullptr, 0));
     db.Exec("pragma synchronous=off"); // nothing here outlives the test
@@ -66,7 +66,7 @@ TEST_F(WriteAheadLogTest, IsNeverCopiedIntoTheDatabaseBehindAnUpdate)
     {
         ASSERT_EQ(db.Exec(kMark), 1);
     }
-    EXPECT_EQ(Bytes(), strBefore);
+    EXPECT_EQ(Bytes(), before);
     EXPECT_GT(LogBytes(), kUpdates * kPageBytes);
     EXPECT_EQ(read_rows(db, "select AFld from tbSMAlarm"), (std::vector<std::string>{"3000", "0"}));
 }
@@ -75,9 +75,9 @@ TEST_F(WriteAheadLogTest, IsNotCopiedIntoTheDatabaseByTheLastConnectionThatGoes)
 {
     for (const Access access : {Access::kReadWrite, Access::kReadOnly, Access::kRepair})
     {
-        const std::string strBefore = Bytes();
+        const std::string before = Bytes();
         EXPECT_EQ(CountAsTheLast(access), 1);
-        EXPECT_EQ(Bytes(), strBefore);
+        EXPECT_EQ(Bytes(), before);
         EXPECT_GT(LogBytes(), 0U);
         CWriter(file.Path()).Sql("update tbSMAlarm set AFld=0"); // the host's, which copies it
     }
@@ -85,11 +85,11 @@ TEST_F(WriteAheadLogTest, IsNotCopiedIntoTheDatabaseByTheLastConnectionThatGoes)
 
 TEST_F(WriteAheadLogTest, IsCopiedIntoTheDatabaseByTheHostsWriter)
 {
-    const std::string strBefore = Bytes();
+    const std::string before = Bytes();
     CDatabase(file.Path(), 0).Exec(kMark);
-    EXPECT_EQ(Bytes(), strBefore);
+    EXPECT_EQ(Bytes(), before);
     CWriter(file.Path()).Sql("pragma wal_checkpoint(truncate)");
-    EXPECT_NE(Bytes(), strBefore);
+    EXPECT_NE(Bytes(), before);
     EXPECT_EQ(LogBytes(), 0U);
     EXPECT_EQ(CWriter(file.Path()).Value("select AFld from tbSMAlarm where DID=1"), 1);
 }
