@@ -31,14 +31,19 @@ void change_alarms(const AlarmCommand& command)
 
 int run_alarm(const AlarmCommand& command)
 {
+    if (command.pid != 0)
+    {
+        expect_daemon(command.pid, command.pidFile); // before anything is changed
+    }
     change_alarms(command);
     const pid_t pid = command.pid != 0 ? command.pid : daemon_pid(command.pidFile);
     if (pid == 0)
     {
         throw CCliError("no daemon was told: none holds the lock on " + command.pidFile +
-                        "; start it, or name it with --pid");
+                            "; start it, or name it with --pid",
+                        kExitNoDaemon);
     }
-    signal_alarm(pid);
+    signal_alarm(pid, command.pidFile);
     std::cout << "told process " << pid << "\n";
     return 0;
 }

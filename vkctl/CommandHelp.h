@@ -21,8 +21,8 @@ On a host:
 output, notes and errors to standard error. NO_COLOR is respected.
 
 Exit status: 0 done, 1 could not be done (check: warnings with --strict), 64
-command line not understood, 74 a file or database cannot be read, 78 the
-host's configuration is wrong.
+command line not understood, 69 no daemon runs, 74 a file or database cannot be
+read, 75 the daemon hangs, 78 the host's configuration is wrong.
 )";
 
 constexpr char kRoomHelp[] = R"(Examples:
@@ -89,7 +89,7 @@ understood, 74 a file or database cannot be read.
 
 constexpr char kAlarmHelp[] =
     R"(The daemon is found by the lock on its pid file; in a box only from inside that
-box.
+box. A process that is no daemon is not signalled: it would end.
 
 Examples:
   vkctl alarm demo                         raise one in ./demo, tell the daemon
@@ -105,6 +105,9 @@ later pick-up.
 Examples:
   vkctl post 1001                          post device 1001 now
   vkctl post 1001 1002 1003                three devices
+
+Exit status: 0 requested, 69 no daemon runs and nothing was requested, 75
+requested of a daemon that hangs.
 )";
 
 constexpr char kTrayHelp[] =
@@ -115,6 +118,10 @@ process would.
 Examples:
   vkctl tray                               what is waiting now
   vkctl tray --take                        the same, and takes it away
+
+Whether the daemon lives stands on standard error and in the exit status: 0 it
+does, 69 none runs, 75 it hangs: it is stopped, or was silent for longer than
+Delay, Timeout and ten seconds. In a full queue nothing is seen of that.
 )";
 
 } // namespace vkctl

@@ -88,6 +88,17 @@ void begin_group(CLI::App& command, const std::string& title)
     command.option_defaults()->group(title)->always_capture_default();
 }
 
+// An empty name, of a variable that is not set, would be taken for the current directory or for /.
+CLI::Option* add_directory(CLI::App& command, std::string& directory,
+                           const std::string& description)
+{
+    const auto problem = [](const std::string& name)
+    {
+        return std::string(name.empty() ? "an empty name is no directory" : "");
+    };
+    return command.add_option("DIR", directory, description)->check(problem);
+}
+
 void set_duration(CLI::App& command, const std::string& name, std::chrono::milliseconds& value,
                   const std::string& description, const std::string& preset)
 {
@@ -144,7 +155,7 @@ bool was_content_given(const CLI::App& command)
 
 void add_room(CLI::App& command, RoomOptions& options)
 {
-    command.add_option("DIR", options.directory, "Directory of the room")->required();
+    add_directory(command, options.directory, "Directory of the room")->required();
     command.add_flag("--force", options.force, "Replace a room that is there");
     command.add_flag("--live", options.live,
                      "Keep the values moving until Ctrl+C; alone, on a room that is there");
@@ -192,7 +203,7 @@ void add_receive(CLI::App& command, ReceiveOptions& options)
 
 void add_check(CLI::App& command, CheckCommand& options)
 {
-    command.add_option("DIR", options.options.directory, "Directory of the host")
+    add_directory(command, options.options.directory, "Directory of the host")
         ->capture_default_str();
     command.add_flag("--strict", options.strict, "Warnings are a failure");
     command.add_flag("--offline", options.options.offline, "Connect to no server");
@@ -201,7 +212,7 @@ void add_check(CLI::App& command, CheckCommand& options)
 
 void add_preview(CLI::App& command, PreviewCommand& options)
 {
-    command.add_option("DIR", options.directory, "The daemon's working directory")
+    add_directory(command, options.directory, "The daemon's working directory")
         ->capture_default_str();
     command.add_option("--sid", options.sid, "Only bodies of that SID");
     command.add_option("--table", options.table, "Only bodies with rows of that table");
@@ -224,10 +235,17 @@ void add_preview(CLI::App& command, PreviewCommand& options)
     command.add_flag("--log", options.log, "What the daemon would log, on standard error");
 }
 
+void add_pid_file(CLI::App& command, std::string& path)
+{
+    command.add_option("--pid-file", path, "Pid file of the daemon")
+        ->type_name("FILE")
+        ->capture_default_str();
+}
+
 void add_alarm(CLI::App& command, AlarmCommand& options)
 {
     AlarmOrder& order = options.order;
-    command.add_option("DIR", options.directory, "Directory of the room")->required();
+    add_directory(command, options.directory, "Directory of the room")->required();
     command.add_option("--count", options.count, "Number of alarms")
         ->check(CLI::Range(1, 100000))
         ->capture_default_str();
@@ -242,9 +260,7 @@ void add_alarm(CLI::App& command, AlarmCommand& options)
         option->excludes(clear);
     }
     command.add_option("--pid", options.pid, "Process of the daemon");
-    command.add_option("--pid-file", options.pidFile, "Its pid file")
-        ->type_name("FILE")
-        ->capture_default_str();
+    add_pid_file(command, options.pidFile);
 }
 
 void add_post(CLI::App& command, PostCommand& options)
@@ -254,11 +270,13 @@ void add_post(CLI::App& command, PostCommand& options)
         ->check(CLI::Range(0, kLargestSid));
     command.add_option("--lparam", options.lParam, "Number that the daemon only logs")
         ->capture_default_str();
+    add_pid_file(command, options.pidFile);
 }
 
-void add_tray(CLI::App& command, bool& take)
+void add_tray(CLI::App& command, TrayCommand& options)
 {
-    command.add_flag("--take", take, "Take the reports out of the queue");
+    command.add_flag("--take", options.take, "Take the reports out of the queue");
+    add_pid_file(command, options.pidFile);
 }
 
 // The option or subcommand that a word which was not understood was meant to be; empty: none.
@@ -303,7 +321,7 @@ struct Options
     PreviewCommand preview;
     AlarmCommand alarm;
     PostCommand post;
-    bool take = false;
+    TrayCommand tray;
 };
 
 struct Subcommand
@@ -353,10 +371,10 @@ constexpr Subcommand kSubcommands[] = {
          return run_post(options.post);
      }},
     {"tray", "Show what the daemon reports to the tray process", kTrayHelp,
-     [](CLI::App& command, Options& options) { add_tray(command, options.take); },
+     [](CLI::App& command, Options& options) { add_tray(command, options.tray); },
      [](const Options& options)
      {
-         return run_tray(options.take);
+         return run_tray(options.tray);
      }},
 };
 

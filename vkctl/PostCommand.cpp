@@ -8,6 +8,7 @@
 #include <iostream>
 
 #include "vkctl/base/CliError.h"
+#include "vkctl/base/DaemonState.h"
 #include "vkctl/base/HostProcess.h"
 
 namespace vkctl
@@ -43,8 +44,17 @@ void post_requests(const std::vector<int>& sids, long lParam)
 
 int run_post(const PostCommand& command)
 {
+    const DaemonVerdict daemon = look_at_daemon(command.pidFile);
+    if (daemon.health == DaemonHealth::kNone)
+    {
+        throw CCliError(daemon.text + "; nothing was requested", kExitNoDaemon);
+    }
     post_requests(command.sids, command.lParam);
     std::cout << "requested: " << command.sids.size() << "\n";
+    if (daemon.health == DaemonHealth::kHanging)
+    {
+        throw CCliError(daemon.text + "; the requests wait in its queue", kExitHanging);
+    }
     return 0;
 }
 

@@ -1,7 +1,10 @@
 // `vkctl post`: asks the daemon to post devices now, as another process of the host would.
 #pragma once
 
+#include <string>
 #include <vector>
+
+#include "vkctl/base/HostProcess.h"
 
 namespace vkctl
 {
@@ -12,6 +15,7 @@ struct PostCommand
 {
     std::vector<int> sids;
     long lParam = 0; // the daemon only logs it
+    std::string pidFile = kPidFile;
 };
 
 // Puts one request for each SID on the request queue. Throws CCliError when there is no queue or

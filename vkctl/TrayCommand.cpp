@@ -8,6 +8,7 @@
 #include <iostream>
 
 #include "vkctl/base/CliError.h"
+#include "vkctl/base/DaemonState.h"
 #include "vkctl/base/HostProcess.h"
 
 namespace vkctl
@@ -46,6 +47,23 @@ bool read_report(int queue, long place, bool take, Report& report)
     throw CCliError(std::string("the tray queue cannot be read: ") + std::strerror(errno));
 }
 
+void show(bool take)
+{
+    const int queue = open_queue(kTrayQueueKey, "the daemon or the tray process");
+    long count = 0;
+    for (Report report{}; read_report(queue, count, take, report); ++count)
+    {
+        std::cout << (report.type == kReportType
+                          ? report_text(report.wParam, report.lParam)
+                          : "message of another type " + std::to_string(report.type))
+                  << "\n";
+    }
+    if (count == 0)
+    {
+        std::cerr << "nothing is waiting\n";
+    }
+}
+
 } // namespace
 
 std::string report_text(long wParam, long lParam)
@@ -62,22 +80,16 @@ std::string report_text(long wParam, long lParam)
     return code + (wParam == 0 && lParam == 1 ? "alive" : "unknown");
 }
 
-int run_tray(bool take)
+int run_tray(const TrayCommand& command)
 {
-    const int queue = open_queue(kTrayQueueKey, "the daemon or the tray process");
-    long count = 0;
-    for (Report report{}; read_report(queue, count, take, report); ++count)
+    const DaemonVerdict daemon = look_at_daemon(command.pidFile); // before --take empties the queue
+    if (daemon.health == DaemonHealth::kNone && msgget(kTrayQueueKey, 0) < 0)
     {
-        std::cout << (report.type == kReportType
-                          ? report_text(report.wParam, report.lParam)
-                          : "message of another type " + std::to_string(report.type))
-                  << "\n";
+        throw CCliError(daemon.text + ", and there is no tray queue", kExitNoDaemon);
     }
-    if (count == 0)
-    {
-        std::cerr << "nothing is waiting\n";
-    }
-    return 0;
+    show(command.take);
+    std::cerr << daemon.text << "\n";
+    return exit_status(daemon.health);
 }
 
 } // namespace vkctl

@@ -3,13 +3,21 @@
 
 #include <string>
 
+#include "vkctl/base/HostProcess.h"
+
 namespace vkctl
 {
 
 // A report in words: "(1,1) the posting cycle starts".
 std::string report_text(long wParam, long lParam);
 
-// Prints what is waiting; `take` reads it as the tray process would. The exit status.
-int run_tray(bool take);
+struct TrayCommand
+{
+    bool take = false; // out of the queue, as the tray process would
+    std::string pidFile = kPidFile;
+};
+
+// Prints what is waiting, then on standard error how the daemon is. The exit status tells it too.
+int run_tray(const TrayCommand& command);
 
 } // namespace vkctl

@@ -8,6 +8,7 @@ target_compile_definitions(vk_preview_support PRIVATE
 target_link_libraries(vk_preview_support PUBLIC vk_daemon_support)
 
 add_executable(vk_preview_tests
+    Companion_test.cpp
     Preview_test.cpp
     PreviewOutput_test.cpp
     PreviewTerminal_test.cpp

@@ -115,6 +115,16 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsAUsageError)
     }
 }
 
+TEST(CommandLineTest, AnEmptyNameIsNoDirectory)
+{
+    for (const char* name : {"room", "alarm", "check", "preview"})
+    {
+        const Outcome outcome = vkctl_run({name, ""});
+        EXPECT_EQ(outcome.exitStatus, 64) << name;
+        EXPECT_THAT(outcome.err, HasSubstr("DIR: an empty name is no directory\n"));
+    }
+}
+
 TEST(RoomCommandTest, MakesARoomWithItsOptions)
 {
     const CTempDir dir;

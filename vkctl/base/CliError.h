@@ -10,10 +10,12 @@
 namespace vkctl
 {
 
-constexpr int kExitFailure = 1; // the work could not be done
-constexpr int kExitUsage = 64;  // the command line makes no sense (EX_USAGE)
-constexpr int kExitFile = 74;   // a file or database cannot be read (EX_IOERR)
-constexpr int kExitConfig = 78; // the host's configuration is wrong (EX_CONFIG)
+constexpr int kExitFailure = 1;   // the work could not be done
+constexpr int kExitUsage = 64;    // the command line makes no sense (EX_USAGE)
+constexpr int kExitNoDaemon = 69; // no daemon runs (EX_UNAVAILABLE)
+constexpr int kExitFile = 74;     // a file or database cannot be read (EX_IOERR)
+constexpr int kExitHanging = 75;  // the daemon runs and does not move (EX_TEMPFAIL)
+constexpr int kExitConfig = 78;   // the host's configuration is wrong (EX_CONFIG)
 
 class CCliError : public std::runtime_error
 {

@@ -7,12 +7,30 @@
 
 #include <cerrno>
 #include <csignal>
+#include <cstdio>
 #include <cstring>
+#include <filesystem>
+#include <fstream>
 
 #include "vkctl/base/CliError.h"
 
 namespace vkctl
 {
+
+namespace
+{
+
+constexpr char kDaemonName[] = "vkAppPost";
+
+// As ipcs and the documents write it.
+std::string key_text(int key)
+{
+    char text[16];
+    std::snprintf(text, sizeof text, "0x%04x", static_cast<unsigned>(key));
+    return text;
+}
+
+} // namespace
 
 pid_t daemon_pid(const std::string& pidFile)
 {
@@ -30,8 +48,46 @@ pid_t daemon_pid(const std::string& pidFile)
     return isKnown ? lock.l_pid : 0;
 }
 
-void signal_alarm(pid_t pid)
+std::string program_name(pid_t pid)
 {
+    const std::string process = "/proc/" + std::to_string(pid);
+    std::error_code error;
+    std::string name = std::filesystem::read_symlink(process + "/exe", error).filename().string();
+    const std::string deleted = " (deleted)"; // replaced on disk since it was started
+    if (name.size() > deleted.size() &&
+        name.compare(name.size() - deleted.size(), deleted.size(), deleted) == 0)
+    {
+        name.resize(name.size() - deleted.size());
+    }
+    if (name.compare(0, 5, "qemu-") == 0)
+    {
+        std::ifstream in(process + "/cmdline");
+        std::string emulated;
+        std::getline(in, emulated, '\0'); // the emulator's own name
+        std::getline(in, emulated, '\0');
+        name = std::filesystem::path(emulated).filename().string();
+    }
+    return name;
+}
+
+void expect_daemon(pid_t pid, const std::string& pidFile)
+{
+    const std::string name = program_name(pid);
+    const bool isRenamed =
+        daemon_pid(pidFile) == pid && std::filesystem::path(pidFile).filename() == name + ".pid";
+    if (name == kDaemonName || (!name.empty() && isRenamed))
+    {
+        return;
+    }
+    throw CCliError(
+        "process " + std::to_string(pid) +
+        (name.empty() ? " is none that can be looked at" : " is no daemon: it runs " + name) +
+        "; it was not signalled");
+}
+
+void signal_alarm(pid_t pid, const std::string& pidFile)
+{
+    expect_daemon(pid, pidFile);
     if (kill(pid, SIGRTMIN + 1) != 0)
     {
         throw CCliError("process " + std::to_string(pid) +
@@ -44,8 +100,8 @@ int open_queue(int key, const std::string& owner)
     const int queue = msgget(key, 0);
     if (queue < 0)
     {
-        throw CCliError("there is no message queue " + std::to_string(key) + ": " +
-                        std::strerror(errno) + "; " + owner +
+        throw CCliError("there is no message queue " + key_text(key) + ": " + std::strerror(errno) +
+                        "; " + owner +
                         " makes it when it starts. Queues of a box are seen only inside that box");
     }
     return queue;

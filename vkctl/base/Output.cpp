@@ -1,8 +1,10 @@
 #include "vkctl/base/Output.h"
 
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <cstring>
 #include <iostream>
@@ -32,11 +34,22 @@ std::size_t terminal_columns()
     return isTold ? size.ws_col : kUsual;
 }
 
+void end_if_pipe_is_closed()
+{
+    pollfd out = {STDOUT_FILENO, 0, 0};
+    if (poll(&out, 1, 0) == 1 && (out.revents & POLLERR) != 0)
+    {
+        std::signal(SIGPIPE, SIG_DFL);
+        std::raise(SIGPIPE);
+    }
+}
+
 void flush_output()
 {
     std::cout.flush();
     if (!std::cout)
     {
+        end_if_pipe_is_closed();
         throw CCliError("standard output cannot be written: is the disk full?", kExitFile);
     }
 }

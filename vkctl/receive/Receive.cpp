@@ -112,7 +112,12 @@ int run_receive(ReceiveOptions options)
     options.print.color = is_color_wanted();
     options.print.width = terminal_columns();
     CStop stop;
-    return run_receive(options, stop, std::cout, std::cerr);
+    const int status = run_receive(options, stop, std::cout, std::cerr);
+    if (!std::cout)
+    {
+        end_if_pipe_is_closed();
+    }
+    return status;
 }
 
 } // namespace vkctl

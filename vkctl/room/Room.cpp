@@ -115,7 +115,7 @@ void move_alarms(CRoomAlarms& alarms, long step, const std::string& time)
     const pid_t daemon = daemon_pid(kPidFile);
     if (daemon != 0) // without a daemon the alarms wait for one
     {
-        signal_alarm(daemon);
+        signal_alarm(daemon, kPidFile);
     }
 }
 

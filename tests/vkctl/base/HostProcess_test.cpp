@@ -22,20 +22,20 @@ using testing::HasSubstr;
 namespace
 {
 
-constexpr char kTestPidFile[] = "/run/test.pid";
+constexpr char kTestPidFile[] = "/run/vkctl_host_test.pid"; // as this program is called
 
 // A process that holds the lock on the pid file until it is ended, as a daemon does.
 class CLockHolder
 {
 public:
-    CLockHolder()
+    explicit CLockHolder(const char* file = kTestPidFile)
     {
         int ready[2];
         EXPECT_EQ(pipe(ready), 0);
         m_pid = fork();
         if (m_pid == 0)
         {
-            const int fd = open(kTestPidFile, O_RDWR | O_CREAT, 0666);
+            const int fd = open(file, O_RDWR | O_CREAT, 0666);
             struct flock lock = {};
             lock.l_type = F_WRLCK;
             const bool locked = fcntl(fd, F_SETLK, &lock) == 0;
@@ -112,13 +112,35 @@ TEST(DaemonPid, IsNoneForAStaleFileAndForNoFile)
 TEST(SignalAlarm, SendsTheAlarmSignal)
 {
     CLockHolder daemon; // without a handler the signal ends it
-    signal_alarm(daemon.Pid());
+    signal_alarm(daemon.Pid(), kTestPidFile);
     EXPECT_EQ(daemon.WaitEnd(), SIGRTMIN + 1);
+}
+
+TEST(SignalAlarm, SparesWhoeverHoldsTheLockOfAnotherProgram)
+{
+    CLockHolder stranger("/run/other.pid");
+    EXPECT_THROW(signal_alarm(stranger.Pid(), "/run/other.pid"), CCliError);
+    EXPECT_EQ(waitpid(stranger.Pid(), nullptr, WNOHANG), 0);
+}
+
+TEST(SignalAlarm, SparesAProcessWithoutTheLock)
+{
+    CLockHolder stranger("/run/other.pid");
+    EXPECT_THROW(signal_alarm(stranger.Pid(), kTestPidFile), CCliError);
+    EXPECT_EQ(waitpid(stranger.Pid(), nullptr, WNOHANG), 0);
+}
+
+TEST(ProgramName, IsThatOfTheFileThatRuns)
+{
+    EXPECT_EQ(program_name(getpid()), "vkctl_host_test");
+    EXPECT_EQ(program_name(0), "");
 }
 
 TEST(PostRequests, SaysWhoMakesTheQueueThatIsMissing)
 {
-    EXPECT_THAT(error_of_post(), HasSubstr("the daemon makes it when it starts"));
+    EXPECT_THAT(error_of_post(),
+                HasSubstr("there is no message queue 0x9500: No such file or directory; the "
+                          "daemon makes it when it starts"));
 }
 
 TEST(PostRequests, PutsOneRequestForEachDeviceOnTheQueue)

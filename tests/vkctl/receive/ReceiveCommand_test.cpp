@@ -1,8 +1,11 @@
 // `vkctl receive` as a user runs it.
 
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <httplib.h>
 #include <nlohmann/json.hpp>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <csignal>
 
@@ -103,6 +106,22 @@ TEST(ReceiveCommandTest, ABodyIsShownAtOnce)
     CProgram program(receive({}));
     EXPECT_EQ(post(program.Port(), kDevice), 200); // it is answered after it is shown
     EXPECT_THAT(program.Shown(), HasSubstr("sid=1001"));
+}
+
+TEST(ReceiveCommandTest, APipeThatNobodyReadsEndsItSilently)
+{
+    const CTempDir dir;
+    const std::string fifo = dir.Path("fifo");
+    ASSERT_EQ(mkfifo(fifo.c_str(), 0600), 0);
+    const int reader = open(fifo.c_str(), O_RDONLY | O_NONBLOCK | O_CLOEXEC);
+    CProgram program(receive({}), {}, fifo);
+    const int port = program.Port();
+    EXPECT_EQ(post(port, kDevice), 200);
+    close(reader); // as head does when it has seen enough
+    post(port, kDevice);
+    const Outcome outcome = program.Wait();
+    EXPECT_EQ(outcome.exitStatus, 128 + SIGPIPE);
+    EXPECT_EQ(outcome.err, "listening on http://127.0.0.1:" + std::to_string(port) + "/\n");
 }
 
 TEST(ReceiveCommandTest, SecondsEndIt)
