@@ -1,5 +1,7 @@
 #include <gmock/gmock.h>
 
+#include <fstream>
+
 #include "vkctl/base/CliError.h"
 #include "vkctl/receive/ReceiveBody.h"
 
@@ -21,6 +23,38 @@ std::string body(const std::string& sid, const std::string& rest, const std::str
 BodyKind kind_of(const std::string& text)
 {
     return classify(parse_body(text));
+}
+
+// One of examples/bodies/bodies.txt.
+struct BodyExample
+{
+    std::string name;
+    std::string body;
+    std::string meant; // the kind, then the pairs, one a line
+};
+
+std::vector<BodyExample> read_examples()
+{
+    std::vector<BodyExample> examples;
+    std::ifstream in(VK_EXAMPLES "/bodies/bodies.txt");
+    for (std::string line; std::getline(in, line);)
+    {
+        const std::string key = line.substr(0, line.find(": "));
+        const std::string value = line.size() > key.size() ? line.substr(key.size() + 2) : "";
+        if (key == "name")
+        {
+            examples.push_back({value, "", ""});
+        }
+        else if (key == "body")
+        {
+            examples.back().body = value;
+        }
+        else if (key == "kind" || key == "pair")
+        {
+            examples.back().meant += value + "\n";
+        }
+    }
+    return examples;
 }
 
 } // namespace
@@ -116,6 +150,22 @@ TEST(ClassifyTest, WhatHasNoSidIsOther)
 {
     EXPECT_EQ(kind_of(""), BodyKind::kOther);
     EXPECT_EQ(kind_of("hello=1"), BodyKind::kOther);
+}
+
+TEST(ClassifyTest, TheExamplesAreReadAsTheyAreMeant)
+{
+    const std::vector<BodyExample> examples = read_examples();
+    EXPECT_GE(examples.size(), 20U);
+    for (const BodyExample& example : examples)
+    {
+        const auto pairs = parse_body(example.body);
+        std::string read = std::string(kind_name(classify(pairs))) + "\n";
+        for (const Field& pair : pairs)
+        {
+            read += pair.first + "=" + pair.second + "\n";
+        }
+        EXPECT_EQ(read, example.meant) << example.name;
+    }
 }
 
 TEST(ToUtf8Test, GbkBecomesUtf8)
