@@ -165,9 +165,10 @@ TEST_F(AppRules, TheDetailModesAreSeven)
 
 TEST_F(AppRules, ADetailModeNamesTheColumnsThatItReads)
 {
-    const auto columns = [](int mode)
+    const auto columns = [](int number)
     {
-        return detail_columns(*find_detail_mode(mode));
+        const DetailMode* mode = find_detail_mode(number);
+        return mode != nullptr ? detail_columns(*mode) : Texts();
     };
     EXPECT_EQ(columns(100), (Texts{"Addr", "State", "Vol", "Reg", "Tem"}));
     EXPECT_EQ(columns(101), (Texts{"Fld", "State", "V", "T"}));

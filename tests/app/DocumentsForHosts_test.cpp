@@ -117,7 +117,8 @@ TEST_F(ManPage, TellsTheNumbersThatAreTakenInsteadOfOthers)
 TEST_F(ManPage, TellsTheRulesOfTables)
 {
     EXPECT_TRUE(has(text, "modes " + detail_mode_list() + " its"));
-    EXPECT_TRUE(has(text, std::string("default ") + setting(SettingId::kGeneralFirst).standard));
+    EXPECT_TRUE(has(text, std::string("counted from 0, default ") +
+                              setting(SettingId::kGeneralFirst).standard));
     EXPECT_TRUE(
         has(text, std::string("outputs, default ") + setting(SettingId::kDoCount).standard));
     const std::string start = setting(SettingId::kDoStart).standard;

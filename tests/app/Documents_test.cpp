@@ -77,6 +77,7 @@ TEST_F(ConfigurationDocument, TellsTheNumbersThatAreTakenInsteadOfOthers)
         for (const std::string& key : quoted_words(row.at(0)))
         {
             const Setting* setting = find_setting("POST", key);
+            ASSERT_NE(setting, nullptr) << key;
             for (const SettingRange& range : setting->ranges)
             {
                 EXPECT_TRUE(!range.isTaken || has_word(row.back(), std::to_string(range.taken)))
