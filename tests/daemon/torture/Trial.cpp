@@ -321,16 +321,10 @@ void CTrial::JudgeSweep(Verdict& verdict)
 
 void CTrial::JudgeAlarms(Verdict& verdict, int allowed_doubles)
 {
-    // A daemon that was refused its handler says so at its start, and takes no alarm until it is
-    // started again.
-    const bool handled = !has_logged("vkAppPost signal err");
-    if (handled && !WaitAlarms())
+    if (!WaitAlarms())
     {
         verdict.Problem(Ended() ? "ended by the alarm" : "alarms wait, " + m_room.Unmarked());
         verdict.survived = verdict.survived && !Ended();
-    }
-    if (m_room.Unmarked() != "0")
-    {
         Restart();
         WaitSweep();
         Signal();
