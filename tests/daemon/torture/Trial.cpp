@@ -356,6 +356,19 @@ void CTrial::JudgeAlarms(Verdict& verdict, int allowed_doubles)
     }
 }
 
+// The host writes its next alarm: a lock of the daemon's would be in its way.
+void CTrial::JudgeLocks(Verdict& verdict)
+try
+{
+    RaiseAlarm();
+}
+catch (const std::exception& e)
+{
+    verdict.Problem(std::string("the host cannot write: ") + e.what());
+    Restart();
+    RaiseAlarm();
+}
+
 // A daemon that was refused its queue or its thread says so at its start, and serves none.
 void CTrial::JudgeRequest(Verdict& verdict)
 {
@@ -387,7 +400,7 @@ Verdict CTrial::Judge(int allowed_doubles)
     Verdict verdict;
     JudgeEnd(verdict);
     JudgeSweep(verdict);
-    RaiseAlarm();
+    JudgeLocks(verdict);
     Signal();
     JudgeAlarms(verdict, allowed_doubles);
     JudgeRequest(verdict);

@@ -81,6 +81,7 @@ private:
     bool Ended() { return !m_daemon->IsRunning(); }
     void JudgeEnd(Verdict& verdict);
     void JudgeSweep(Verdict& verdict);
+    void JudgeLocks(Verdict& verdict);
     void JudgeAlarms(Verdict& verdict, int allowed_doubles);
     void JudgeRequest(Verdict& verdict);
     std::map<std::string, int> Arrivals();
