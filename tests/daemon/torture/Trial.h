@@ -22,6 +22,8 @@
 class CTrial
 {
 public:
+    static constexpr int kRequested = 2; // the SID that is asked for
+
     static constexpr std::chrono::seconds kPatience{60}; // only a daemon that hangs meets it
 
     CTrial(CRoom& room, Scene scene, CFaultBlock* block = nullptr);
