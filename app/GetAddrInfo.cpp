@@ -1,4 +1,6 @@
 // The daemon's own getaddrinfo, which libcurl finds before the system's: see NameLookup.h.
+#include <atomic>
+#include <cerrno>
 #include <curl/curl.h>
 #include <dlfcn.h>
 #include <exception>
@@ -14,10 +16,22 @@ constexpr int kGraceMs = 100;
 
 using Resolver = int (*)(const char*, const char*, const addrinfo*, addrinfo**);
 
-Resolver system_resolver()
+// Any thread. Looks for the system's one until it is found.
+int ask_system(const char* node, const char* service, const addrinfo* hints, addrinfo** found)
 {
-    static const auto found = reinterpret_cast<Resolver>(dlsym(RTLD_NEXT, "getaddrinfo"));
-    return found;
+    static std::atomic<Resolver> known{nullptr};
+    Resolver resolver = known;
+    if (resolver == nullptr)
+    {
+        resolver = reinterpret_cast<Resolver>(dlsym(RTLD_NEXT, "getaddrinfo"));
+        if (resolver == nullptr)
+        {
+            errno = ENOSYS;
+            return EAI_SYSTEM;
+        }
+        known = resolver;
+    }
+    return resolver(node, service, hints, found);
 }
 
 // A libcurl that looks names up on the posting thread itself ends that by SIGALRM and a long jump,
@@ -32,7 +46,7 @@ bool has_threads_for_names()
 CNameLookups& lookups()
 {
     // Never destroyed: at the process's end one may be under way.
-    static CNameLookups& all = *new CNameLookups(system_resolver());
+    static CNameLookups& all = *new CNameLookups(ask_system);
     return all;
 }
 
@@ -54,5 +68,5 @@ getaddrinfo(const char* node, const char* service, const addrinfo* hints, addrin
             // No memory or no thread for that: slowly is better than not at all.
         }
     }
-    return system_resolver()(node, service, hints, found);
+    return ask_system(node, service, hints, found);
 }

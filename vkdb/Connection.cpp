@@ -251,7 +251,7 @@ void CConnection::NoticeOverwriting()
         {
             return;
         }
-        m_bMetDamage = true;
+        m_bSuspect = true;
         throw CSqliteFailure(SQLITE_CORRUPT, "database file was written over");
     }
     Remember(version);
@@ -271,7 +271,7 @@ void CConnection::NoticeOtherCatalogue(sqlite3_stmt* stmt, bool has_row)
     }
     if (m_catalogue && !(*m_catalogue == found) && m_access != Access::kNoTouch)
     {
-        m_bMetDamage = true;
+        m_bSuspect = true;
         throw CSqliteFailure(SQLITE_CORRUPT, "database file has another catalogue");
     }
     m_catalogue = found;
@@ -304,13 +304,13 @@ unsigned CConnection::NoticedChanges() const
 
 bool CConnection::IsStale() const
 {
-    return m_bMetDamage && m_access != Access::kNoTouch && sqlite3_get_autocommit(Handle()) != 0;
+    return m_bSuspect && m_access != Access::kNoTouch && sqlite3_get_autocommit(Handle()) != 0;
 }
 
 CSqliteFailure CConnection::LastFailure()
 {
     CSqliteFailure failure = CSqliteFailure::Of(Handle());
-    m_bMetDamage = m_bMetDamage || failure.IsDamage();
+    m_bSuspect = m_bSuspect || failure.IsDamage() || failure.MayHaveKeptLock();
     return failure;
 }
 
@@ -321,7 +321,7 @@ try
 }
 catch (const CSqliteFailure& failure)
 {
-    m_bMetDamage = m_bMetDamage || failure.IsDamage();
+    m_bSuspect = m_bSuspect || failure.IsDamage();
     throw;
 }
 

@@ -96,11 +96,12 @@ public:
     // The same, of a connection that is new: what it has to compare with later.
     void ReadCatalogue();
 
-    // True when what this connection remembers of the file is not to be trusted any more: it has
-    // met damage, which may be in its own memory only. A file that is emptied and filled again in
-    // place is met half-written, and SQLite does not look at it anew when its change counter is
-    // the old one again. A transaction is not torn for that, nor a kNoTouch connection given up,
-    // whose temporary tables its caller may need.
+    // True when this connection is not to be trusted any more: a failure may have left it a lock of
+    // the file, or what it remembers of the file may be wrong: it has met damage, which may be in
+    // its own memory only. A file that is emptied and filled again in place is met half-written,
+    // and SQLite does not look at it anew when its change counter is the old one again. A
+    // transaction is not torn for that, nor a kNoTouch connection given up, whose temporary tables
+    // its caller may need.
     bool IsStale() const;
 
     // True once a query has read, or CheckUsable.
@@ -147,7 +148,7 @@ private:
     CLockWait m_wait;
     bool m_bImmutable; // opened while nobody else had it open, without any locking
     CHandle m_db;
-    bool m_bMetDamage = false;
+    bool m_bSuspect = false;
     bool m_bServed = false;
     std::optional<CFileStamp> m_before; // the file's before the read under way, and whether
     bool m_bBeforeSettled = false;      // it was settled

@@ -104,6 +104,11 @@ int CDatabase::Close()
     {
         m_conn->Rollback();
     }
+    if (m_conn && m_conn->IsStale())
+    {
+        m_conn
+            .reset(); // now: the next unit may be long in coming, and a lock would stay until then
+    }
     return 0;
 }
 

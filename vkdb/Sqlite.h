@@ -66,6 +66,9 @@ public:
     // connection whose file was written over without SQLite.
     bool IsDamage() const { return Code() == SQLITE_NOTADB || Code() == SQLITE_CORRUPT; }
 
+    // True when a lock may have stayed behind, which would keep the host's writer out for ever.
+    bool MayHaveKeptLock() const { return Code() == SQLITE_IOERR; }
+
     // True when reading would first have to write: a crashed writer's journal to roll back, or
     // the files beside a WAL database to make.
     bool NeedsRepair() const { return Code() == SQLITE_READONLY || Code() == SQLITE_CANTOPEN; }

@@ -5,8 +5,10 @@
 // provably gives the same (bindable_integer), and a statement that has been run is kept, with the
 // names of its columns, for the next one. A statement in use is not shared.
 //
-// Bounded: kStatements, the one not used for longest goes first; none longer or larger than
-// kTextBytes and kStatementBytes is kept, nor one that failed or is no "select".
+// Bounded: kStatements, from which one goes by chance when another comes: a sweep asks for the same
+// queries in turn, and where there are more of them than places, the one not used for longest is
+// the one that is wanted next. None longer or larger than kTextBytes and kStatementBytes is kept,
+// nor one that failed or is no "select".
 // A schema that changed: SQLite compiles a kept statement anew at its first step, which the names
 // notice, and says there what it would say of the text.
 // Owned by the connection, and gone before its handle. Failure: CSqliteFailure; giving back never
@@ -17,6 +19,7 @@
 #include "vkdb/Sqlite.h"
 
 #include <memory>
+#include <random>
 #include <string>
 #include <vector>
 
@@ -93,6 +96,7 @@ private:
     sqlite3* m_pDb;
     std::string m_strText;                           // what is looked for
     std::vector<std::unique_ptr<CCompiled>> m_vKept; // the one used last is the last one
+    std::minstd_rand m_draw;                         // who goes; the same in each run
 };
 
 } // namespace vkdb

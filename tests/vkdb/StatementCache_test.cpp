@@ -106,22 +106,35 @@ TEST_F(StatementCacheTest, EndsTheReadLockWithTheLoan)
     EXPECT_EQ(cache.Kept(), 1U);
 }
 
-TEST_F(StatementCacheTest, KeepsTheLatestOnly)
+TEST_F(StatementCacheTest, KeepsSoManyAndAlwaysTheLatest)
 {
-    sqlite3_stmt* const device_stmt = Run(device(7));
-    for (size_t i = 1; i < CStatementCache::kStatements; ++i)
+    for (size_t i = 1; i < 5 * CStatementCache::kStatements; ++i)
     {
+        sqlite3_stmt* const device_stmt = Run(device(7));
+        EXPECT_EQ(Run(device(9)), device_stmt);
         Run("select " + std::to_string(i));
+        EXPECT_EQ(cache.Kept(), std::min(i + 1, CStatementCache::kStatements));
+        Run("select " + std::to_string(i));
+        EXPECT_EQ(cache.Kept(), std::min(i + 1, CStatementCache::kStatements));
     }
-    EXPECT_EQ(Run(device(9)), device_stmt);
-    EXPECT_EQ(cache.Kept(), CStatementCache::kStatements);
-    Run("select 0"); // takes the place of "select 1"
-    EXPECT_EQ(cache.Kept(), CStatementCache::kStatements);
-    EXPECT_EQ(Run(device(7)), device_stmt);
-    const CStatementLease gone = cache.Take("select 1");
-    EXPECT_EQ(cache.Kept(), CStatementCache::kStatements);
-    const CStatementLease kept = cache.Take("select 2");
-    EXPECT_EQ(cache.Kept(), CStatementCache::kStatements - 1);
+}
+
+// As a sweep over a room with many tables does.
+TEST_F(StatementCacheTest, HasManyOfMoreThanItKeepsThatAreAskedForInTurn)
+{
+    constexpr size_t kTables = CStatementCache::kStatements * 5 / 4;
+    constexpr int kRounds = 50;
+    size_t found = 0;
+    for (int round = 0; round < kRounds; ++round)
+    {
+        for (size_t i = 0; i < kTables; ++i)
+        {
+            const size_t before = cache.Kept();
+            const CStatementLease stmt = cache.Take(("select " + std::to_string(i)).c_str());
+            found += before - cache.Kept();
+        }
+    }
+    EXPECT_GT(found, kRounds * kTables / 2);
 }
 
 TEST_F(StatementCacheTest, KeepsNoLongText)

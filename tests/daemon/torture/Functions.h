@@ -109,10 +109,6 @@ constexpr FunctionFacts kFunctions[] = {
     {"pclose", "processes", {ECHILD}},
     {"system", "processes", {EAGAIN, ENOMEM}},
     {"waitpid", "processes", {ECHILD, EINTR}},
-
-    {"signal", "signals", {EINVAL}},
-    {"sigaction", "signals", {EINVAL}},
-
     {"sqlite3_open_v2", "sqlite", {SQLITE_NOMEM, SQLITE_CANTOPEN, SQLITE_IOERR}},
     {"sqlite3_prepare_v3", "sqlite", {SQLITE_NOMEM, SQLITE_IOERR, SQLITE_BUSY, SQLITE_CORRUPT}},
     {"sqlite3_step", "sqlite", {SQLITE_NOMEM, SQLITE_IOERR, SQLITE_BUSY, SQLITE_CORRUPT}},

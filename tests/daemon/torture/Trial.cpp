@@ -16,7 +16,6 @@ using Seconds = std::chrono::seconds;
 constexpr char kDataPath[] = "/post";
 constexpr char kAlarmPath[] = "/alarm";
 const std::string kBackup = std::string(kLogPath) + ".bak";
-constexpr int kLastRequested = 2; // the SID that is asked for
 
 constexpr char kAddress[] = "127.0.0.1";
 constexpr char kServerName[] = "server.test"; // which the library's name server alone knows
@@ -24,11 +23,6 @@ constexpr char kServerName[] = "server.test"; // which the library's name server
 std::string pid_file()
 {
     return "/var/run/" + std::filesystem::path(VK_DAEMON).filename().string() + ".pid";
-}
-
-bool log_is_kept()
-{
-    return access("/NandFlash/tmp", W_OK) == 0;
 }
 
 int port_of(const CReceiver& server)
@@ -140,7 +134,7 @@ bool CTrial::Signal()
 
 void CTrial::Request() const
 {
-    send_request(kLastRequested);
+    send_request(kRequested);
 }
 
 std::vector<CReceiver*> CTrial::DataServers()
@@ -274,133 +268,4 @@ bool CTrial::PostFailed(int did) const
         }
     }
     return false;
-}
-
-// --- Judgement -----------------------------------------------------------------------------------
-
-// An end is documented only during start-up, with one of three statuses.
-void CTrial::JudgeEnd(Verdict& verdict)
-{
-    if (!Ended())
-    {
-        return;
-    }
-    const int status = m_daemon->WaitExit();
-    const bool documented = status == 0 || status == 1 || status == 253;
-    if (!documented || HasPosted())
-    {
-        verdict.survived = false;
-        verdict.Problem((status >= 1000 ? "ended by signal " + std::to_string(status - 1000)
-                                        : "ended with status " + std::to_string(status)) +
-                        ", said: " + m_daemon->Stderr());
-    }
-    Restart();
-}
-
-void CTrial::JudgeSweep(Verdict& verdict)
-{
-    if (WaitSweep())
-    {
-        return;
-    }
-    if (Ended())
-    {
-        JudgeEnd(verdict);
-    }
-    else
-    {
-        verdict.Problem("sweep not whole, missing " + m_missing);
-        Restart();
-    }
-    if (!WaitSweep())
-    {
-        verdict.recovered = false;
-        verdict.Problem("nor after a restart, missing " + m_missing);
-    }
-}
-
-void CTrial::JudgeAlarms(Verdict& verdict, int allowed_doubles)
-{
-    // A daemon that was refused its handler says so at its start, and takes no alarm until it is
-    // started again.
-    const bool handled = !has_logged("vkAppPost signal err");
-    if (handled && !WaitAlarms())
-    {
-        verdict.Problem(Ended() ? "ended by the alarm" : "alarms wait, " + m_room.Unmarked());
-        verdict.survived = verdict.survived && !Ended();
-    }
-    if (m_room.Unmarked() != "0")
-    {
-        Restart();
-        WaitSweep();
-        Signal();
-        if (!WaitAlarms())
-        {
-            verdict.recovered = false;
-            verdict.Problem("nor after a restart");
-        }
-    }
-    const std::map<std::string, int> arrivals = Arrivals();
-    for (const std::string& title : m_raised)
-    {
-        const auto found = arrivals.find(title);
-        const int times = found != arrivals.end() ? found->second : 0;
-        verdict.doubled += std::max(0, times - 1);
-        if (times == 0)
-        {
-            const bool failed = m_hasNoLog || PostFailed(m_dids[title]);
-            ++(failed ? verdict.failed : verdict.lost);
-        }
-    }
-    if (verdict.lost > 0)
-    {
-        verdict.Problem("alarms lost: " + std::to_string(verdict.lost));
-    }
-    if (verdict.doubled > allowed_doubles)
-    {
-        verdict.Problem("alarms doubled: " + std::to_string(verdict.doubled));
-    }
-}
-
-// A daemon that was refused its queue or its thread says so at its start, and serves none.
-void CTrial::JudgeRequest(Verdict& verdict)
-{
-    if (has_logged("m_msgCtrlid=-1") || has_logged("Thread creation failed!") || !log_is_kept())
-    {
-        return;
-    }
-    const std::string line = "iSid=" + std::to_string(kLastRequested) + " doPost";
-    const size_t before = count_logged(line);
-    Request();
-    if (!wait_until([&] { return count_logged(line) > before || Ended(); }, kPatience))
-    {
-        verdict.Problem("request not served");
-    }
-}
-
-void CTrial::JudgeDescriptors(Verdict& verdict, size_t in_peace) const
-{
-    const size_t now = Descriptors(in_peace);
-    if (now > in_peace)
-    {
-        verdict.Problem("descriptors grew from " + std::to_string(in_peace) + " to " +
-                        std::to_string(now));
-    }
-}
-
-Verdict CTrial::Judge(int allowed_doubles)
-{
-    Verdict verdict;
-    JudgeEnd(verdict);
-    JudgeSweep(verdict);
-    RaiseAlarm();
-    Signal();
-    JudgeAlarms(verdict, allowed_doubles);
-    JudgeRequest(verdict);
-    verdict.log = Log();
-    if (m_daemon->Stderr().find("Sanitizer") != std::string::npos)
-    {
-        verdict.Problem("the sanitizer reported: " + m_daemon->Stderr().substr(0, 2000));
-    }
-    return verdict;
 }

@@ -22,6 +22,8 @@
 class CTrial
 {
 public:
+    static constexpr int kRequested = 2; // the SID that is asked for
+
     static constexpr std::chrono::seconds kPatience{60}; // only a daemon that hangs meets it
 
     CTrial(CRoom& room, Scene scene, CFaultBlock* block = nullptr);
@@ -81,6 +83,7 @@ private:
     bool Ended() { return !m_daemon->IsRunning(); }
     void JudgeEnd(Verdict& verdict);
     void JudgeSweep(Verdict& verdict);
+    void JudgeLocks(Verdict& verdict);
     void JudgeAlarms(Verdict& verdict, int allowed_doubles);
     void JudgeRequest(Verdict& verdict);
     std::map<std::string, int> Arrivals();

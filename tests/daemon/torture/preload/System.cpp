@@ -78,10 +78,6 @@ VK_MAY_FAIL_AFTERWARDS(int, pclose, (FILE * pipe), (pipe), -1)
 VK_MAY_FAIL(int, system, (const char* command), (command), -1)
 VK_MAY_FAIL(pid_t, waitpid, (pid_t pid, int* status, int options), (pid, status, options), -1)
 
-VK_MAY_FAIL(sighandler_t, signal, (int sig, sighandler_t handler), (sig, handler), SIG_ERR)
-VK_MAY_FAIL(int, sigaction, (int sig, const struct sigaction* wanted, struct sigaction* before),
-            (sig, wanted, before), -1)
-
 // An exception that nobody caught ends here with the stack that it was thrown from.
 VK_DEFINE(void, abort, ())
 {
