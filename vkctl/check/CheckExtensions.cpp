@@ -30,7 +30,7 @@ int64_t field_end(const CIniFile& ini, const std::string& section, const std::st
 class CExtensionCheck
 {
 public:
-    CExtensionCheck(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+    CExtensionCheck(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                     CFindings& findings, const ExtendedType& extended, std::string key)
         : m_db(db), m_catalogue(catalogue), m_ini(ini), m_findings(findings), m_extended(extended),
           m_strKey(std::move(key)), m_place(ini.At(extended.section, m_strKey))
@@ -42,6 +42,10 @@ public:
         check_integer(m_ini, m_extended.section, m_strKey, m_findings);
         check_integer(m_ini, m_extended.section, m_strKey + kCountKey, m_findings);
         const HostTable* table = m_catalogue.FindSql(m_strKey);
+        if (table != nullptr && !table->problem.empty())
+        {
+            return; // told already
+        }
         if (table == nullptr || !table->Has("Type"))
         {
             ReportMissing(table);
@@ -50,7 +54,7 @@ public:
         const std::string problem = name_problem(m_db, *table, m_strKey);
         if (!problem.empty())
         {
-            m_findings.Error(m_place, "table-name",
+            m_findings.Error(m_place, FindingId::kTableName,
                              problem + ": nothing of it is appended to the devices of type " +
                                  text_of(m_extended.type) + "; rename it");
             return;
@@ -64,7 +68,7 @@ private:
     void ReportMissing(const HostTable* table)
     {
         m_findings.Error(
-            m_place, "extension-missing",
+            m_place, FindingId::kExtensionMissing,
             (table == nullptr ? "there is no table " + m_strKey
                               : m_strKey + " has no column Type") +
                 ": nothing of it is appended to the devices of type " + text_of(m_extended.type) +
@@ -76,7 +80,7 @@ private:
         if (table.role == TableRole::kDevice || table.role == TableRole::kGeneral)
         {
             m_findings.Warning(
-                m_place, "table-twice",
+                m_place, FindingId::kTableTwice,
                 table.name + " extends the devices of type " + text_of(m_extended.type) +
                     " and is " +
                     (table.role == TableRole::kDevice ? "searched for devices"
@@ -87,8 +91,7 @@ private:
 
     int RowsOf(const HostTable& table, const std::string& type)
     {
-        return cell_number(
-            m_db.Value("select count(*) from " + quoted(table.name) + " where Type=" + type));
+        return m_db.Number("select count(*) from " + quoted(table.name) + " where Type=" + type);
     }
 
     void CheckRows(const HostTable& table)
@@ -99,7 +102,7 @@ private:
         {
             const bool isText = RowsOf(table, "'" + type + "'") > 0;
             m_findings.Warning(
-                m_place, "extension-empty",
+                m_place, FindingId::kExtensionEmpty,
                 isText
                     ? "the Type " + type + " of " + table.name +
                           " is stored as text, and an integer is asked for: nothing of it is "
@@ -109,7 +112,7 @@ private:
         }
         else if (rows > 1)
         {
-            m_findings.Warning(m_place, "extension-rows",
+            m_findings.Warning(m_place, FindingId::kExtensionRows,
                                table.name + " has " + text_of(rows) + " rows with Type " + type +
                                    ": only the first is used, whichever that is");
         }
@@ -181,10 +184,10 @@ private:
 
     void Index(const Place& place, const std::string& message)
     {
-        m_findings.Warning(place, "extension-index", message);
+        m_findings.Warning(place, FindingId::kExtensionIndex, message);
     }
 
-    CCheckDatabase& m_db;
+    CHostDatabase& m_db;
     const CCatalogue& m_catalogue;
     const CIniFile& m_ini;
     CFindings& m_findings;
@@ -201,7 +204,7 @@ void check_count_keys(const CIniFile& ini, const ExtendedType& extended, CFindin
         const bool isCount = table.size() < key.size();
         if (isCount && (table + kCountKey != key || !ini.Has(extended.section, table)))
         {
-            findings.Warning(ini.At(extended.section, key), "key-unread",
+            findings.Warning(ini.At(extended.section, key), FindingId::kKeyUnread,
                              "nothing reads " + key + ": section [" + extended.section +
                                  "] has no key " + table +
                                  did_you_mean(likely_name(table, extended.tables)));
@@ -264,7 +267,7 @@ std::vector<int> extension_columns(const CIniFile& ini, int type, const HostTabl
     return columns;
 }
 
-void check_extensions(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+void check_extensions(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                       CFindings& findings)
 {
     for (const ExtendedType& extended : extended_types(ini))
@@ -276,7 +279,7 @@ void check_extensions(CCheckDatabase& db, const CCatalogue& catalogue, const CIn
         }
         if (!catalogue.HasType(extended.type) && !extended.tables.empty())
         {
-            findings.Note(ini.At(extended.section, extended.tables[0]), "type-unused",
+            findings.Note(ini.At(extended.section, extended.tables[0]), FindingId::kTypeUnused,
                           "section [" + extended.section +
                               "] has no effect now: no device has "
                               "type " +

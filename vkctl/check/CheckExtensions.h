@@ -25,7 +25,7 @@ std::vector<ExtendedType> extended_types(const CIniFile& ini);
 std::vector<int> extension_columns(const CIniFile& ini, int type, const HostTable& table,
                                    const std::string& key);
 
-void check_extensions(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+void check_extensions(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                       CFindings& findings);
 
 } // namespace vkctl

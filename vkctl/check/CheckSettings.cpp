@@ -5,7 +5,6 @@
 #include <set>
 
 #include "app/AppInternal.h"
-#include "vkctl/check/CheckEncoding.h"
 #include "vkctl/check/CheckNames.h"
 #include "vkctl/check/CheckTexts.h"
 
@@ -95,7 +94,7 @@ void check_sections(const CIniFile& ini, CFindings& findings)
         {
             continue;
         }
-        findings.Warning(ini.At(item.line), "section-unread",
+        findings.Warning(ini.At(item.line), FindingId::kSectionUnread,
                          "nothing reads section [" + name + "]" + section_reason(ini, name));
     }
 }
@@ -121,7 +120,7 @@ void check_homeless_keys(const CIniFile& ini, CFindings& findings)
         }
         if (item.kind == IniItemKind::kKey && !name.empty())
         {
-            findings.Warning(ini.At(item.line), "key-unread",
+            findings.Warning(ini.At(item.line), FindingId::kKeyUnread,
                              "nothing reads " + name +
                                  ": it stands in front of the first section; move it below [POST]");
             return;
@@ -137,7 +136,7 @@ void check_keys(const CIniFile& ini, const std::string& section,
         const bool read = contains(known, key) || (section == kPost && is_url_key(key));
         if (!read)
         {
-            findings.Warning(ini.At(section, key), "key-unread",
+            findings.Warning(ini.At(section, key), FindingId::kKeyUnread,
                              "nothing reads " + key + " in section [" + section + "]" +
                                  did_you_mean(likely_name(key, known)));
         }
@@ -162,7 +161,7 @@ void out_of_range(const CIniFile& ini, const std::string& key, const std::string
                   CFindings& findings)
 {
     const char* section = ini.Has(kPost, key) ? kPost : kOutputs;
-    findings.Warning(ini.At(section, key), "value-range",
+    findings.Warning(ini.At(section, key), FindingId::kValueRange,
                      key + "=" + std::to_string(ini.Int(section, key)) + ": " + effect);
 }
 
@@ -247,12 +246,12 @@ void check_head(const CIniFile& ini, CFindings& findings)
     const Place place = ini.At(kPost, "Fmt0");
     if (!problem.empty())
     {
-        findings.Error(place, "head-format-refused",
+        findings.Error(place, FindingId::kHeadFormatRefused,
                        "Fmt0 is refused and the default is used: " + problem);
     }
     else if (conversions(format) < 2)
     {
-        findings.Warning(place, "head-short",
+        findings.Warning(place, FindingId::kHeadShort,
                          "Fmt0 takes fewer than two values: no body says which device it is of; "
                          "begin it with suid=%s&sid=%d");
     }

@@ -3,7 +3,6 @@
 #include <strings.h>
 
 #include "app/AppInternal.h"
-#include "vkctl/check/CheckDeviceTables.h"
 #include "vkctl/check/CheckNames.h"
 
 namespace vkctl
@@ -12,7 +11,19 @@ namespace vkctl
 namespace
 {
 
-constexpr int kPhaseStallS = 100; // of kPhaseStall
+constexpr int kPhaseStallS = 100;
+
+// What a search that fails in all its tries costs.
+std::string phases_stall(int phases)
+{
+    return "the start of the daemon, and each new search, for " +
+           std::to_string(phases * kPhaseStallS) + " s";
+}
+
+std::string phase_stall()
+{
+    return "stalls " + phases_stall(1);
+}
 
 Place data_place()
 {
@@ -24,120 +35,206 @@ std::string all_of(const std::vector<std::string>& names)
     return shortened_list(names, names.size());
 }
 
-// --- The tables that must be there ---------------------------------------------------------------
+// --- What a table must have ----------------------------------------------------------------------
 
-// What it costs when one of the columns is not there.
-struct Need
+// The columns, and what it costs when one of them is not there. Of a table's rows the first is the
+// gravest: it tells what it costs when there is no table.
+struct Requirement
 {
+    const char* table; // empty: each table that is searched for devices
     std::vector<std::string> columns;
     std::string consequence;
     Severity severity = Severity::kError;
 };
 
-void report_need(const std::string& what, const Need& need, CFindings& findings)
+// Without a table the search fails itself; without SID or Name it fails at the first camera.
+bool fails_for_cameras(CHostDatabase& db, const HostTable* names)
 {
-    const std::string message = what + ": " + need.consequence;
-    if (need.severity == Severity::kNote)
-    {
-        findings.Note(data_place(), "table-required", message);
-    }
-    else
-    {
-        findings.Error(data_place(), "table-required", message);
-    }
+    return names == nullptr ||
+           (names->Lacks({"Kind", "State", "DataMode"}).empty() &&
+            db.Number("select count(*) from tbSM where Kind=3072 and State=0 and DataMode=1") != 0);
 }
 
-constexpr char kMayBeEmpty[] = "; make the table, it may be empty";
-
-// advice: for a table that is not there.
-void check_needs(const CCatalogue& catalogue, const std::string& name,
-                 const std::vector<Need>& needs, const std::string& advice, CFindings& findings)
+std::vector<Requirement> requirements(bool cameras, bool outputs)
 {
-    const HostTable* table = catalogue.FindAnyCase(name);
-    if (table == nullptr)
+    const std::string nothing = "no device, input, output or camera can be posted, and the search";
+    const std::string tries = " three times a sweep, 2 s apart";
+    const std::string logged = "each sweep logs \"Post DO exception\"";
+    return {
+        {"tbSM",
+         {"SID", "Name"},
+         nothing + "es for " + (cameras ? "names, inputs and cameras" : "names and inputs") +
+             " stall " + phases_stall(cameras ? 3 : 2)},
+        {"tbSM", {"Note", "Tag1", "ASubSys"}, nothing + " for inputs " + phase_stall()},
+        {"tbSM",
+         {"Kind", "State", "DataMode"},
+         "no camera is found, and the search for them " + phase_stall()},
+        {"tbSM", {"Type", "SerDef"}, "each camera fails" + tries},
+        {"tbSubSysDetail",
+         {"SID", "SIDD"},
+         "no digital input is found, and the search for them " + phase_stall()},
+        {"tbSubSysDetail", {"Fld", "Type", "State", "LastUpd"}, "each digital input fails" + tries},
+        outputs ? Requirement{"tbDio",
+                              {"SID", "Type", "DateUpd"},
+                              "no digital output is posted, and " + logged}
+                : Requirement{"tbDio", {"SID"}, logged, Severity::kNote},
+        {"",
+         {"Type", "State", "DateUpd"},
+         "each of its devices fails" + tries + ", and is not posted"},
+    };
+}
+
+void check_fixed_tables(const CCatalogue& catalogue, const std::vector<Requirement>& list,
+                        CFindings& findings)
+{
+    std::string missing;
+    for (const Requirement& one : list)
     {
-        Need need = needs.at(0); // the gravest
-        need.consequence += advice;
-        report_need("there is no table " + name, need, findings);
-        return;
-    }
-    for (const Need& need : needs)
-    {
-        const std::vector<std::string> lacking = table->Lacks(need.columns);
+        const std::string name = one.table;
+        const HostTable* table = catalogue.FindAnyCase(name);
+        if (name.empty() || (table != nullptr && !table->problem.empty()))
+        {
+            continue; // told elsewhere
+        }
+        if (table == nullptr && missing != name)
+        {
+            missing = name;
+            findings.Add(one.severity, data_place(), FindingId::kTableRequired,
+                         "there is no table " + name + ": " + one.consequence +
+                             (name == "tbSM" ? "" : "; make the table, it may be empty"));
+        }
+        const std::vector<std::string> lacking =
+            table != nullptr ? table->Lacks(one.columns) : std::vector<std::string>();
         if (!lacking.empty())
         {
-            report_need(name + " has no column " + all_of(lacking), need, findings);
+            findings.Add(one.severity, data_place(), FindingId::kTableRequired,
+                         name + " has no column " + all_of(lacking) + ": " + one.consequence);
         }
     }
 }
 
-// Without a table the search fails itself; without SID or Name it fails at the first camera.
-bool fails_for_cameras(CCheckDatabase& db, const HostTable* names)
+void check_required(CHostDatabase& db, const CCatalogue& catalogue,
+                    const std::vector<Requirement>& list, CFindings& findings)
 {
-    const std::vector<std::string> searched = {"Kind", "State", "DataMode"};
-    return names == nullptr ||
-           (names->Lacks(searched).empty() &&
-            db.Value("select count(*) from tbSM where Kind=3072 and State=0 and DataMode=1") !=
-                "0");
-}
-
-// What it costs when the searches for names and for inputs both fail.
-std::string names_stall(bool cameras)
-{
-    return std::string("no device, input, output or camera can be posted, and the searches for ") +
-           (cameras ? "names, inputs and cameras" : "names and inputs") +
-           " stall the start of the daemon, and each new search, for " +
-           std::to_string((cameras ? 3 : 2) * kPhaseStallS) + " s";
-}
-
-void check_names_table(CCheckDatabase& db, const CCatalogue& catalogue, CFindings& findings)
-{
-    const bool cameras = fails_for_cameras(db, catalogue.FindAnyCase("tbSM"));
-    check_needs(
-        catalogue, "tbSM",
-        {{{"SID", "Name"}, names_stall(cameras)},
-         {{"Note", "Tag1", "ASubSys"},
-          std::string("no device, input, output or camera can be posted, and the search for "
-                      "inputs ") +
-              kPhaseStall},
-         {{"Kind", "State", "DataMode"},
-          std::string("no camera is found, and the search for them ") + kPhaseStall},
-         {{"Type", "SerDef"}, "each camera fails three times a sweep, 2 s apart"}},
-        "", findings);
+    check_fixed_tables(catalogue, list, findings);
     const HostTable* names = catalogue.FindAnyCase("tbSM");
-    if (names != nullptr && names->Has("SID") && db.Value("select count(*) from tbSM") == "0")
+    if (names != nullptr && names->Has("SID") && db.Number("select count(*) from tbSM") == 0)
     {
-        findings.Error(data_place(), "table-required",
-                       std::string("tbSM has no row: the search for names ") + kPhaseStall +
+        findings.Error(data_place(), FindingId::kTableRequired,
+                       "tbSM has no row: the search for names " + phase_stall() +
                            ", and no device has a name");
     }
 }
 
-// The columns that the daemon reads of tbDio; of a host without outputs its query only.
-Need outputs_need(const CIniFile& ini)
+void check_readable(const CCatalogue& catalogue, CFindings& findings)
 {
-    const std::string logged = "each sweep logs \"Post DO exception\"";
-    if (ini.Int("POST.DO", "Count", kDefaultOutputs) <= 0)
+    for (const HostTable& table : catalogue.Tables())
     {
-        return {{"SID"}, logged, Severity::kNote};
+        if (table.isRead && !table.problem.empty())
+        {
+            findings.Error(data_place(), FindingId::kTableUnreadable,
+                           table.name + " cannot be read (" + table.problem +
+                               "): what it holds is posted in part or not at all");
+        }
     }
-    return {{"SID", "Type", "DateUpd"}, "no digital output is posted, and " + logged};
 }
 
-void check_point_tables(const CCatalogue& catalogue, const CIniFile& ini, CFindings& findings)
+// --- Tables of devices ---------------------------------------------------------------------------
+
+// No key of vkApp.ini can spell every name: some characters begin a remark, a section or a value.
+std::string hide_advice(const std::string& table)
 {
-    check_needs(catalogue, "tbSubSysDetail",
-                {{{"SID", "SIDD"},
-                  std::string("no digital input is found, and the search for them ") + kPhaseStall},
-                 {{"Fld", "Type", "State", "LastUpd"},
-                  "each digital input fails three times a sweep, 2 s apart"}},
-                kMayBeEmpty, findings);
-    check_needs(catalogue, "tbDio", {outputs_need(ini)}, kMayBeEmpty, findings);
+    if (table.find_first_of(";#=\r\n") != std::string::npos || table[0] == '[' || table[0] == ' ' ||
+        table.back() == ' ')
+    {
+        return "; rename it: no key of vkApp.ini can hold that name";
+    }
+    return "; if it is no device table, list it in section [POST.Detail]: " + table + "=1";
+}
+
+// What becomes of a device table that the daemon's SQL does not find by its name.
+std::string name_effect(CHostDatabase& db, const HostTable& table)
+{
+    if (!db.Problem("select SID from " + table.name).empty())
+    {
+        return ", which " + phase_stall();
+    }
+    return ": its own devices are not found, and those of that table fail three times a sweep, 2 s "
+           "apart, and are not posted, unless it was made later";
+}
+
+// True when SIDs can be read.
+bool check_search(CHostDatabase& db, const HostTable& table, CFindings& findings)
+{
+    const std::string problem = name_problem(db, table, table.name);
+    if (!problem.empty())
+    {
+        findings.Error(data_place(), FindingId::kTableName,
+                       problem + name_effect(db, table) + hide_advice(table.name));
+        return false;
+    }
+    if (!table.Has("SID"))
+    {
+        findings.Error(data_place(), FindingId::kTableNoSid,
+                       table.name + " has no column SID, which " + phase_stall() +
+                           hide_advice(table.name));
+        return false;
+    }
+    return true;
+}
+
+void check_layout(const HostTable& table, const CIniFile& ini, CFindings& findings)
+{
+    for (const char* column : {"SID", "Type", "State", "DateUpd"})
+    {
+        if (table.Find(column) >= kLeadingColumns)
+        {
+            findings.Warning(data_place(), FindingId::kDeviceLayout,
+                             std::string(column) + " stands behind the eighth column of " +
+                                 table.name +
+                                 ": the first eight are taken for the head, so it is posted as a "
+                                 "value, and a value among the eight is not");
+        }
+    }
+    if (table.columns.size() <= kLeadingColumns && ini.Text("POST.Master", table.name).empty())
+    {
+        findings.Note(data_place(), FindingId::kDeviceLayout,
+                      table.name + " has no column behind the first eight, which are taken for the "
+                                   "head: no value of it is posted");
+    }
+}
+
+void check_device_tables(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+                         const Requirement& required, CFindings& findings)
+{
+    const std::vector<const HostTable*> tables = catalogue.Of(TableRole::kDevice);
+    if (tables.empty())
+    {
+        findings.Error(data_place(), FindingId::kNoDeviceTable,
+                       "there is no device table, which " + phase_stall() +
+                           "; see the sections [POST.Detail] and [POST.General]");
+    }
+    for (const HostTable* table : tables)
+    {
+        if (!table->problem.empty() || !check_search(db, *table, findings))
+        {
+            continue; // told already
+        }
+        const std::vector<std::string> lacking = table->Lacks(required.columns);
+        if (lacking.empty())
+        {
+            check_layout(*table, ini, findings);
+            continue;
+        }
+        findings.Add(required.severity, data_place(), FindingId::kDeviceColumns,
+                     table->name + " has no column " + all_of(lacking) + ": " +
+                         required.consequence + hide_advice(table->name));
+    }
 }
 
 // --- Outputs -------------------------------------------------------------------------------------
 
-void check_outputs(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+void check_outputs(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                    CFindings& findings)
 {
     const HostTable* table = catalogue.FindAnyCase("tbDio");
@@ -147,9 +244,9 @@ void check_outputs(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFi
     {
         return;
     }
-    if (db.Value("select count(*) from tbDio where SID=1") == "0")
+    if (db.Number("select count(*) from tbDio where SID=1") == 0)
     {
-        findings.Warning(data_place(), "output-row",
+        findings.Warning(data_place(), FindingId::kOutputRow,
                          "tbDio has no row with SID 1: no digital output is posted; set Count=0 in "
                          "section [POST.DO] if the host has none");
         return;
@@ -160,7 +257,7 @@ void check_outputs(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFi
         if (!table->Has(name))
         {
             const char* key = ini.Has("POST.DO", "Start") ? "Start" : "Count";
-            findings.Error(ini.At("POST.DO", key), "output-columns",
+            findings.Error(ini.At("POST.DO", key), FindingId::kOutputColumns,
                            "tbDio has no column " + name + ", so none of the " +
                                std::to_string(count) +
                                " outputs is posted, not even those that it has; see Start and "
@@ -192,7 +289,7 @@ void check_points_posted_twice(const CCatalogue& catalogue, CFindings& findings)
         if (searched)
         {
             findings.Warning(
-                data_place(), "table-twice",
+                data_place(), FindingId::kTableTwice,
                 table->name + " is posted as " + points.things + " and " + also(*table) +
                     " as well; list it in section [POST.Detail]: " + table->name + "=1");
         }
@@ -216,7 +313,7 @@ void check_hidden_tables(const CCatalogue& catalogue, const CIniFile& ini, CFind
         if (meant || configured)
         {
             findings.Warning(
-                data_place(), "table-hidden",
+                data_place(), FindingId::kTableHidden,
                 table->name +
                     " is never posted as a device or general table: its "
                     "name begins with tbSM, in whatever case; " +
@@ -231,7 +328,7 @@ void check_two_lists(const CCatalogue& catalogue, const CIniFile& ini, CFindings
     {
         if (ini.Int("POST.General", table->name) >= 1)
         {
-            findings.Warning(ini.At("POST.General", table->name), "table-two-lists",
+            findings.Warning(ini.At("POST.General", table->name), FindingId::kTableTwoLists,
                              table->name +
                                  " stands in [POST.Detail] too, which wins: it is no general "
                                  "table, and this line has no effect; remove one of them");
@@ -241,13 +338,16 @@ void check_two_lists(const CCatalogue& catalogue, const CIniFile& ini, CFindings
 
 } // namespace
 
-void check_tables(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+void check_tables(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                   CFindings& findings)
 {
-    check_names_table(db, catalogue, findings);
-    check_point_tables(catalogue, ini, findings);
+    const bool cameras = fails_for_cameras(db, catalogue.FindAnyCase("tbSM"));
+    const std::vector<Requirement> list =
+        requirements(cameras, ini.Int("POST.DO", "Count", kDefaultOutputs) > 0);
+    check_readable(catalogue, findings);
+    check_required(db, catalogue, list, findings);
     check_outputs(db, catalogue, ini, findings);
-    check_device_tables(db, catalogue, ini, findings);
+    check_device_tables(db, catalogue, ini, list.back(), findings);
     check_points_posted_twice(catalogue, findings);
     check_hidden_tables(catalogue, ini, findings);
     check_two_lists(catalogue, ini, findings);

@@ -86,7 +86,7 @@ void check_unused(const CIniFile& ini, const std::string& prefix, CFindings& fin
             const std::string remedy =
                 number < kMaxUrlKeys ? "set maxURLs to " + std::to_string(number + 1) + " or more"
                                      : "give it a number below " + std::to_string(kMaxUrlKeys);
-            findings.Warning(one.place, "url-unused",
+            findings.Warning(one.place, FindingId::kUrlUnused,
                              one.key + " is not read: maxURLs is " +
                                  std::to_string(ini.Int(kPost, "maxURLs", 1)) + "; " + remedy);
         }
@@ -102,14 +102,14 @@ void check_alarm_list(const CIniFile& ini, CFindings& findings)
     }
     if (ini.Text(kPost, "AlmUrl").empty())
     {
-        findings.Error(written[0].place, "alarm-url-unused",
+        findings.Error(written[0].place, FindingId::kAlarmUrlUnused,
                        written[0].key +
                            " is never used: without AlmUrl the daemon does not even read the "
                            "alarms; set AlmUrl");
     }
     else if (listed_urls(ini, "AlmUrl").empty())
     {
-        findings.Error(written[0].place, "alarm-url-unused",
+        findings.Error(written[0].place, FindingId::kAlarmUrlUnused,
                        "AlmUrl is never posted to: with maxURLs below 2 there is no list of alarm "
                        "URLs, and every alarm is marked as sent and goes nowhere; set maxURLs=2");
     }
@@ -122,13 +122,13 @@ void check_targets(const CIniFile& ini, CFindings& findings)
     const Place place = written.empty() ? ini.At(kPost, "Url") : written[0].place;
     if (ini.Text(kPost, "Url").empty() && !hasAlarms)
     {
-        findings.Error(place, "no-url",
+        findings.Error(place, FindingId::kNoUrl,
                        "neither Url nor AlmUrl is set in section [POST]: the daemon ends at start; "
                        "set Url (numbered ones alone are not enough)");
     }
     else if (url_lists(ini).data.empty())
     {
-        findings.Warning(place, "no-data-url",
+        findings.Warning(place, FindingId::kNoDataUrl,
                          written.empty()
                              ? "Url is empty: alarms are posted, readings and states go nowhere"
                              : written[0].key + " alone is never posted to: without Url, two "
@@ -147,7 +147,7 @@ void check_doubles(const std::vector<ConfiguredUrl>& list, CFindings& findings)
                          [&](const ConfiguredUrl& other) { return other.url == list[i].url; });
         if (first != end)
         {
-            findings.Warning(list[i].place, "url-twice",
+            findings.Warning(list[i].place, FindingId::kUrlTwice,
                              list[i].key + " is the same as " + first->key +
                                  ": every body goes there twice; remove one of them");
         }
@@ -202,12 +202,12 @@ void check_guessed(const ConfiguredUrl& one, const TakenUrl& taken, CFindings& f
 {
     if (taken.scheme == "http" || taken.scheme == "https")
     {
-        findings.Warning(one.place, "url-scheme",
+        findings.Warning(one.place, FindingId::kUrlScheme,
                          one.key + " names no protocol: " + taken.scheme +
                              " is guessed; write it in front, such as http://" + one.url);
         return;
     }
-    findings.Error(one.place, "url-scheme",
+    findings.Error(one.place, FindingId::kUrlScheme,
                    one.key + " names no protocol: " + taken.scheme +
                        " is guessed, where nothing can be posted to; write http:// or https:// "
                        "in front");
@@ -220,13 +220,13 @@ void check_slashes(const ConfiguredUrl& one, const TakenUrl& taken, const std::s
     const auto slashes = std::count(written.begin(), written.end(), '/');
     if (slashes > 2)
     {
-        findings.Error(one.place, "url-scheme",
+        findings.Error(one.place, FindingId::kUrlScheme,
                        one.key + " has no host behind " + written.substr(0, written.size() - 1) +
                            ": libcurl takes " + taken.host + " for it; write the host there");
     }
     else if (taken.scheme == "https" && !is_https(one.url))
     {
-        findings.Warning(one.place, "url-scheme",
+        findings.Warning(one.place, FindingId::kUrlScheme,
                          one.key +
                              (slashes == 2 ? " does not spell https in small letters"
                                            : " has one slash behind https:") +
@@ -235,7 +235,7 @@ void check_slashes(const ConfiguredUrl& one, const TakenUrl& taken, const std::s
     }
     else if (slashes == 1)
     {
-        findings.Warning(one.place, "url-scheme",
+        findings.Warning(one.place, FindingId::kUrlScheme,
                          one.key + " has one slash behind " + taken.scheme +
                              ":, which libcurl takes for two; write " + taken.scheme + "://");
     }
@@ -247,7 +247,7 @@ void check_url(const ConfiguredUrl& one, CFindings& findings)
     const std::string written = written_scheme(one.url);
     if (!taken.problem.empty())
     {
-        findings.Error(one.place, "url-invalid",
+        findings.Error(one.place, FindingId::kUrlInvalid,
                        one.key + " is no URL (" + taken.problem + "): " + one.url +
                            "; every transfer to it fails");
     }
@@ -257,7 +257,7 @@ void check_url(const ConfiguredUrl& one, CFindings& findings)
     }
     else if (taken.scheme != "http" && taken.scheme != "https")
     {
-        findings.Error(one.place, "url-scheme",
+        findings.Error(one.place, FindingId::kUrlScheme,
                        one.key + " begins with " + written +
                            ", where nothing can be posted to; write http:// or https://");
     }
@@ -275,13 +275,13 @@ void check_tls(const CIniFile& ini, const std::vector<ConfiguredUrl>& urls, CFin
     const bool hasCa = !ini.Text(kPost, "CA").empty();
     if (secure != urls.end() && !hasCa)
     {
-        findings.Warning(secure->place, "tls-unverified",
+        findings.Warning(secure->place, FindingId::kTlsUnverified,
                          secure->key + " is https, but without CA nobody checks whose server it "
                                        "is; set CA to the authority's PEM file");
     }
     if (secure == urls.end() && hasCa)
     {
-        findings.Warning(ini.At(kPost, "CA"), "ca-unused",
+        findings.Warning(ini.At(kPost, "CA"), FindingId::kCaUnused,
                          "CA has no effect: no URL in use begins with https://");
     }
 }

@@ -5,7 +5,7 @@
 #include <map>
 
 #include "tests/vkctl/check/CheckTest.h"
-#include "vkctl/check/CheckLabels.h"
+#include "vkctl/check/CheckFields.h"
 
 using namespace vkctl;
 

@@ -176,6 +176,19 @@ std::vector<CheckCase> required_cases()
          "the search for them " +
              kStall,
          {"data: delete from tbSubSysDetail"}},
+        {"table-unreadable",
+         {"data: create index ix on tbUps(SID); pragma writable_schema=1; update sqlite_master set "
+          "rootpage=(select rootpage from sqlite_master where name='ix') where name='tbUps'"},
+         "tmp/dbDat0.db3: error: tbUps cannot be read (database disk image is malformed; put a "
+         "sound copy in its place): what it holds is posted in part or not at all",
+         {"data: create index ix on tbUps(SID)"}},
+        {"table-unreadable",
+         {"data: alter table tbDio rename to x; create view tbDio as select * from x; drop table "
+          "x"},
+         "tmp/dbDat0.db3: error: tbDio cannot be read (no such table: main.x): what it holds is "
+         "posted in part or not at all",
+         {"data: create table x(SID, Type, State, DateUpd); create view tbOwn as select * from x;"
+          "drop table x"}},
         {"no-device-table",
          {std::string("data: drop table tbUps;") + kDevices},
          "tmp/dbDat0.db3: error: there is no device table, which " + kStall +

@@ -7,7 +7,7 @@
 #include <set>
 
 #include "tests/vkctl/check/CheckTest.h"
-#include "vkctl/check/CheckWriteAheadLog.h"
+#include "vkctl/check/CheckStart.h"
 #include "vkctl/check/FindingIds.h"
 
 namespace

@@ -1,4 +1,4 @@
-#include "vkctl/check/CheckWriteAheadLog.h"
+#include "vkctl/check/CheckStart.h"
 
 #include <array>
 #include <fstream>
@@ -43,7 +43,7 @@ void check_write_ahead_log(const std::string& path, int sqliteVersion, CFindings
 {
     if (has_unsafe_checkpoints(sqliteVersion) && has_write_ahead_log(path))
     {
-        findings.Note({path, 0}, "database-wal-reset",
+        findings.Note({path, 0}, FindingId::kDatabaseWalReset,
                       "has a write-ahead log, and SQLite " + version_text(sqliteVersion) +
                           " can damage it when two connections checkpoint at the same instant; the "
                           "daemon never does, so leave it to one process of the host, or install "
