@@ -6,7 +6,7 @@
 #include <cstring>
 #include <optional>
 
-#include "app/AppInternal.h"
+#include "app/AppPostConfig.h"
 #include "vkctl/base/CliError.h"
 #include "vkctl/check/CheckAlarms.h"
 #include "vkctl/check/CheckBodies.h"

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 
-#include "app/AppInternal.h"
+#include "app/AppPostConfig.h"
 #include "vkctl/base/CliError.h"
 #include "vkctl/base/Sqlite.h"
 #include "vkctl/check/CheckCatalogue.h"

@@ -6,7 +6,7 @@
 #include <map>
 #include <set>
 
-#include "app/AppInternal.h"
+#include "app/AppPostConfig.h"
 #include "vkctl/check/CheckNames.h"
 
 namespace vkctl

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "app/AppInternal.h"
 #include "vkctl/check/CheckNames.h"
 
 namespace vkctl

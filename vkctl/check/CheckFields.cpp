@@ -5,7 +5,6 @@
 #include <map>
 #include <set>
 
-#include "app/AppInternal.h"
 #include "vkctl/check/CheckNames.h"
 #include "vkctl/check/CheckTexts.h"
 

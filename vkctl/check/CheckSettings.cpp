@@ -4,7 +4,8 @@
 #include <array>
 #include <set>
 
-#include "app/AppInternal.h"
+#include "app/AppHeadFormat.h"
+#include "app/AppPostConfig.h"
 #include "vkctl/check/CheckNames.h"
 #include "vkctl/check/CheckTexts.h"
 

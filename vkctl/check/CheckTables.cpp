@@ -2,7 +2,8 @@
 
 #include <strings.h>
 
-#include "app/AppInternal.h"
+#include "app/AppPostConfig.h"
+#include "app/AppText.h"
 #include "vkctl/check/CheckNames.h"
 
 namespace vkctl

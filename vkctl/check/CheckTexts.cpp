@@ -5,7 +5,8 @@
 #include <algorithm>
 #include <cstdio>
 
-#include "app/AppInternal.h"
+#include "app/AppHeadFormat.h"
+#include "app/AppPostEncoding.h"
 #include "common/BufHelper.h"
 #include "vkctl/check/CheckFields.h"
 #include "vkctl/check/CheckNames.h"

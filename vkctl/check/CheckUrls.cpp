@@ -7,7 +7,7 @@
 #include <cstring>
 #include <memory>
 
-#include "app/AppInternal.h"
+#include "app/AppPostConfig.h"
 #include "vkctl/check/CheckNames.h"
 
 namespace vkctl

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "app/AppInternal.h"
+#include "app/AppText.h"
 #include "common/SimpleIni.h"
 
 namespace vkctl
