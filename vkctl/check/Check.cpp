@@ -135,6 +135,10 @@ bool check_host(const CheckOptions& options, CFindings& findings)
     {
         return false;
     }
+    if (!options.away)
+    {
+        check_start(options.flash, findings);
+    }
     DataCheck data;
     check_settings(ini, data.iniTexts, findings);
     check_urls(ini, findings);

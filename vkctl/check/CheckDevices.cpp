@@ -85,16 +85,18 @@ void check_lost(const std::string& table, const std::vector<SidRow>& rows,
                 findings);
 }
 
+// A State decides whether the row is posted at all, and may be empty; a Type counts where it is.
 void check_integer_column(const std::string& name, const std::vector<SidRow>& rows,
-                          HostCell SidRow::*column, bool mayBeEmpty, CFindings& findings)
+                          HostCell SidRow::*column, bool isState, CFindings& findings)
 {
-    const auto wrong = std::find_if(
-        rows.begin(), rows.end(),
-        [&](const SidRow& row)
-        {
-            const HostCell& cell = row.*column;
-            return row.IsPosted() && (is_misread(cell) || (cell.text.empty() && !mayBeEmpty));
-        });
+    const auto wrong =
+        std::find_if(rows.begin(), rows.end(),
+                     [&](const SidRow& row)
+                     {
+                         const HostCell& cell = row.*column;
+                         return (isState ? row.found : row.IsPosted()) &&
+                                (is_misread(cell) || (cell.text.empty() && !isState));
+                     });
     if (wrong == rows.end())
     {
         return;

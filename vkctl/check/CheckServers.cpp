@@ -10,6 +10,7 @@
 #include <fstream>
 #include <set>
 #include <sstream>
+#include <tuple>
 
 #include "vkctl/check/CheckUrls.h"
 
@@ -175,21 +176,36 @@ std::string part_of(CURLU* url, CURLUPart part)
     return copy;
 }
 
-// "host:port", to ask each server once.
-std::string server_of(const std::string& url)
+// A server as it is asked: once, however many URLs lead to it.
+struct Server
+{
+    std::string scheme; // empty: nothing that takes posts
+    std::string name;   // "host:port"
+
+    bool operator<(const Server& other) const
+    {
+        return std::tie(scheme, name) < std::tie(other.scheme, other.name);
+    }
+};
+
+Server server_of(const std::string& url)
 {
     CURLU* parsed = curl_url();
-    curl_url_set(parsed, CURLUPART_URL, url.c_str(), 0);
-    const std::string server =
-        part_of(parsed, CURLUPART_HOST) + ":" + part_of(parsed, CURLUPART_PORT);
-    const bool secure = part_of(parsed, CURLUPART_SCHEME) == "https";
+    curl_url_set(parsed, CURLUPART_URL, url.c_str(), CURLU_GUESS_SCHEME);
+    Server server{part_of(parsed, CURLUPART_SCHEME),
+                  part_of(parsed, CURLUPART_HOST) + ":" + part_of(parsed, CURLUPART_PORT)};
     curl_url_cleanup(parsed);
-    return secure ? server : "";
+    const bool takesPosts = server.scheme == "http" || server.scheme == "https";
+    return takesPosts ? server : Server{};
 }
 
-// The rules by which the daemon accepts a server.
-void set_tls(CURL* handle, const std::string& ca)
+// The rules by which the daemon accepts a server; where it does not see https, libcurl has its own.
+void set_tls(CURL* handle, const std::string& url, const std::string& ca)
 {
+    if (!is_https(url))
+    {
+        return;
+    }
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYPEER, ca.empty() ? 0L : 1L);
     curl_easy_setopt(handle, CURLOPT_SSL_VERIFYHOST, 2L); // also what 1 means to libcurl
     if (!ca.empty())
@@ -236,7 +252,7 @@ Handshake shake_hands(const std::string& url, const std::string& ca)
     curl_easy_setopt(handle.get(), CURLOPT_TIMEOUT, kServerLimitS);
     curl_easy_setopt(handle.get(), CURLOPT_CONNECTTIMEOUT, kServerLimitS);
     curl_easy_setopt(handle.get(), CURLOPT_ERRORBUFFER, reason);
-    set_tls(handle.get(), ca);
+    set_tls(handle.get(), url, ca);
     result.code = curl_easy_perform(handle.get());
     result.reason = *reason != '\0' ? reason : curl_easy_strerror(result.code);
     result.certificates = certificates_of(handle.get());
@@ -285,17 +301,17 @@ void check_servers(const CIniFile& ini, CFindings& findings)
     const std::string ca = ini.Text("POST", "CA");
     std::vector<ConfiguredUrl> urls = lists.data;
     urls.insert(urls.end(), lists.alarms.begin(), lists.alarms.end());
-    std::set<std::string> asked;
+    std::set<Server> asked;
     for (const ConfiguredUrl& one : urls)
     {
-        const std::string server = server_of(one.url);
-        if (is_https_server(one.url) && !server.empty() && asked.insert(server).second)
+        const Server server = server_of(one.url);
+        if (!server.scheme.empty() && asked.insert(server).second)
         {
             const Handshake answer = shake_hands(one.url, ca);
-            report(one, server, answer, findings);
+            report(one, server.name, answer, findings);
             if (!ca.empty() && answer.code == CURLE_OK) // without CA nobody looks at the time
             {
-                report_expiry(one, server, answer.certificates, findings);
+                report_expiry(one, server.name, answer.certificates, findings);
             }
         }
     }

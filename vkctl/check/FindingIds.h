@@ -9,6 +9,9 @@
     /* The files */                                                                                \
     X(kFileUnreadable, "file-unreadable")                                                          \
     X(kDatabaseUnreadable, "database-unreadable")                                                  \
+    X(kLibraryUnusable, "library-unusable")                                                        \
+    X(kLogFolder, "log-folder")                                                                    \
+    X(kBoardAbsent, "board-absent")                                                                \
     X(kDatabaseWalReset, "database-wal-reset")                                                     \
     X(kFileBom, "file-bom")                                                                        \
     X(kSectionIndented, "section-indented")                                                        \

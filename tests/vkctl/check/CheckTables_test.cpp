@@ -26,6 +26,9 @@ std::vector<CheckCase> file_cases()
 {
     const std::string view =
         "alarms: alter table tbSMAlarm rename to x; create view tbSMAlarm as select * from x";
+    const std::string unsent = "alarms: update tbSMAlarm set AFld=DID<>6";
+    const std::string pass = ": it is posted anew at each signal, and the alarms behind it never "
+                             "are; let the trigger pass updates of AFld";
     return {
         {"database-unreadable",
          {"remove tmp/dbDat0.db3"},
@@ -68,6 +71,23 @@ std::vector<CheckCase> file_cases()
          "make tbSMAlarm a plain table",
          {view, "alarms: create trigger t instead of update on tbSMAlarm begin update x set "
                 "AFld=new.AFld where DID=old.DID; end"}},
+        {"alarm-table",
+         {unsent, "alarms: create trigger t before update on tbSMAlarm when old.DID=6 begin select "
+                  "raise(abort,'not by hand'); end"},
+         "tmp/dbData.db3: error: a trigger refuses that the alarm with DID 6 is marked as sent "
+         "(not "
+         "by hand)" +
+             pass,
+         {unsent, "alarms: create table own(n); create trigger t after update on tbSMAlarm begin "
+                  "insert into own values(new.DID); end"}},
+        {"alarm-table",
+         {unsent, "alarms: create trigger t after update on tbSMAlarm begin update tbSMAlarm set "
+                  "AFld=0 where DID=new.DID; end"},
+         "tmp/dbData.db3: error: a trigger refuses that the alarm with DID 6 is marked as sent (it "
+         "is undone)" +
+             pass,
+         {"alarms: update tbSMAlarm set AFld=1", "alarms: create trigger t before update on "
+                                                 "tbSMAlarm begin select raise(ignore); end"}},
     };
 }
 

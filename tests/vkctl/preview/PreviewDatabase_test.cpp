@@ -125,7 +125,8 @@ TEST_F(PreviewDatabase, FileThatIsNoDatabaseIsNamed)
 {
     write_file(host.File("tmp/text.db3"), std::string(5000, 'x'));
     EXPECT_EQ(Refused(host.File("tmp/text.db3")),
-              "74 " + host.File("tmp/text.db3") + ": file is not a database; put a sound copy in its place");
+              "74 " + host.File("tmp/text.db3") +
+                  ": file is not a database; put a sound copy in its place");
 }
 
 TEST_F(PreviewDatabase, LockedFileIsNamed)
