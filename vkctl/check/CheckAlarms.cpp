@@ -22,7 +22,10 @@ constexpr size_t kDidsShown = 3;
 constexpr uintmax_t kLargestCopyBytes = 64U << 20;
 
 // The rows that are still to be posted.
-constexpr char kUnsent[] = "from tbSMAlarm where (AFld is null or AFld<1)";
+std::string unsent()
+{
+    return std::string(" from tbSMAlarm where (") + kIsWaiting + ")";
+}
 
 constexpr char kUnmarkable[] =
     ": it cannot be marked as sent, so it is posted anew at each signal, and the alarms behind it "
@@ -36,7 +39,7 @@ void report(FindingId id, const std::string& message, CFindings& findings)
 // The update itself, which may be refused for the table as a whole, as for a view.
 bool check_marking(CHostDatabase& db, CFindings& findings)
 {
-    const std::string problem = db.Problem("explain update tbSMAlarm set AFld=1 where DID=0");
+    const std::string problem = db.Problem("explain " + mark_alarm(0));
     if (!problem.empty())
     {
         report(FindingId::kAlarmTable,
@@ -60,7 +63,7 @@ std::vector<UnsentAlarm> unsent_alarms(CHostDatabase& db)
 {
     std::vector<UnsentAlarm> alarms;
     for (const auto& row : db.Rows(std::string("select DID,DID is null,typeof(DID)='text',") +
-                                   is_found("DID") + " " + kUnsent + " order by DID"))
+                                   is_found("DID") + unsent() + " order by DID"))
     {
         alarms.push_back({row[0], row[1].number != 0, row[2].number != 0, row[3].number != 0});
     }
@@ -135,17 +138,17 @@ CSqliteFile copy_in_memory()
 }
 
 // What keeps the copy's alarm from being marked; empty when it is marked.
-std::string refusal(CSqliteFile& copy, const std::string& did)
+std::string refusal(CSqliteFile& copy, int did)
 {
     try
     {
-        copy.Exec("update tbSMAlarm set AFld=1 where DID=" + did);
+        copy.Exec(mark_alarm(did));
     }
     catch (const CCliError&)
     {
         return sqlite3_errmsg(copy.Handle());
     }
-    CStatement left(copy, std::string("select 1 ") + kUnsent + " and DID=" + did);
+    CStatement left(copy, "select 1" + unsent() + " and DID=" + std::to_string(did));
     return left.Step() ? "it is undone" : "";
 }
 
@@ -166,8 +169,7 @@ try
     CSqliteFile copy = copy_in_memory();
     for (const UnsentAlarm& alarm : alarms)
     {
-        const std::string problem =
-            alarm.isFound ? refusal(copy, std::to_string(alarm.did.number)) : "";
+        const std::string problem = alarm.isFound ? refusal(copy, alarm.did.number) : "";
         if (!problem.empty())
         {
             report(FindingId::kAlarmTable,

@@ -16,26 +16,24 @@ namespace vkctl
 namespace
 {
 
-bool is_hidden(const std::string& name)
-{
-    return strncasecmp(name.c_str(), "tbSM", 4) == 0;
-}
-
 TableRole role_of(const CIniFile& ini, const std::string& name, bool view)
 {
     if (view)
     {
         return TableRole::kView;
     }
-    if (is_hidden(name))
+    switch (discovery_role(ini.Document(), name))
     {
+    case DiscoveryRole::kHidden:
         return TableRole::kHidden;
-    }
-    if (ini.Int("POST.Detail", name) >= 1)
-    {
+    case DiscoveryRole::kDetail:
         return TableRole::kDetail;
+    case DiscoveryRole::kGeneral:
+        return TableRole::kGeneral;
+    case DiscoveryRole::kDevice:
+        break;
     }
-    return ini.Int("POST.General", name) >= 1 ? TableRole::kGeneral : TableRole::kDevice;
+    return TableRole::kDevice;
 }
 
 bool is_same_table(const std::string& a, const std::string& b)
@@ -46,7 +44,7 @@ bool is_same_table(const std::string& a, const std::string& b)
 // Whether the daemon reads the table by a name of its own, or as one that belongs to another.
 bool is_named(const CIniFile& ini, const std::string& name)
 {
-    std::vector<std::string> names = {"tbSM", "tbSubSysDetail", "tbDio"};
+    std::vector<std::string> names = {kNamesTable, kInputTable, kOutputTable};
     for (const std::string& key : ini.Keys("POST.Master"))
     {
         names.push_back(ini.Text("POST.Master", key));
@@ -230,16 +228,9 @@ std::string name_problem(CHostDatabase& db, const HostTable& table, const std::s
 namespace
 {
 
-// Where a device table's values end, as a configured count says.
-int values_end(const CIniFile& ini, const HostTable& table)
+bool is_within(const ColumnRange& range, int column)
 {
-    const auto columns = static_cast<int>(table.columns.size());
-    const int wanted = ini.Int("POST.Master", table.name + ".flds");
-    if (wanted == 0 || wanted > columns - kLeadingColumns)
-    {
-        return columns;
-    }
-    return wanted < 0 ? 0 : kLeadingColumns + wanted;
+    return column >= std::max(range.first, 0) && column < range.end;
 }
 
 } // namespace
@@ -251,20 +242,26 @@ CTypeColumns::CTypeColumns(const CCatalogue& catalogue, const CIniFile& ini)
     AddExtensions(catalogue, ini);
 }
 
+void CTypeColumns::Add(int type, const HostTable& table, const std::function<bool(int)>& isPosted)
+{
+    int at = 0;
+    for (const std::string& column : table.columns)
+    {
+        m_columns[type].push_back({column, table.name, isPosted(at)});
+        ++at;
+    }
+}
+
 void CTypeColumns::AddDevices(const CCatalogue& catalogue, const CIniFile& ini)
 {
     for (const int type : catalogue.Types())
     {
         for (const HostTable* table : catalogue.OfType(type))
         {
-            const int end = values_end(ini, *table);
-            int at = 0;
-            for (const std::string& column : table->columns)
-            {
-                const bool posted = at >= kLeadingColumns && at < end;
-                m_columns[type].push_back({column, table->name, posted});
-                ++at;
-            }
+            const ColumnRange range =
+                device_columns(ini.Document(), table->name,
+                               static_cast<int>(table->columns.size()) + kJoinedColumns);
+            Add(type, *table, [=](int at) { return is_within(range, at + kJoinedColumns); });
         }
     }
 }
@@ -273,14 +270,10 @@ void CTypeColumns::AddGenerals(const CCatalogue& catalogue, const CIniFile& ini)
 {
     for (const HostTable* table : catalogue.Of(TableRole::kGeneral))
     {
-        const int type = ini.Int("POST.General", table->name);
-        const int first = ini.Int("POST.General", table->name + ".0", 1);
-        int at = 0;
-        for (const std::string& column : table->columns)
-        {
-            m_columns[type].push_back({column, table->name, at >= first});
-            ++at;
-        }
+        const ColumnRange range =
+            general_columns(ini.Document(), table->name, static_cast<int>(table->columns.size()));
+        Add(setting_number(ini.Document(), SettingId::kGeneralType, table->name), *table,
+            [=](int at) { return is_within(range, at); });
     }
 }
 
@@ -295,14 +288,17 @@ void CTypeColumns::AddExtensions(const CCatalogue& catalogue, const CIniFile& in
             {
                 continue;
             }
-            const std::vector<int> list = extension_columns(ini, extended.type, *table, key);
-            const std::set<int> posted(list.begin(), list.end());
-            int at = 0;
-            for (const std::string& column : table->columns)
+            std::set<int64_t> posted;
+            for (const ExtensionColumn& one : extension_columns(
+                     ini.Document(), extended.type, key, ini.Int(extended.section, key),
+                     static_cast<int>(table->columns.size())))
             {
-                m_columns[extended.type].push_back({column, table->name, posted.count(at) != 0});
-                ++at;
+                if (one.isPosted)
+                {
+                    posted.insert(one.column);
+                }
             }
+            Add(extended.type, *table, [&](int at) { return posted.count(at) != 0; });
         }
     }
 }

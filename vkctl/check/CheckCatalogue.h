@@ -4,10 +4,13 @@
 // Read once; values only afterwards. CHostProblem when the database cannot be asked.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
 #include "vkctl/base/HostDatabase.h"
 #include "vkctl/check/CheckIni.h"
 #include "vkctl/check/Finding.h"
@@ -80,12 +83,6 @@ void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const st
 // "the name X ... (why)". Empty when it does, and for a table that nobody can read.
 std::string name_problem(CHostDatabase& db, const HostTable& table, const std::string& text);
 
-// The columns in front of a device table's values: they make the head and are not posted.
-constexpr int kLeadingColumns = 8;
-
-// Count of section POST.DO where it is not set.
-constexpr int kDefaultOutputs = 3;
-
 // A column of a table whose rows are posted for a type.
 struct TypeColumn
 {
@@ -108,6 +105,7 @@ public:
     std::vector<TypeColumn> Named(int type, const std::string& name) const;
 
 private:
+    void Add(int type, const HostTable& table, const std::function<bool(int)>& isPosted);
     void AddDevices(const CCatalogue& catalogue, const CIniFile& ini);
     void AddGenerals(const CCatalogue& catalogue, const CIniFile& ini);
     void AddExtensions(const CCatalogue& catalogue, const CIniFile& ini);

@@ -15,14 +15,7 @@ namespace vkctl
 namespace
 {
 
-constexpr int kFirstGeneralSid = 900;
-constexpr int kOutputsSid = 1;
 constexpr size_t kShown = 3;
-constexpr char kInputTable[] = "tbSubSysDetail";
-constexpr char kCameras[] = "Kind=3072 and State=0 and DataMode=1";
-
-// The rows of tbSubSysDetail that are inputs, and not the module that they belong to.
-constexpr char kInputs[] = "SID<>SIDD";
 
 // --- Rows ----------------------------------------------------------------------------------------
 
@@ -45,7 +38,7 @@ std::vector<SidRow> rows_of(CHostDatabase& db, const HostTable& table, const std
     std::vector<SidRow> rows;
     for (const auto& row :
          db.Rows("select SID," + is_found("SID") + ",typeof(SID)='text'," + state + "," + type +
-                 " from " + quoted(table.name) + " where " + where))
+                 " from " + quoted(table.name) + " x where " + where))
     {
         rows.push_back({row[0], row[1].number != 0, row[2].number != 0, row[3], row[4]});
     }
@@ -157,7 +150,8 @@ using Samples = std::map<std::string, CSidSample>; // by the table that had them
 // finding, and no other SID would help.
 bool is_point_table(const std::string& name)
 {
-    return strcasecmp(name.c_str(), kInputTable) == 0 || strcasecmp(name.c_str(), "tbDio") == 0;
+    return strcasecmp(name.c_str(), kInputTable) == 0 ||
+           strcasecmp(name.c_str(), kOutputTable) == 0;
 }
 
 // Numbers that several rows have, one of which the daemon finds.
@@ -184,7 +178,7 @@ CSidSample doubled(const std::vector<SidRow>& rows)
 class CSidCheck
 {
 public:
-    CSidCheck(std::set<int> named, int generals, bool outputs, CFindings& findings)
+    CSidCheck(std::set<int> named, size_t generals, bool outputs, CFindings& findings)
         : m_named(std::move(named)), m_nGenerals(generals), m_bOutputs(outputs),
           m_findings(findings)
     {
@@ -299,7 +293,7 @@ private:
     bool IsTaken(int sid) const
     {
         return sid == 0 || (sid == kOutputsSid && m_bOutputs) ||
-               (sid >= kFirstGeneralSid && sid < kFirstGeneralSid + m_nGenerals);
+               (sid >= kFirstGeneralSid && sid < general_sid(m_nGenerals));
     }
 
     void Warn(FindingId id, const std::string& message)
@@ -333,7 +327,7 @@ private:
     const std::set<int> m_named;         // SIDs that have a name
     std::map<int, std::string> m_tables; // SID -> the last device table that has it
     std::map<int, std::string> m_posted; // SID -> the table whose row is posted
-    const int m_nGenerals;
+    const size_t m_nGenerals;
     const bool m_bOutputs;
     CFindings& m_findings;
 };
@@ -375,8 +369,9 @@ CSidSample unnamed_inputs(CHostDatabase& db, const std::vector<SidRow>& posted)
 {
     std::set<int> unnamed;
     for (const auto& row :
-         db.Rows(std::string("select x.SID from (select SID from tbSubSysDetail where ") + kInputs +
-                 ") x left join tbSM s on s.SID=x.SID where coalesce(s.Name,'')=''"))
+         db.Rows(std::string("select x.SID from tbSubSysDetail x left join tbSM s on s.SID=x.SID "
+                             "where coalesce(s.Name,'')='' and ") +
+                 kIsInput))
     {
         unnamed.insert(row[0].number);
     }
@@ -393,7 +388,7 @@ CSidSample unnamed_inputs(CHostDatabase& db, const std::vector<SidRow>& posted)
 
 void check_inputs(CHostDatabase& db, const HostTable& table, CSidCheck& sids, CFindings& findings)
 {
-    const std::vector<SidRow> rows = rows_of(db, table, kInputs);
+    const std::vector<SidRow> rows = rows_of(db, table, kIsInput);
     sids.Doubled(table.name, doubled(rows), ": the first of them is posted each time");
     check_integers(table, rows, findings);
     if (table.Has("State"))
@@ -408,17 +403,17 @@ void check_cameras(CHostDatabase& db, const HostTable& names, CSidCheck& sids, C
 {
     if (names.Lacks({"Kind", "State", "DataMode"}).empty())
     {
-        const std::vector<SidRow> rows = rows_of(db, names, kCameras);
+        const std::vector<SidRow> rows = rows_of(db, names, kIsCamera);
         check_lost(names.name, rows, "is never posted", {kDataDb, 0}, findings);
-        sids.Others(names.name + " (a camera: Kind 3072)", posted_of(rows, true));
+        sids.Others(names.name + " (a camera: " + kIsCamera + ")", posted_of(rows, true));
     }
 }
 
 bool has_outputs(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini)
 {
-    const HostTable* table = catalogue.FindAnyCase("tbDio");
+    const HostTable* table = catalogue.FindAnyCase(kOutputTable);
     return table != nullptr && table->Has("SID") &&
-           ini.Int("POST.DO", "Count", kDefaultOutputs) > 0 &&
+           setting_number(ini.Document(), SettingId::kDoCount) > 0 &&
            db.Number("select count(*) from tbDio where SID=" + std::to_string(kOutputsSid)) != 0;
 }
 
@@ -427,12 +422,12 @@ bool has_outputs(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile&
 void check_devices(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                    CFindings& findings)
 {
-    const HostTable* names = catalogue.FindAnyCase("tbSM");
+    const HostTable* names = catalogue.FindAnyCase(kNamesTable);
     if (names == nullptr || !names->Lacks({"SID", "Name"}).empty())
     {
         return; // told already
     }
-    CSidCheck sids(named_devices(db), static_cast<int>(catalogue.Of(TableRole::kGeneral).size()),
+    CSidCheck sids(named_devices(db), catalogue.Of(TableRole::kGeneral).size(),
                    has_outputs(db, catalogue, ini), findings);
     for (const HostTable* table : catalogue.Of(TableRole::kDevice))
     {

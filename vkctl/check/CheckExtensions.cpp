@@ -18,13 +18,6 @@ std::string text_of(int number)
     return std::to_string(number);
 }
 
-// One more than the number of the last column that may be posted, counted from 1.
-int64_t field_end(const CIniFile& ini, const std::string& section, const std::string& key)
-{
-    const int64_t count = ini.Int(section, key + kCountKey);
-    return count > 0 ? count + ini.Int(section, key) : count;
-}
-
 // One key of an extension section and all that belongs to it.
 class CExtensionCheck
 {
@@ -165,17 +158,21 @@ private:
                                " refers to section [" + section +
                                "], which is not there: nothing is appended");
         }
-        const int64_t last = std::min(field_end(m_ini, m_extended.section, m_strKey) - 1,
-                                      static_cast<int64_t>(table.columns.size()));
-        for (const std::string& key : m_ini.Keys(section))
+        const auto columns = static_cast<int64_t>(table.columns.size());
+        const int64_t last = std::min(int64_t{m_ini.Int(m_extended.section, m_strKey + kCountKey)} +
+                                          m_ini.Int(m_extended.section, m_strKey) - 1,
+                                      columns);
+        for (const ExtensionColumn& one :
+             extension_columns(m_ini.Document(), m_extended.type, m_strKey,
+                               m_ini.Int(m_extended.section, m_strKey), static_cast<int>(columns)))
         {
-            check_integer(m_ini, section, key, m_findings);
-            const int column = m_ini.Int(section, key);
-            if (!key.empty() && (column < 1 || column > last))
+            check_integer(m_ini, section, one.key, m_findings);
+            if (!one.key.empty() && one.key[0] != '[' && !one.isPosted)
             {
-                Index(m_ini.At(section, key),
-                      key + "=" + text_of(column) + " is left out, with a log line each time: " +
-                          table.name + " and " + m_strKey + kCountKey + " allow the columns 1 to " +
+                Index(m_ini.At(section, one.key),
+                      one.key + "=" + text_of(m_ini.Int(section, one.key)) +
+                          " is left out, with a log line each time: " + table.name + " and " +
+                          m_strKey + kCountKey + " allow the columns 1 to " +
                           std::to_string(std::max<int64_t>(last, 0)));
             }
         }
@@ -229,41 +226,13 @@ std::vector<ExtendedType> extended_types(const CIniFile& ini)
         found.push_back({type, *section, {}});
         for (const std::string& key : ini.Keys(*section))
         {
-            if (key.find(kCountKey) == std::string::npos)
+            if (is_extension_key(key))
             {
                 found.back().tables.push_back(key);
             }
         }
     }
     return found;
-}
-
-std::vector<int> extension_columns(const CIniFile& ini, int type, const HostTable& table,
-                                   const std::string& key)
-{
-    const std::string section = kSectionStart + text_of(type);
-    const int first = ini.Int(section, key);
-    const int64_t end =
-        std::min(field_end(ini, section, key) - 1, static_cast<int64_t>(table.columns.size()));
-    std::vector<int> columns;
-    if (first >= 1)
-    {
-        for (int64_t column = int64_t{first} - 1; column < end; ++column)
-        {
-            columns.push_back(static_cast<int>(column));
-        }
-        return columns;
-    }
-    const std::string list = text_of(type) + "." + key;
-    for (const std::string& one : ini.Keys(list))
-    {
-        const int column = ini.Int(list, one);
-        if (column >= 1 && column <= end)
-        {
-            columns.push_back(column - 1);
-        }
-    }
-    return columns;
 }
 
 void check_extensions(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,

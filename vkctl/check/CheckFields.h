@@ -8,9 +8,9 @@
 #include <string>
 #include <vector>
 
+#include "app/AppRules.h"
 #include "vkctl/check/CheckCatalogue.h"
 #include "vkctl/check/CheckIni.h"
-#include "vkctl/check/FieldRules.h"
 #include "vkctl/check/Finding.h"
 
 namespace vkctl

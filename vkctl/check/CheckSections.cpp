@@ -1,8 +1,6 @@
 #include "vkctl/check/CheckSections.h"
 
 #include <algorithm>
-#include <cstdlib>
-#include <map>
 
 #include "vkctl/check/CheckDevices.h"
 #include "vkctl/check/CheckNames.h"
@@ -16,32 +14,13 @@ namespace
 constexpr char kDetail[] = "POST.Detail";
 constexpr char kMaster[] = "POST.Master";
 
-// The columns that a mode reads. A mode that is not here prints nothing.
-const std::map<int, std::vector<std::string>>& mode_columns()
-{
-    static const std::map<int, std::vector<std::string>> columns = {
-        {100, {"SID", "Addr", "State", "Vol", "Reg", "Tem"}},
-        {101, {"SID", "Fld", "State", "V", "T"}},
-        {102, {"SID", "Fld", "Vol", "Tem", "bSt"}},
-        {103, {"SID", "Fld", "dat0"}},
-        {200, {"SID", "Fld", "Val", "ValStr"}},
-        {201, {"SID", "Fld", "Val"}},
-        {202, {"SID", "Fld", "Val"}}};
-    return columns;
-}
-
-bool prints(int mode)
-{
-    return mode_columns().count(mode) != 0;
-}
-
 // The devices' tables whose Master is this table.
 std::vector<std::string> masters_of(const CIniFile& ini, const std::string& detail)
 {
     std::vector<std::string> masters;
     for (const std::string& key : ini.Keys(kMaster))
     {
-        if (ini.Text(kMaster, key) == detail && key.find(kCountKey) == std::string::npos)
+        if (ini.Text(kMaster, key) == detail && is_extension_key(key))
         {
             masters.push_back(key);
         }
@@ -55,26 +34,27 @@ void check_mode(const CIniFile& ini, const std::string& table, CFindings& findin
     const Place place = ini.At(kDetail, table);
     const std::vector<std::string> masters = masters_of(ini, table);
     const std::string text = table + "=" + std::to_string(mode);
+    const bool prints = find_detail_mode(mode) != nullptr;
     if (mode < 1)
     {
         findings.Warning(place, FindingId::kDetailModeUnknown,
                          text + ": a mode below 1 is none, and the table is searched for devices; "
                                 "write a mode, or 1 to keep it out of the search");
     }
-    else if (!prints(mode) && !masters.empty())
+    else if (!prints && !masters.empty())
     {
         findings.Warning(place, FindingId::kDetailModeUnknown,
                          text + ": nothing of it is appended to the devices of " + masters[0] +
-                             "; the modes that append are 100 to 103 and 200 to 202");
+                             "; the modes that append are " + detail_mode_list());
     }
-    else if (!prints(mode) && mode > 1)
+    else if (!prints && mode > 1)
     {
         findings.Warning(place, FindingId::kDetailModeUnknown,
                          text +
                              " is no mode that appends anything; write 1 if the table is only to "
                              "be kept out of the search");
     }
-    else if (prints(mode) && masters.empty())
+    else if (prints && masters.empty())
     {
         findings.Warning(place, FindingId::kDetailUnused,
                          text +
@@ -84,56 +64,69 @@ void check_mode(const CIniFile& ini, const std::string& table, CFindings& findin
     }
 }
 
-// key: the table's name as the daemon puts it into its SQL, where capitals do not matter.
-void check_columns(const HostTable& table, const CIniFile& ini, const std::string& key,
-                   CFindings& findings)
+// The columns that the daemon reads in that mode: none where it appends nothing to any device.
+std::vector<std::string> columns_in_use(const DetailMode* mode,
+                                        const std::vector<std::string>& masters)
 {
-    const int mode = ini.Int(kDetail, key);
-    const std::vector<std::string> masters = masters_of(ini, key);
-    if (!prints(mode) || masters.empty())
+    if (mode == nullptr || masters.empty())
     {
-        return;
+        return {};
     }
-    const std::vector<std::string> lacking =
-        table.problem.empty() ? table.Lacks(mode_columns().at(mode)) : std::vector<std::string>();
-    if (!lacking.empty())
+    std::vector<std::string> columns = detail_columns(*mode);
+    columns.insert(columns.begin(), "SID");
+    return columns;
+}
+
+std::string detail_stall()
+{
+    return "stalls every sweep for " + std::to_string(kDetailStallS) + " s";
+}
+
+// The first cell of the column that the daemon takes for another number; null when there is none.
+void check_number(CHostDatabase& db, const HostTable& table, const std::string& column, int mode,
+                  const Place& place, CFindings& findings)
+{
+    const std::vector<CHostDatabase::Row> rows =
+        db.Rows("select " + quoted(column) + " from " + quoted(table.name));
+    const auto wrong = std::find_if(
+        rows.begin(), rows.end(), [](const CHostDatabase::Row& row) { return is_misread(row[0]); });
+    if (wrong != rows.end())
     {
-        findings.Error(ini.At(kDetail, key), FindingId::kDetailColumns,
-                       table.name + " has no column " + shortened_list(lacking, lacking.size()) +
-                           ", which mode " + std::to_string(mode) +
-                           " reads: nothing of it is appended, and each device of " + masters[0] +
-                           " that has rows in it stalls every sweep for 15 s");
+        findings.Warning(place, FindingId::kValueNotInteger,
+                         table.name + "." + column + " holds \"" + shortened(wrong->at(0).text) +
+                             "\", and mode " + std::to_string(mode) +
+                             " prints integers: it is posted as " +
+                             std::to_string(wrong->at(0).number));
     }
 }
 
-// What the mode prints as an integer, and the rows that no device finds.
-void check_values(CHostDatabase& db, const HostTable& table, const CIniFile& ini,
-                  const std::string& key, CFindings& findings)
+// key: the table's name as the daemon puts it into its SQL, where capitals do not matter.
+void check_rows(CHostDatabase& db, const HostTable& table, const CIniFile& ini,
+                const std::string& key, CFindings& findings)
 {
-    const int mode = ini.Int(kDetail, key);
-    if (!prints(mode) || masters_of(ini, key).empty() ||
-        !table.Lacks(mode_columns().at(mode)).empty())
+    const int number = ini.Int(kDetail, key);
+    const DetailMode* mode = find_detail_mode(number);
+    const std::vector<std::string> masters = masters_of(ini, key);
+    const std::vector<std::string> columns = columns_in_use(mode, masters);
+    if (columns.empty() || !table.problem.empty())
     {
         return;
     }
-    check_lost_sids(db, table, "1", "is appended to no device", ini.At(kDetail, key), findings);
-    for (const std::string& column : mode_columns().at(mode))
+    const Place place = ini.At(kDetail, key);
+    const std::vector<std::string> lacking = table.Lacks(columns);
+    if (!lacking.empty())
     {
-        const std::vector<CHostDatabase::Row> rows =
-            mode < 200 && column != "SID"
-                ? db.Rows("select " + quoted(column) + " from " + quoted(table.name))
-                : std::vector<CHostDatabase::Row>();
-        const auto wrong =
-            std::find_if(rows.begin(), rows.end(),
-                         [](const CHostDatabase::Row& row) { return is_misread(row[0]); });
-        if (wrong != rows.end())
-        {
-            findings.Warning(ini.At(kDetail, key), FindingId::kValueNotInteger,
-                             table.name + "." + column + " holds \"" +
-                                 shortened(wrong->at(0).text) + "\", and mode " +
-                                 std::to_string(mode) + " prints integers: it is posted as " +
-                                 std::to_string(wrong->at(0).number));
-        }
+        findings.Error(place, FindingId::kDetailColumns,
+                       table.name + " has no column " + shortened_list(lacking, lacking.size()) +
+                           ", which mode " + std::to_string(number) +
+                           " reads: nothing of it is appended, and each device of " + masters[0] +
+                           " that has rows in it " + detail_stall());
+        return;
+    }
+    check_lost_sids(db, table, "1", "is appended to no device", place, findings);
+    for (size_t i = 1; i < columns.size() && mode->layout == DetailLayout::kNumbers; ++i)
+    {
+        check_number(db, table, columns[i], number, place, findings);
     }
 }
 
@@ -153,8 +146,7 @@ void check_details(CHostDatabase& db, const CCatalogue& catalogue, const CIniFil
             continue;
         }
         check_mode(ini, key, findings);
-        check_columns(*table, ini, key, findings);
-        check_values(db, *table, ini, key, findings);
+        check_rows(db, *table, ini, key, findings);
     }
 }
 
@@ -197,8 +189,8 @@ void check_count(const HostTable& table, const CIniFile& ini, const std::string&
     {
         findings.Warning(ini.At(kMaster, key), FindingId::kMasterColumns,
                          key + "=" + std::to_string(count) + ", but " + table.name + " has " +
-                             std::to_string(std::max(columns, 0)) +
-                             " columns behind the first eight: all of them are posted");
+                             std::to_string(std::max(columns, 0)) + " columns behind the first " +
+                             std::to_string(kLeadingColumns) + ": all of them are posted");
     }
 }
 
@@ -231,7 +223,7 @@ void check_not_detail(const CCatalogue& catalogue, const CIniFile& ini, const st
     else if (ini.Has(kDetail, detail))
     {
         message = detail + " has the mode 0 in section [POST.Detail]" + effect +
-                  "; the modes that append are 100 to 103 and 200 to 202";
+                  "; the modes that append are " + detail_mode_list();
     }
     else if (found == nullptr)
     {
@@ -251,7 +243,7 @@ void check_master_name(CHostDatabase& db, const HostTable& detail, const CIniFil
         findings.Error(ini.At(kMaster, table), FindingId::kTableName,
                        problem +
                            (isRead ? ": nothing of it is appended to the devices of " + table
-                                   : ": each device of " + table + " stalls every sweep for 15 s") +
+                                   : ": each device of " + table + " " + detail_stall()) +
                            "; rename it");
     }
 }
@@ -277,9 +269,8 @@ void check_master(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile
     else
     {
         findings.Error(place, FindingId::kMasterMissing,
-                       "there is no table " + detail + ": each device of " + table +
-                           " stalls every sweep for 15 s" +
-                           did_you_mean(likely_name(detail, catalogue.Names())));
+                       "there is no table " + detail + ": each device of " + table + " " +
+                           detail_stall() + did_you_mean(likely_name(detail, catalogue.Names())));
     }
 }
 

@@ -50,7 +50,7 @@ std::string subject_of(const X509* certificate)
 bool uses_https(const CIniFile& ini)
 {
     const UrlLists lists = url_lists(ini);
-    const auto secure = [](const ConfiguredUrl& one)
+    const auto secure = [](const WrittenUrl& one)
     {
         return is_https_server(one.url);
     };
@@ -260,7 +260,7 @@ Handshake shake_hands(const std::string& url, const std::string& ca)
 }
 
 // A certificate that the daemon looks at: one of a chain tells enough.
-void report_expiry(const ConfiguredUrl& one, const std::string& server,
+void report_expiry(const WrittenUrl& one, const std::string& server,
                    const std::vector<CertificatePtr>& chain, CFindings& findings)
 {
     for (const CertificatePtr& certificate : chain)
@@ -276,7 +276,7 @@ void report_expiry(const ConfiguredUrl& one, const std::string& server,
     }
 }
 
-void report(const ConfiguredUrl& one, const std::string& server, const Handshake& answer,
+void report(const WrittenUrl& one, const std::string& server, const Handshake& answer,
             CFindings& findings)
 {
     if (answer.code == CURLE_PEER_FAILED_VERIFICATION || answer.code == CURLE_SSL_ISSUER_ERROR)
@@ -299,10 +299,10 @@ void check_servers(const CIniFile& ini, CFindings& findings)
 {
     const UrlLists lists = url_lists(ini);
     const std::string ca = ini.Text("POST", "CA");
-    std::vector<ConfiguredUrl> urls = lists.data;
+    std::vector<WrittenUrl> urls = lists.data;
     urls.insert(urls.end(), lists.alarms.begin(), lists.alarms.end());
     std::set<Server> asked;
-    for (const ConfiguredUrl& one : urls)
+    for (const WrittenUrl& one : urls)
     {
         const Server server = server_of(one.url);
         if (!server.scheme.empty() && asked.insert(server).second)

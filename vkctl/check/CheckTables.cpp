@@ -2,8 +2,9 @@
 
 #include <strings.h>
 
+#include "app/AppBodyKinds.h"
+#include "app/AppPause.h"
 #include "app/AppPostConfig.h"
-#include "app/AppText.h"
 #include "vkctl/check/CheckNames.h"
 
 namespace vkctl
@@ -12,18 +13,23 @@ namespace vkctl
 namespace
 {
 
-constexpr int kPhaseStallS = 100;
-
 // What a search that fails in all its tries costs.
 std::string phases_stall(int phases)
 {
     return "the start of the daemon, and each new search, for " +
-           std::to_string(phases * kPhaseStallS) + " s";
+           std::to_string(phases * kDiscoveryStallS) + " s";
 }
 
 std::string phase_stall()
 {
     return "stalls " + phases_stall(1);
+}
+
+// What becomes of a device, an input or a camera whose row cannot be read.
+std::string tries_a_sweep()
+{
+    return std::to_string(kExceptionTries) + " times a sweep, " +
+           std::to_string(kExceptionRetryPauseMs / 1000) + " s apart";
 }
 
 Place data_place()
@@ -48,40 +54,46 @@ struct Requirement
     Severity severity = Severity::kError;
 };
 
+// Those of a device table that its bodies cannot do without. Others of the head come from tbSM.
+std::vector<std::string> device_head_columns()
+{
+    const BodyKindRow& device = body_kind(BodyKind::kDevice);
+    return {device.Column(HeadValue::kType), device.Column(HeadValue::kState),
+            device.Column(HeadValue::kTime)};
+}
+
 // Without a table the search fails itself; without SID or Name it fails at the first camera.
 bool fails_for_cameras(CHostDatabase& db, const HostTable* names)
 {
     return names == nullptr ||
            (names->Lacks({"Kind", "State", "DataMode"}).empty() &&
-            db.Number("select count(*) from tbSM where Kind=3072 and State=0 and DataMode=1") != 0);
+            db.Number(std::string("select count(*) from tbSM where ") + kIsCamera) != 0);
 }
 
 std::vector<Requirement> requirements(bool cameras, bool outputs)
 {
     const std::string nothing = "no device, input, output or camera can be posted, and the search";
-    const std::string tries = " three times a sweep, 2 s apart";
+    const std::string tries = " " + tries_a_sweep();
     const std::string logged = "each sweep logs \"Post DO exception\"";
     return {
-        {"tbSM",
+        {kNamesTable,
          {"SID", "Name"},
          nothing + "es for " + (cameras ? "names, inputs and cameras" : "names and inputs") +
              " stall " + phases_stall(cameras ? 3 : 2)},
-        {"tbSM", {"Note", "Tag1", "ASubSys"}, nothing + " for inputs " + phase_stall()},
-        {"tbSM",
+        {kNamesTable, {"Note", "Tag1", "ASubSys"}, nothing + " for inputs " + phase_stall()},
+        {kNamesTable,
          {"Kind", "State", "DataMode"},
          "no camera is found, and the search for them " + phase_stall()},
-        {"tbSM", {"Type", "SerDef"}, "each camera fails" + tries},
-        {"tbSubSysDetail",
+        {kNamesTable, {"Type", "SerDef"}, "each camera fails" + tries},
+        {kInputTable,
          {"SID", "SIDD"},
          "no digital input is found, and the search for them " + phase_stall()},
-        {"tbSubSysDetail", {"Fld", "Type", "State", "LastUpd"}, "each digital input fails" + tries},
-        outputs ? Requirement{"tbDio",
+        {kInputTable, {"Fld", "Type", "State", "LastUpd"}, "each digital input fails" + tries},
+        outputs ? Requirement{kOutputTable,
                               {"SID", "Type", "DateUpd"},
                               "no digital output is posted, and " + logged}
-                : Requirement{"tbDio", {"SID"}, logged, Severity::kNote},
-        {"",
-         {"Type", "State", "DateUpd"},
-         "each of its devices fails" + tries + ", and is not posted"},
+                : Requirement{kOutputTable, {"SID"}, logged, Severity::kNote},
+        {"", device_head_columns(), "each of its devices fails" + tries + ", and is not posted"},
     };
 }
 
@@ -102,7 +114,7 @@ void check_fixed_tables(const CCatalogue& catalogue, const std::vector<Requireme
             missing = name;
             findings.Add(one.severity, data_place(), FindingId::kTableRequired,
                          "there is no table " + name + ": " + one.consequence +
-                             (name == "tbSM" ? "" : "; make the table, it may be empty"));
+                             (name == kNamesTable ? "" : "; make the table, it may be empty"));
         }
         const std::vector<std::string> lacking =
             table != nullptr ? table->Lacks(one.columns) : std::vector<std::string>();
@@ -118,7 +130,7 @@ void check_required(CHostDatabase& db, const CCatalogue& catalogue,
                     const std::vector<Requirement>& list, CFindings& findings)
 {
     check_fixed_tables(catalogue, list, findings);
-    const HostTable* names = catalogue.FindAnyCase("tbSM");
+    const HostTable* names = catalogue.FindAnyCase(kNamesTable);
     if (names != nullptr && names->Has("SID") && db.Number("select count(*) from tbSM") == 0)
     {
         findings.Error(data_place(), FindingId::kTableRequired,
@@ -160,8 +172,8 @@ std::string name_effect(CHostDatabase& db, const HostTable& table)
     {
         return ", which " + phase_stall();
     }
-    return ": its own devices are not found, and those of that table fail three times a sweep, 2 s "
-           "apart, and are not posted, unless it was made later";
+    return ": its own devices are not found, and those of that table fail " + tries_a_sweep() +
+           ", and are not posted, unless it was made later";
 }
 
 // True when SIDs can be read.
@@ -186,22 +198,26 @@ bool check_search(CHostDatabase& db, const HostTable& table, CFindings& findings
 
 void check_layout(const HostTable& table, const CIniFile& ini, CFindings& findings)
 {
-    for (const char* column : {"SID", "Type", "State", "DateUpd"})
+    const std::string leading = std::to_string(kLeadingColumns);
+    std::vector<std::string> columns = device_head_columns();
+    columns.insert(columns.begin(), "SID");
+    for (const std::string& column : columns)
     {
         if (table.Find(column) >= kLeadingColumns)
         {
             findings.Warning(data_place(), FindingId::kDeviceLayout,
-                             std::string(column) + " stands behind the eighth column of " +
-                                 table.name +
-                                 ": the first eight are taken for the head, so it is posted as a "
-                                 "value, and a value among the eight is not");
+                             column + " stands behind column " + leading + " of " + table.name +
+                                 ": the first " + leading +
+                                 " are taken for the head, so it is posted as a value, and a value "
+                                 "among the first is not");
         }
     }
-    if (table.columns.size() <= kLeadingColumns && ini.Text("POST.Master", table.name).empty())
+    if (table.columns.size() <= kLeadingColumns &&
+        setting_text(ini.Document(), SettingId::kMasterDetail, table.name).empty())
     {
         findings.Note(data_place(), FindingId::kDeviceLayout,
-                      table.name + " has no column behind the first eight, which are taken for the "
-                                   "head: no value of it is posted");
+                      table.name + " has no column behind the first " + leading +
+                          ", which are taken for the head: no value of it is posted");
     }
 }
 
@@ -238,23 +254,24 @@ void check_device_tables(CHostDatabase& db, const CCatalogue& catalogue, const C
 void check_outputs(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                    CFindings& findings)
 {
-    const HostTable* table = catalogue.FindAnyCase("tbDio");
-    const int count = ini.Int("POST.DO", "Count", kDefaultOutputs);
-    const int start = ini.Int("POST.DO", "Start", 9);
+    const HostTable* table = catalogue.FindAnyCase(kOutputTable);
+    const int count = setting_number(ini.Document(), SettingId::kDoCount);
+    const int start = setting_number(ini.Document(), SettingId::kDoStart);
     if (table == nullptr || !table->Has("SID") || count <= 0)
     {
         return;
     }
-    if (db.Number("select count(*) from tbDio where SID=1") == 0)
+    if (db.Rows(outputs_query()).empty())
     {
         findings.Warning(data_place(), FindingId::kOutputRow,
-                         "tbDio has no row with SID 1: no digital output is posted; set Count=0 in "
-                         "section [POST.DO] if the host has none");
+                         "tbDio has no row with SID " + std::to_string(kOutputsSid) +
+                             ": no digital output is posted; set Count=0 in "
+                             "section [POST.DO] if the host has none");
         return;
     }
     for (int64_t column = start; column < int64_t{start} + count; ++column)
     {
-        const std::string name = format_text("D%02lld", static_cast<long long>(column));
+        const std::string name = output_column(column);
         if (!table->Has(name))
         {
             const char* key = ini.Has("POST.DO", "Start") ? "Start" : "Count";
@@ -281,7 +298,7 @@ void check_points_posted_twice(const CCatalogue& catalogue, CFindings& findings)
     {
         const char* table;
         const char* things;
-    } kPoints[] = {{"tbSubSysDetail", "digital inputs"}, {"tbDio", "digital outputs"}};
+    } kPoints[] = {{kInputTable, "digital inputs"}, {kOutputTable, "digital outputs"}};
     for (const auto& points : kPoints)
     {
         const HostTable* table = catalogue.FindAnyCase(points.table);
@@ -306,9 +323,9 @@ void check_hidden_tables(const CCatalogue& catalogue, const CIniFile& ini, CFind
 {
     for (const HostTable* table : catalogue.Of(TableRole::kHidden))
     {
-        const bool isOwn = is_table(table->name, "tbSM") || is_table(table->name, "tbSMAlarm");
-        const bool meant = !isOwn && table->name.compare(0, 4, "tbSM") != 0 && table->Has("SID") &&
-                           ini.Int("POST.Detail", table->name) < 1;
+        const bool isOwn = is_table(table->name, kNamesTable) || is_table(table->name, kAlarmTable);
+        const bool meant = !isOwn && table->name.compare(0, 4, kNamesTable) != 0 &&
+                           table->Has("SID") && ini.Int("POST.Detail", table->name) < 1;
         const bool configured =
             ini.Has("POST.General", table->name) || ini.Has("POST.Master", table->name);
         if (meant || configured)
@@ -342,9 +359,9 @@ void check_two_lists(const CCatalogue& catalogue, const CIniFile& ini, CFindings
 void check_tables(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                   CFindings& findings)
 {
-    const bool cameras = fails_for_cameras(db, catalogue.FindAnyCase("tbSM"));
+    const bool cameras = fails_for_cameras(db, catalogue.FindAnyCase(kNamesTable));
     const std::vector<Requirement> list =
-        requirements(cameras, ini.Int("POST.DO", "Count", kDefaultOutputs) > 0);
+        requirements(cameras, setting_number(ini.Document(), SettingId::kDoCount) > 0);
     check_readable(catalogue, findings);
     check_required(db, catalogue, list, findings);
     check_outputs(db, catalogue, ini, findings);

@@ -7,6 +7,8 @@ namespace
 
 const std::string kAdd = "data: insert into tbTempHum(SID,Type,State,DateUpd) values";
 
+const std::string kCamera = "(a camera: Kind=3072 and State=0 and DataMode=1)";
+
 const std::string kTaken = "0 is the host's own status, 1 are its outputs, from 900 up are the "
                            "general tables; choose another SID";
 
@@ -136,19 +138,22 @@ std::vector<CheckCase> taken_cases()
          {input + "1001,State=-1 where SID=101"}},
         {"sid-taken",
          {"data: update tbSM set SID=0 where SID=501"},
-         "tmp/dbDat0.db3: warning: SID 0 of tbSM (a camera: Kind 3072) is posted for something "
-         "else as well: " +
+         "tmp/dbDat0.db3: warning: SID 0 of tbSM " + kCamera +
+             " is posted for something "
+             "else as well: " +
              kTaken,
          {"data: update tbSM set SID=0,DataMode=0 where SID=501"}},
         {"sid-taken",
          {camera + "1 where SID in (1001,1011)"},
-         "tmp/dbDat0.db3: warning: SIDs 1001 and 1011 of tbSM (a camera: Kind 3072) are posted for "
-         "tbUps as well; choose another SID",
+         "tmp/dbDat0.db3: warning: SIDs 1001 and 1011 of tbSM " + kCamera +
+             " are posted for "
+             "tbUps as well; choose another SID",
          {camera + "0 where SID in (1001,1011)"}},
         {"sid-taken",
          {input + "501 where SID=101"},
-         "tmp/dbDat0.db3: warning: SID 501 of tbSM (a camera: Kind 3072) is posted for "
-         "tbSubSysDetail as well; choose another SID",
+         "tmp/dbDat0.db3: warning: SID 501 of tbSM " + kCamera +
+             " is posted for "
+             "tbSubSysDetail as well; choose another SID",
          {input + "501 where SID=101", "data: update tbSM set State=1 where SID=501"}},
     };
 }

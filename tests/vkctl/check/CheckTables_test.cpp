@@ -173,7 +173,7 @@ std::vector<CheckCase> required_cases()
         {"table-required",
          {"data: alter table tbSubSysDetail rename column LastUpd to X"},
          "tmp/dbDat0.db3: error: tbSubSysDetail has no column LastUpd: each digital input fails "
-         "three times a sweep, 2 s apart",
+         "3 times a sweep, 2 s apart",
          {"data: alter table tbSubSysDetail add column DateUpd"}},
         {"table-required",
          {"data: alter table tbDio drop column DateUpd"},
@@ -245,7 +245,7 @@ std::vector<CheckCase> search_cases()
         {"table-name",
          {"data: create table \"tbUps old\" as select * from tbUps"},
          "tmp/dbDat0.db3: error: the name tbUps old does not stand in SQL without quotes (another "
-         "table is read): its own devices are not found, and those of that table fail three times "
+         "table is read): its own devices are not found, and those of that table fail 3 times "
          "a sweep, 2 s apart, and are not posted, unless it was made later; if it is no device "
          "table, list it in section [POST.Detail]: tbUps old=1",
          {"data: create table \"tbUps old\" as select * from tbUps", "POST.Detail/tbUps old=1"}},
@@ -262,18 +262,18 @@ std::vector<CheckCase> search_cases()
          {"data: alter table tbSM rename to x; alter table x rename to TBSM"}},
         {"device-columns",
          {"data: alter table tbTempHum drop column DateUpd"},
-         "tmp/dbDat0.db3: error: tbTempHum has no column DateUpd: each of its devices fails three "
+         "tmp/dbDat0.db3: error: tbTempHum has no column DateUpd: each of its devices fails 3 "
          "times a sweep, 2 s apart, and is not posted; if it is no device table, list it in "
          "section [POST.Detail]: tbTempHum=1",
          {"data: alter table tbTempHum drop column DateOk"}},
         {"device-layout",
          {"data: create table tbX(SID, Type, A, B, C, D, DateUpd, F, State)"},
-         "tmp/dbDat0.db3: warning: State stands behind the eighth column of tbX: the first eight "
-         "are taken for the head, so it is posted as a value, and a value among the eight is not",
+         "tmp/dbDat0.db3: warning: State stands behind column 8 of tbX: the first 8 "
+         "are taken for the head, so it is posted as a value, and a value among the first is not",
          {"data: create table tbX(SID, Type, A, B, C, D, DateUpd, State, F)"}},
         {"device-layout",
          {"data: create table tbX(SID, Type, State, DateUpd, Val)"},
-         "tmp/dbDat0.db3: note: tbX has no column behind the first eight, which are taken for the "
+         "tmp/dbDat0.db3: note: tbX has no column behind the first 8, which are taken for the "
          "head: no value of it is posted",
          {"data: create table tbX(SID, Type, State, DateUpd, A, B, C, D, Val)"}},
     };
