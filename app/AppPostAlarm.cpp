@@ -6,8 +6,8 @@
 #include "app/AppPause.h"
 #include "app/AppPostQueue.h"
 #include "app/AppQueries.h"
+#include "app/AppRows.h"
 #include "app/AppRules.h"
-#include "app/AppText.h"
 
 #include <cstring>
 
@@ -44,19 +44,19 @@ struct AlarmRun
     int64_t posts = 0;
 };
 
-Alarm read_alarm(DbDatabase& db, int iqry)
+Alarm read_alarm(const CRows& rows)
 {
     const BodyKindRow& row = body_kind(BodyKind::kAlarm);
     Alarm alarm;
-    alarm.did = db.QryGetInt(iqry, "DID");
+    alarm.did = rows.Int("DID");
     VKLOG_TRACE("CAppPost::OnAlmIns DID: %d\r\n", alarm.did);
-    alarm.sid = db.QryGetInt(iqry, row.Column(HeadValue::kSid));
-    alarm.type = db.QryGetInt(iqry, row.Column(HeadValue::kType));
-    alarm.cleared = is_alarm_cleared(db.QryGetInt(iqry, row.Column(HeadValue::kState)));
-    alarm.updated = text_or_empty(db.QryGetStr(iqry, row.Column(HeadValue::kTime)));
-    alarm.title = text_or_empty(db.QryGetStr(iqry, "AlmBrief"));
-    alarm.mask = db.QryGetInt(iqry, "AlmMask");
-    alarm.image = text_or_empty(db.QryGetStr(iqry, "AlmImg"));
+    alarm.sid = rows.Int(row.Column(HeadValue::kSid));
+    alarm.type = rows.Int(row.Column(HeadValue::kType));
+    alarm.cleared = is_alarm_cleared(rows.Int(row.Column(HeadValue::kState)));
+    alarm.updated = rows.Str(row.Column(HeadValue::kTime));
+    alarm.title = rows.Str("AlmBrief");
+    alarm.mask = rows.Int("AlmMask");
+    alarm.image = rows.Str("AlmImg");
     return alarm;
 }
 
@@ -182,47 +182,42 @@ void post_alarm(CAppPost& app, AlarmRun& run, const char* body)
     }
 }
 
-// The index of a query on the oldest alarm not yet sent; -1 when it failed too often.
-int query_alarm(CAppPost& app, AlarmRun& run)
+// Starts a query on the oldest alarm not yet sent; false when it failed too often.
+bool query_alarm(CRows& rows, AlarmRun& run)
 {
-    for (;;)
+    while (!rows.Open(alarm_query()))
     {
-        const int iqry = app.pDbAlm->QryExec(alarm_query().c_str(), -1);
-        if (iqry >= 0)
-        {
-            return iqry;
-        }
         ++run.failures;
-        VKLOG_TRACE("[CAppPost::OnAlmIns] : qryExec Error! iqry=%d, Try Count: %d\n", iqry,
+        VKLOG_TRACE("[CAppPost::OnAlmIns] : qryExec Error! iqry=%d, Try Count: %d\n", rows.Index(),
                     kQueryFailures - run.failures);
         if (run.failures >= kQueryFailures)
         {
-            return -1;
+            return false;
         }
         pause_ms(kQueryPauseMs);
     }
+    return true;
 }
 
 // Posts and marks the oldest alarm not yet sent. False when there is none or the call must end.
 bool post_next_alarm(CAppPost& app, AlarmRun& run)
 {
-    DbDatabase& db = *app.pDbAlm;
-    const int iqry = query_alarm(app, run);
-    if (iqry < 0)
+    CRows rows(*app.pDbAlm, CRows::AtEnd::kLeft); // by a failure to Close, on purpose
+    if (!query_alarm(rows, run))
     {
         return false;
     }
-    if (db.QryEof(iqry))
+    if (rows.End())
     {
-        db.QryFree(iqry);
+        rows.Free();
         return false;
     }
-    const Alarm alarm = read_alarm(db, iqry);
+    const Alarm alarm = read_alarm(rows);
     if (run.hasLast && alarm.did == run.lastDid)
     {
         // Its update left it unmarked: going on would post it for ever.
         VKLOG_TRACE("CAppPost::OnAlmIns DID: %d cannot be marked as sent\r\n", alarm.did);
-        db.QryFree(iqry);
+        rows.Free();
         return false;
     }
     run.hasLast = true;
@@ -230,9 +225,9 @@ bool post_next_alarm(CAppPost& app, AlarmRun& run)
 
     char body[kAlarmBodyBytes];
     compose_alarm(app, alarm, body);
-    db.QryFree(iqry);
+    rows.Free();
     post_alarm(app, run, body);
-    db.Exec(mark_alarm(alarm.did).c_str());
+    app.pDbAlm->Exec(mark_alarm(alarm.did).c_str());
     return true;
 }
 

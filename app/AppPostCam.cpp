@@ -4,42 +4,38 @@
 #include "app/AppPostFields.h"
 #include "app/AppPostQuery.h"
 #include "app/AppQueries.h"
-#include "app/AppText.h"
 
 #include "vkPub/vkLog.h"
 
 namespace
 {
 
-void compose_camera(CAppPost& app, int iqry, const std::string& stamp)
+void compose_camera(CAppPost& app, const CRows& rows, const std::string& stamp)
 {
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
-    const CHead head = row_head(app, iqry, BodyKind::kCamera, stamp.c_str());
+    const CHead head = row_head(app, rows, BodyKind::kCamera, stamp.c_str());
     body.Head(app.m_strFmt0, head);
-    body.Field("info", text_or_empty(app.pDb->QryGetStr(iqry, "SerDef")));
+    body.Field("info", rows.Str("SerDef"));
     body.LogLeftOut("sid", head.sid);
 }
 
-void post_camera(CAppPost& app, size_t i, int& number, int& iqry)
+void post_camera(CAppPost& app, size_t i, int& number, CRows& rows)
 {
-    DbDatabase& db = *app.pDb;
     const int sid = app.m_vCamSid[i];
     const std::string stamp = local_time_stamp();
-    iqry = query_with_retry(app, camera_query(sid));
-    if (iqry < 0)
+    if (!open_with_retry(app, rows, camera_query(sid)))
     {
-        VKLOG_TRACE("   iqryX=%d iSID=%d\n", iqry, sid);
+        VKLOG_TRACE("   iqryX=%d iSID=%d\n", rows.Index(), sid);
         return;
     }
-    const bool gone = db.QryEof(iqry);
+    const bool gone = rows.End();
     if (!gone)
     {
-        compose_camera(app, iqry, stamp);
+        compose_camera(app, rows, stamp);
         app.m_iPostRow = number++;
         app.SendMsgToTray(0, 1);
     }
-    db.QryFree(iqry); // one that throws leaves the query to try_camera
-    iqry = -1;
+    rows.Free(); // one that throws leaves the query to try_camera
     if (gone)
     {
         app.SendMsgToTray(0, 1);
@@ -53,11 +49,11 @@ void post_camera(CAppPost& app, size_t i, int& number, int& iqry)
 // of a failed try is freed passes to the caller.
 bool try_camera(CAppPost& app, size_t i, int& number)
 {
-    int iqry = -1;
+    CRows rows(*app.pDb, CRows::AtEnd::kLeft); // freed below, once and not quietly
     bool again = false;
     try
     {
-        post_camera(app, i, number, iqry);
+        post_camera(app, i, number, rows);
     }
     catch (...)
     {
@@ -75,9 +71,9 @@ bool try_camera(CAppPost& app, size_t i, int& number)
         {
             failures = 0;
         }
-        if (iqry >= 0)
+        if (rows.IsOpen())
         {
-            app.pDb->QryFree(iqry);
+            rows.Free();
         }
     }
     return !again;

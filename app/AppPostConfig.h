@@ -6,6 +6,9 @@
 constexpr char kConfigFile[] = "vkApp.ini";
 constexpr char kDataDb[] = "tmp/dbDat0.db3";
 constexpr char kAlarmDb[] = "tmp/dbData.db3";
+constexpr char kDbLibrary[] = "./libvkdb.so"; // with these functions:
+constexpr char kDbManagerEntry[] = "GetDbManager";
+constexpr char kDbReleaseEntry[] = "FreeDbManager";
 
 // A URL list this long is a slip of the pen; each key of it costs two log lines at start-up.
 constexpr int kMaxUrlKeys = 1000;

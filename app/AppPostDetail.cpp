@@ -15,59 +15,59 @@
 namespace
 {
 
-std::string text_of(DbDatabase& db, int iqry, const char* column)
+std::string text_of(const CRows& rows, const char* column)
 {
-    return column != nullptr ? text_or_empty(db.QryGetStr(iqry, column)) : "";
+    return column != nullptr ? rows.Str(column) : "";
 }
 
 // All numbers of a row are one group, taken or left out as one.
-void append_detail_numbers(CBodyWriter& body, DbDatabase& db, int iqry, const DetailMode& mode)
+void append_detail_numbers(CBodyWriter& body, const CRows& rows, const DetailMode& mode)
 {
-    const int index = db.QryGetInt(iqry, mode.index);
+    const int index = rows.Int(mode.index);
     std::string group;
     for (const DetailPair& pair : mode.pairs)
     {
         if (pair.name != nullptr)
         {
-            group += format_text("&%s%d=%d", pair.name, index, db.QryGetInt(iqry, pair.column));
+            group += format_text("&%s%d=%d", pair.name, index, rows.Int(pair.column));
         }
     }
     body.Group("%s", group.c_str());
 }
 
 // One row in the layout of its mode.
-void append_detail_row(CBodyWriter& body, DbDatabase& db, int iqry, const DetailMode& mode)
+void append_detail_row(CBodyWriter& body, const CRows& rows, const DetailMode& mode)
 {
-    if (mode.decisive != nullptr && text_of(db, iqry, mode.decisive).empty())
+    if (mode.decisive != nullptr && text_of(rows, mode.decisive).empty())
     {
         return;
     }
     switch (mode.layout)
     {
     case DetailLayout::kNumbers:
-        append_detail_numbers(body, db, iqry, mode);
+        append_detail_numbers(body, rows, mode);
         break;
     case DetailLayout::kFldText:
-        body.Field("Fld" + std::to_string(db.QryGetInt(iqry, mode.index)),
-                   text_of(db, iqry, mode.text) + text_of(db, iqry, mode.unit));
+        body.Field("Fld" + std::to_string(rows.Int(mode.index)),
+                   text_of(rows, mode.text) + text_of(rows, mode.unit));
         break;
     case DetailLayout::kNamedText:
-        body.Field(text_of(db, iqry, mode.index), text_of(db, iqry, mode.text));
+        body.Field(text_of(rows, mode.index), text_of(rows, mode.text));
         break;
     }
 }
 
 // Appends all rows of the open query.
-void append_detail_rows(CAppPost& app, CBodyWriter& body, int iqry, int mode)
+void append_detail_rows(CAppPost& app, CBodyWriter& body, CRows& rows, int mode)
 {
     const DetailMode* const known = find_detail_mode(mode);
-    for (DbDatabase& db = *app.pDb; !db.QryEof(iqry);)
+    while (!rows.End())
     {
         if (known != nullptr) // else its rows are read and add nothing
         {
-            append_detail_row(body, db, iqry, *known);
+            append_detail_row(body, rows, *known);
         }
-        db.QryNext(iqry);
+        rows.Next();
         app.SendMsgToTray(0, 1);
     }
 }
@@ -77,19 +77,18 @@ bool try_detail(CAppPost& app, CBodyWriter& body, const std::string& table, int 
                 int tryNumber)
 {
     app.SendMsgToTray(0, 1);
-    int iqry = -1;
+    CRows rows(*app.pDb);
     try
     {
-        iqry = query_with_retry(app, detail_query(table, sid));
-        if (iqry >= 0)
+        if (open_with_retry(app, rows, detail_query(table, sid)))
         {
-            append_detail_rows(app, body, iqry, mode);
-            app.pDb->QryFree(iqry);
+            append_detail_rows(app, body, rows, mode);
+            rows.Free();
             return true;
         }
         // The text ends in a backslash and an n, on purpose: log readers look for it.
         VKLOG_TRACE("   PostDetail...%s Error, TryCnt=%d iqryX=%d iSID=%d\\n", table.c_str(),
-                    tryNumber, iqry, sid);
+                    tryNumber, rows.Index(), sid);
         pause_ms(kDetailFailedPauseMs);
     }
     catch (...)
@@ -97,17 +96,16 @@ bool try_detail(CAppPost& app, CBodyWriter& body, const std::string& table, int 
         VKLOG_TRACE("   PostDetail...%s  exception, TryCnt=%d\n", table.c_str(), tryNumber);
         app.SendMsgToTray(0, 1);
         pause_ms(kDetailExceptionPauseMs);
-        free_quietly(*app.pDb, iqry);
     }
     return false;
 }
 
 // Appends the columns of the open query's first row. A type without a row has nothing to say.
-void append_extension(CAppPost& app, CBodyWriter& body, int iqry, int type,
+void append_extension(CAppPost& app, CBodyWriter& body, const CRows& rows, int type,
                       const std::string& table, int first)
 {
-    const int columns = app.pDb->QryFldCount(iqry);
-    const bool has_row = !app.pDb->QryEof(iqry);
+    const int columns = rows.Columns();
+    const bool has_row = !rows.End();
     for (const ExtensionColumn& one : extension_columns(app.m_ini, type, table, first, columns))
     {
         if (!one.isPosted)
@@ -118,7 +116,7 @@ void append_extension(CAppPost& app, CBodyWriter& body, int iqry, int type,
         else if (has_row)
         {
             const int column = static_cast<int>(one.column);
-            append_columns(app, body, iqry, type, column, column + 1);
+            append_columns(app, body, rows, type, column, column + 1);
         }
     }
 }
@@ -164,21 +162,20 @@ int CAppPost::PostExt(int iPos, int type, std::string table, int first)
 int CAppPost::PostExt(int iPos, int iType, std::string sKey, int iVal, char* pBuf)
 {
     CBodyWriter body(pBuf, kPostBufBytes, iPos);
-    int iqry = -1;
+    CRows rows(*pDb);
     try
     {
-        iqry = pDb->QryExec(extension_query(sKey, iType).c_str(), -1);
-        if (iqry < 0)
+        if (!rows.Open(extension_query(sKey, iType)))
         {
             return 0;
         }
-        append_extension(*this, body, iqry, iType, sKey, iVal);
-        pDb->QryFree(iqry);
+        append_extension(*this, body, rows, iType, sKey, iVal);
+        rows.Free();
     }
     catch (...)
     {
         VKLOG_TRACE("   PostExt...%s  exception, Type=%d\n", sKey.c_str(), iType);
-        free_quietly(*pDb, iqry);
+        rows.FreeQuietly();
     }
     body.LogLeftOut("stype", iType);
     return body.Appended();

@@ -1,14 +1,13 @@
 // Device posting: one body for each device, in SID order. Between two devices waiting requests
 // are served, so that none waits for a whole sweep.
 #include "app/AppPostDevice.h"
-#include "app/AppQueries.h"
-#include "app/AppRules.h"
 
 #include "app/AppPause.h"
 #include "app/AppPlaces.h"
 #include "app/AppPostFields.h"
 #include "app/AppPostQuery.h"
-#include "app/AppText.h"
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
 #include "vkPub/vkLog.h"
 
 namespace
@@ -22,18 +21,16 @@ enum class Outcome
     kDropped, // threw for the last time
 };
 
-Outcome post_row(CAppPost& app, int sid, const char* table, int& iqry)
+Outcome post_row(CAppPost& app, int sid, const char* table, CRows& rows)
 {
-    iqry = query_with_retry(app, device_query(table, sid));
-    if (iqry < 0)
+    if (!open_with_retry(app, rows, device_query(table, sid)))
     {
-        VKLOG_TRACE("   iqryX=%d iSID=%d\n", iqry, sid);
+        VKLOG_TRACE("   iqryX=%d iSID=%d\n", rows.Index(), sid);
         return Outcome::kGivenUp;
     }
 
-    CDeviceBody body = compose_device(app, iqry, table, app.m_szPostBuf);
-    app.pDb->QryFree(iqry);
-    iqry = -1;
+    CDeviceBody body = compose_device(app, rows, table, app.m_szPostBuf);
+    rows.Free();
     app.m_mapSidTry[sid] = 0;
 
     if (body.due)
@@ -74,11 +71,11 @@ Outcome post_device(CAppPost& app, int sid, const std::string& table)
     VKLOG_TRACE("   %s...\n", table.c_str());
     app.SendMsgToTray(0, 1);
 
-    int iqry = -1;
+    CRows rows(*app.pDb); // at the end still open only after an exception
     Outcome outcome = Outcome::kDropped;
     try
     {
-        outcome = post_row(app, sid, table.c_str(), iqry);
+        outcome = post_row(app, sid, table.c_str(), rows);
     }
     catch (const CppSQLite3Exception& e)
     {
@@ -87,22 +84,20 @@ Outcome post_device(CAppPost& app, int sid, const std::string& table)
     catch (...) // not the database's: this device waits for the next sweep
     {
     }
-    free_quietly(*app.pDb, iqry); // still open only after an exception
     return outcome;
 }
 
 } // namespace
 
-CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buffer)
+CDeviceBody compose_device(CAppPost& app, const CRows& rows, const char* table, char* buffer)
 {
     CDeviceBody result;
-    DbDatabase& db = *app.pDb;
-    if (db.QryEof(iqry) || db.QryGetInt(iqry, "State") < 0)
+    if (rows.End() || rows.Int("State") < 0)
     {
         return result;
     }
 
-    CHead head = row_head(app, iqry, BodyKind::kDevice);
+    CHead head = row_head(app, rows, BodyKind::kDevice);
     const auto known = app.m_mapSmName.find(head.sid);
     if (known != app.m_mapSmName.end())
     {
@@ -112,8 +107,8 @@ CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buf
 
     CBodyWriter body(buffer, CAppPost::kPostBufBytes);
     body.Head(app.m_strFmt0, head);
-    const ColumnRange columns = device_columns(app.m_ini, table, db.QryFldCount(iqry));
-    append_columns(app, body, iqry, result.type, columns.first, columns.end);
+    const ColumnRange columns = device_columns(app.m_ini, table, rows.Columns());
+    append_columns(app, body, rows, result.type, columns.first, columns.end);
     body.LogLeftOut("sid", head.sid);
 
     app.m_iPostRow = 0;

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "app/AppPost.h"
+#include "app/AppRows.h"
 
 // What became of one device's row.
 struct CDeviceBody
@@ -14,7 +15,7 @@ struct CDeviceBody
 };
 
 // Writes head and columns of the query's first row into the buffer (kPostBufBytes long).
-CDeviceBody compose_device(CAppPost& app, int iqry, const char* table, char* buffer);
+CDeviceBody compose_device(CAppPost& app, const CRows& rows, const char* table, char* buffer);
 
 // Extension columns by the keys of the device type's section, then the detail rows of the table,
 // appended to a body that is due.

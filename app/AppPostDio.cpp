@@ -4,48 +4,42 @@
 #include "app/AppPostQuery.h"
 #include "app/AppQueries.h"
 #include "app/AppRules.h"
-#include "app/AppText.h"
 
 #include "vkPub/vkLog.h"
 
 namespace
 {
 
-void compose_input(CAppPost& app, int iqry)
+void compose_input(CAppPost& app, const CRows& rows)
 {
-    DbDatabase& db = *app.pDb;
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
-    const CHead head = row_head(app, iqry, BodyKind::kInput);
+    const CHead head = row_head(app, rows, BodyKind::kInput);
     body.Head(app.m_strFmt0, head);
-    body.Group("&psid=%d", db.QryGetInt(iqry, "SIDD"));
-    body.Group("&pfld=%d", db.QryGetInt(iqry, "Fld"));
+    body.Group("&psid=%d", rows.Int("SIDD"));
+    body.Group("&pfld=%d", rows.Int("Fld"));
     body.LogLeftOut("sid", head.sid);
 }
 
-void post_input(CAppPost& app, size_t i, int& number, int& iqry)
+void post_input(CAppPost& app, size_t i, int& number, CRows& rows)
 {
-    DbDatabase& db = *app.pDb;
     const int sid = app.m_vDiSid[i];
-    iqry = query_with_retry(app, input_query(sid));
-    if (iqry < 0)
+    if (!open_with_retry(app, rows, input_query(sid)))
     {
-        VKLOG_TRACE("   iqryX=%d iSID=%d\n", iqry, sid);
+        VKLOG_TRACE("   iqryX=%d iSID=%d\n", rows.Index(), sid);
         return;
     }
-    const bool due = !db.QryEof(iqry) && db.QryGetInt(iqry, "State") >= 0;
+    const bool due = !rows.End() && rows.Int("State") >= 0;
     if (!due)
     {
-        db.QryFree(iqry);
-        iqry = -1;
+        rows.Free();
         app.SendMsgToTray(0, 1);
         return;
     }
 
-    compose_input(app, iqry);
+    compose_input(app, rows);
     app.m_iPostRow = number++;
     app.SendMsgToTray(0, 1);
-    db.QryFree(iqry);
-    iqry = -1;
+    rows.Free();
     app.DoPost(nullptr, nullptr);
     app.m_vDiTry[i] = 0;
 }
@@ -53,10 +47,10 @@ void post_input(CAppPost& app, size_t i, int& number, int& iqry)
 // Posts input i; false when it threw and is to be tried once more.
 bool try_input(CAppPost& app, size_t i, int& number)
 {
-    int iqry = -1;
+    CRows rows(*app.pDb);
     try
     {
-        post_input(app, i, number, iqry);
+        post_input(app, i, number, rows);
         return true;
     }
     catch (...)
@@ -65,7 +59,7 @@ bool try_input(CAppPost& app, size_t i, int& number)
         ++failures;
         VKLOG_TRACE("[CAppPost::PostDio] Post DI exception, SID=%d, TryCnt=%d\n", app.m_vDiSid[i],
                     failures);
-        free_quietly(*app.pDb, iqry);
+        rows.FreeQuietly(); // before the pause
         if (failures < kExceptionTries)
         {
             pause_ms(kExceptionRetryPauseMs);
@@ -76,17 +70,16 @@ bool try_input(CAppPost& app, size_t i, int& number)
     }
 }
 
-void compose_output(CAppPost& app, int iqry, int output, int64_t column)
+void compose_output(CAppPost& app, const CRows& rows, int output, int64_t column)
 {
-    DbDatabase& db = *app.pDb;
     const std::string name = output_name(output);
-    const int value = db.QryGetInt(iqry, output_column(column).c_str());
+    const int value = rows.Int(output_column(column).c_str());
 
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
     const BodyKindRow& row = body_kind(BodyKind::kOutput);
-    const int sid = db.QryGetInt(iqry, row.Column(HeadValue::kSid));
-    const int type = db.QryGetInt(iqry, row.Column(HeadValue::kType));
-    const char* const updated = text_or_empty(db.QryGetStr(iqry, row.Column(HeadValue::kTime)));
+    const int sid = rows.Int(row.Column(HeadValue::kSid));
+    const int type = rows.Int(row.Column(HeadValue::kType));
+    const char* const updated = rows.Str(row.Column(HeadValue::kTime));
     body.Head(app.m_strFmt0, {app.m_strDept.c_str(), sid, type, output, name.c_str(), 0, updated,
                               app.GetState(value)});
     body.Group("&DoState=%d", value);
@@ -95,33 +88,31 @@ void compose_output(CAppPost& app, int iqry, int output, int64_t column)
 
 // Builds all bodies before the first is posted, so that the query is closed by then. False when
 // the query could not be started.
-bool compose_outputs(CAppPost& app, int& number, int& iqry, std::vector<std::string>& bodies)
+bool compose_outputs(CAppPost& app, int& number, CRows& rows, std::vector<std::string>& bodies)
 {
     const int count = setting_number(app.m_ini, SettingId::kDoCount);
     const int start = setting_number(app.m_ini, SettingId::kDoStart);
-    iqry = query_with_retry(app, outputs_query());
-    if (iqry < 0)
+    if (!open_with_retry(app, rows, outputs_query()))
     {
-        VKLOG_TRACE("   Post DO Query error. iqryX=%d\n", iqry);
+        VKLOG_TRACE("   Post DO Query error. iqryX=%d\n", rows.Index());
         return false;
     }
-    const bool has_row = !app.pDb->QryEof(iqry);
+    const bool has_row = !rows.End();
     for (int i = 0; has_row && i < count; ++i)
     {
-        compose_output(app, iqry, i, int64_t{start} + i);
+        compose_output(app, rows, i, int64_t{start} + i);
         app.m_iPostRow = number++;
         bodies.emplace_back(app.m_szPostBuf);
         app.SendMsgToTray(0, 1);
     }
-    app.pDb->QryFree(iqry);
-    iqry = -1;
+    rows.Free();
     return true;
 }
 
-void post_outputs(CAppPost& app, int& number, int& iqry)
+void post_outputs(CAppPost& app, int& number, CRows& rows)
 {
     std::vector<std::string> bodies;
-    if (!compose_outputs(app, number, iqry, bodies))
+    if (!compose_outputs(app, number, rows, bodies))
     {
         return;
     }
@@ -131,6 +122,19 @@ void post_outputs(CAppPost& app, int& number, int& iqry)
         app.m_szPostBuf[body.size()] = '\0';
         app.DoPost(nullptr, nullptr);
         app.SendMsgToTray(0, 1);
+    }
+}
+
+void try_outputs(CAppPost& app, int& number)
+{
+    CRows rows(*app.pDb);
+    try
+    {
+        post_outputs(app, number, rows);
+    }
+    catch (...) // bodies not yet posted are dropped; the next sweep makes new ones
+    {
+        VKLOG_TRACE("[CAppPost::PostDio] Post DO exception\n");
     }
 }
 
@@ -150,15 +154,6 @@ void CAppPost::PostDio()
         }
     }
 
-    int iqry = -1;
-    try
-    {
-        post_outputs(*this, number, iqry);
-    }
-    catch (...) // bodies not yet posted are dropped; the next sweep makes new ones
-    {
-        VKLOG_TRACE("[CAppPost::PostDio] Post DO exception\n");
-    }
-    free_quietly(*pDb, iqry);
+    try_outputs(*this, number);
     end_work(*this);
 }

@@ -22,32 +22,32 @@ void CAppPost::GetQryFld(int iqry, int iFld, int iType, std::string& sName, std:
     }
 }
 
-CHead row_head(CAppPost& app, int iqry, BodyKind kind, const char* now)
+CHead row_head(CAppPost& app, const CRows& rows, BodyKind kind, const char* now)
 {
-    DbDatabase& db = *app.pDb;
     const BodyKindRow& row = body_kind(kind);
     const auto number = [&](HeadValue value)
     {
-        return db.QryGetInt(iqry, row.Column(value));
+        return rows.Int(row.Column(value));
     };
     const char* const time = row.Column(HeadValue::kTime);
     return {app.m_strDept.c_str(),
             number(HeadValue::kSid),
             number(HeadValue::kType),
             number(HeadValue::kTag),
-            text_or_empty(db.QryGetStr(iqry, row.Column(HeadValue::kName))),
+            rows.Str(row.Column(HeadValue::kName)),
             number(HeadValue::kSubSystem),
-            time != nullptr ? text_or_empty(db.QryGetStr(iqry, time)) : now,
+            time != nullptr ? rows.Str(time) : now,
             app.GetState(number(HeadValue::kState))};
 }
 
-void append_columns(CAppPost& app, CBodyWriter& body, int iqry, int type, int first, int end)
+void append_columns(CAppPost& app, CBodyWriter& body, const CRows& rows, int type, int first,
+                    int end)
 {
     std::string name;
     std::string value;
     for (int column = std::max(first, 0); column < end; ++column)
     {
-        app.GetQryFld(iqry, column, type, name, value);
+        app.GetQryFld(rows.Index(), column, type, name, value);
         body.Pair(name, value);
     }
 }

@@ -22,60 +22,67 @@ struct GeneralTable
     std::string stamp;
 };
 
-void post_row(CAppPost& app, const GeneralTable& table, int iqry, int row, ColumnRange columns)
+void post_row(CAppPost& app, const GeneralTable& table, CRows& rows, int row, ColumnRange columns)
 {
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
     body.Head(app.m_strFmt0, {app.m_strDept.c_str(), table.sid, table.type, 0, table.name.c_str(),
                               0, table.stamp.c_str(), app.GetState(0)});
-    append_columns(app, body, iqry, table.type, columns.first, columns.end);
+    append_columns(app, body, rows, table.type, columns.first, columns.end);
     body.LogLeftOut("sid", table.sid);
 
     app.m_iPostRow = row;
     app.DoPost(nullptr, nullptr);
-    app.pDb->QryNext(iqry);
+    rows.Next();
     app.SendMsgToTray(0, 1);
 }
 
-void post_rows(CAppPost& app, GeneralTable& table, const std::string& name, int iqry, int& columns)
+void post_rows(CAppPost& app, GeneralTable& table, const std::string& name, CRows& rows,
+               int& columns)
 {
-    if (app.pDb->QryEof(iqry))
+    if (rows.End())
     {
         return;
     }
-    columns = app.pDb->QryFldCount(iqry);
+    columns = rows.Columns();
     table.type = setting_number(app.m_ini, SettingId::kGeneralType, name);
     table.name = setting_text(app.m_ini, SettingId::kGeneralName, name);
     const ColumnRange posted = general_columns(app.m_ini, name, columns);
-    for (int row = 0; !app.pDb->QryEof(iqry); ++row)
+    for (int row = 0; !rows.End(); ++row)
     {
-        post_row(app, table, iqry, row, posted);
+        post_row(app, table, rows, row, posted);
     }
 }
 
 // False when the table's query could not be started. columns keeps the column count of the last
 // table that was read.
-bool post_table(CAppPost& app, GeneralTable table, const std::string& name, int& columns)
+bool try_table(CAppPost& app, GeneralTable& table, const std::string& name, int& columns)
 {
-    int iqry = -1;
+    CRows rows(*app.pDb);
     try
     {
         app.pDb->Open(nullptr, -2); // inside the guard: what it throws ends the table, silently
-        iqry = query_with_retry(app, general_query(name));
-        if (iqry < 0)
+        if (!open_with_retry(app, rows, general_query(name)))
         {
-            VKLOG_TRACE("   iqryX=%d iflds=%d\n", iqry, columns);
+            VKLOG_TRACE("   iqryX=%d iflds=%d\n", rows.Index(), columns);
             return false;
         }
-        post_rows(app, table, name, iqry, columns);
-        app.pDb->QryFree(iqry);
-        iqry = -1;
+        post_rows(app, table, name, rows, columns);
+        rows.Free();
     }
     catch (...) // without a message, on purpose: the table's remaining rows come next time
     {
     }
-    free_quietly(*app.pDb, iqry);
-    end_work(app);
     return true;
+}
+
+bool post_table(CAppPost& app, GeneralTable table, const std::string& name, int& columns)
+{
+    const bool started = try_table(app, table, name, columns);
+    if (started)
+    {
+        end_work(app);
+    }
+    return started;
 }
 
 } // namespace

@@ -32,31 +32,15 @@ void end_work(CAppPost& app)
     }
 }
 
-void free_quietly(DbDatabase& db, int& iqry)
+bool open_with_retry(CAppPost& app, CRows& rows, const std::string& sql)
 {
-    if (iqry < 0)
-    {
-        return;
-    }
-    try
-    {
-        db.QryFree(iqry);
-    }
-    catch (...) // the failure that led here has been logged; this one says nothing new
-    {
-    }
-    iqry = -1;
-}
-
-int query_with_retry(CAppPost& app, const std::string& sql)
-{
-    int iqry = app.pDb->QryExec(sql.c_str(), -1);
-    for (int retry = 0; iqry < 0 && retry < kQueryRetries; ++retry)
+    bool started = rows.Open(sql);
+    for (int retry = 0; !started && retry < kQueryRetries; ++retry)
     {
         app.SendMsgToTray(0, 1);
         pause_ms(kQueryRetryPauseMs);
-        iqry = app.pDb->QryExec(sql.c_str(), -1);
-        VKLOG_TRACE("   iqryX=%d iSmTry=%d\n", iqry, retry);
+        started = rows.Open(sql);
+        VKLOG_TRACE("   iqryX=%d iSmTry=%d\n", rows.Index(), retry);
     }
-    return iqry;
+    return started;
 }

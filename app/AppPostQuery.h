@@ -1,10 +1,10 @@
-// Queries on the host's databases: units of work, retries, and what becomes of a query on the way
-// out of a failure. Main thread.
+// Queries on the data database: units of work, and retries. Main thread.
 #pragma once
 
 #include <string>
 
 #include "app/AppPost.h"
+#include "app/AppRows.h"
 
 constexpr int kQueryRetryPauseMs = 3000; // before a query that could not start is tried again
 constexpr int kQueryRetries = 10;        // tries after the first one
@@ -14,11 +14,7 @@ constexpr int kQueryRetries = 10;        // tries after the first one
 void begin_work(CAppPost& app);
 void end_work(CAppPost& app);
 
-// Frees the query, if one is open, on the way out of a failure that is already being handled: an
-// exception of the database is swallowed. iqry is -1 afterwards.
-void free_quietly(DbDatabase& db, int& iqry);
-
 // Starts a query on the data database; while it cannot start, up to kQueryRetries times: tray
 // tick, pause, another try, log. The tick comes before the pause, so that the tray process never
-// takes the waiting daemon for a hung one. The result is the index, negative when given up.
-int query_with_retry(CAppPost& app, const std::string& sql);
+// takes the waiting daemon for a hung one. False when given up.
+bool open_with_retry(CAppPost& app, CRows& rows, const std::string& sql);

@@ -11,22 +11,38 @@
 namespace
 {
 
-void post_requested(CAppPost& app, int sid, const char* table, char* buffer, int& iqry)
+void post_requested(CAppPost& app, int sid, const char* table, char* buffer, CRows& rows)
 {
-    iqry = query_with_retry(app, device_query(table, sid));
-    if (iqry < 0)
+    if (!open_with_retry(app, rows, device_query(table, sid)))
     {
-        VKLOG_TRACE("   iqryX=%d iSid=%d\n", iqry, sid);
+        VKLOG_TRACE("   iqryX=%d iSid=%d\n", rows.Index(), sid);
         return;
     }
-    CDeviceBody body = compose_device(app, iqry, table, buffer);
-    app.pDb->QryFree(iqry);
-    iqry = -1;
+    CDeviceBody body = compose_device(app, rows, table, buffer);
+    rows.Free();
     if (body.due)
     {
         append_extras(app, sid, table, body, buffer);
         app.DoPost(buffer, nullptr);
         app.SendMsgToTray(0, 1);
+    }
+}
+
+// The query of one that threw is freed at the end, behind the line about it.
+void try_requested(CAppPost& app, int sid, const char* table, char* buffer)
+{
+    CRows rows(*app.pDb);
+    try
+    {
+        post_requested(app, sid, table, buffer, rows);
+    }
+    catch (const CppSQLite3Exception& e)
+    {
+        VKLOG_TRACE("[CAppPost::PostNormal] db exception: %d %s\r\n", e.errorCode(),
+                    e.errorMessage());
+    }
+    catch (...) // not the database's: the request is not repeated before its next pick-up
+    {
     }
 }
 
@@ -46,20 +62,7 @@ int CAppPost::PostNormal(int iSid, const char* stbl)
     begin_work(*this);
     VKLOG_TRACE("iSid=%d   %s...\n", iSid, stbl);
     SendMsgToTray(0, 1);
-    int iqry = -1;
-    try
-    {
-        post_requested(*this, iSid, stbl, sPostBuf, iqry);
-    }
-    catch (const CppSQLite3Exception& e)
-    {
-        VKLOG_TRACE("[CAppPost::PostNormal] db exception: %d %s\r\n", e.errorCode(),
-                    e.errorMessage());
-    }
-    catch (...) // not the database's: the request is not repeated before its next pick-up
-    {
-    }
-    free_quietly(*pDb, iqry);
+    try_requested(*this, iSid, stbl, sPostBuf);
     end_work(*this);
     return 0;
 }

@@ -3,12 +3,11 @@
 // own tries and gives up on its own; the tray tick before each try shows that a waiting daemon is
 // alive.
 #include "app/AppPostTables.h"
-#include "app/AppQueries.h"
-#include "app/AppRules.h"
 
 #include "app/AppPause.h"
 #include "app/AppPostQuery.h"
-#include "app/AppText.h"
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
 #include "vkPub/vkLog.h"
 
 namespace
@@ -42,42 +41,55 @@ void sort_table(CAppPost& app, const std::string& table)
 }
 
 // False when the query could not be started: nothing is known of the names then.
-bool read_names(CAppPost& app, int& iqry)
+bool read_names(CAppPost& app, CRows& rows)
 {
-    DbDatabase& db = *app.pDb;
-    iqry = db.QryExec(names_query().c_str(), -1); // not tested: no query is an empty one
-    const bool started = iqry >= 0;
-    for (; !db.QryEof(iqry); db.QryNext(iqry))
+    const bool started = rows.Open(names_query()); // not tested below: no query is an empty one
+    for (; !rows.End(); rows.Next())
     {
-        const std::string name = text_or_empty(db.QryGetStr(iqry, "Name"));
-        const int sid = db.QryGetInt(iqry, "SID");
+        const std::string name = rows.Str("Name");
+        const int sid = rows.Int("SID");
         app.m_mapSmName[sid] = name;
         VKLOG_TRACE("   sid,name=%d,%s\n", sid, name.c_str());
     }
-    db.QryFree(iqry);
-    iqry = -1;
+    rows.Free();
     return started;
 }
 
-Try read_tables_and_names(CAppPost& app, int tryNumber, int& iqry, bool& has_names)
+Try read_tables_and_names(CAppPost& app, int tryNumber, CRows& rows, bool& has_names)
 {
-    DbDatabase& db = *app.pDb;
-    iqry = db.QryExec(tables_query().c_str(), -1);
-    if (iqry < 0)
+    if (!rows.Open(tables_query()))
     {
         VKLOG_TRACE("[CAppPost::GetTbls] Read Tables: qryExec Error! iqry=%d, Try Count: %d\n",
-                    iqry, tryNumber);
+                    rows.Index(), tryNumber);
         return Try::kNoQuery;
     }
-    for (; !db.QryEof(iqry); db.QryNext(iqry))
+    for (; !rows.End(); rows.Next())
     {
-        sort_table(app, text_or_empty(db.QryGetStr(iqry, "name")));
+        sort_table(app, rows.Str("name"));
     }
-    db.QryFree(iqry);
-    iqry = -1;
+    rows.Free();
 
-    has_names = read_names(app, iqry);
+    has_names = read_names(app, rows);
     return Try::kDone;
+}
+
+// The query of one that threw is freed at the end, behind the line about it.
+Try try_tables_and_names(CAppPost& app, int tryNumber, bool& has_names)
+{
+    CRows rows(*app.pDb);
+    try
+    {
+        return read_tables_and_names(app, tryNumber, rows, has_names);
+    }
+    catch (const CppSQLite3Exception& e)
+    {
+        VKLOG_TRACE("[CAppPost::GetTbls] read tables exception: %d %s\r\n", e.errorCode(),
+                    e.errorMessage());
+    }
+    catch (...) // what was read so far decides
+    {
+    }
+    return Try::kFailed;
 }
 
 // Alarms do not wait for the phase, which may take minutes, and none goes out a second time. So
@@ -102,24 +114,10 @@ Try try_tables(CAppPost& app, int tryNumber, bool& has_names)
     app.m_mapSmName.clear();
     app.SendMsgToTray(0, 1);
 
-    int iqry = -1;
-    try
+    if (try_tables_and_names(app, tryNumber, has_names) == Try::kNoQuery)
     {
-        if (read_tables_and_names(app, tryNumber, iqry, has_names) == Try::kNoQuery)
-        {
-            return Try::kNoQuery;
-        }
+        return Try::kNoQuery;
     }
-    catch (const CppSQLite3Exception& e)
-    {
-        VKLOG_TRACE("[CAppPost::GetTbls] read tables exception: %d %s\r\n", e.errorCode(),
-                    e.errorMessage());
-    }
-    catch (...) // what was read so far decides below
-    {
-    }
-    free_quietly(*app.pDb, iqry);
-
     const bool done = !app.m_vTbls.empty() && !app.m_mapSmName.empty();
     publish_names_of_try(app, done || has_names);
     if (done)
@@ -138,7 +136,7 @@ struct SidReader
     std::string sql;
     const char* what; // named in the line about a query that could not be started
     bool saysFailed;  // whether a try that threw is logged as failed
-    void (*onRow)(CAppPost& app, int iqry, const std::string& table);
+    void (*onRow)(CAppPost& app, const CRows& rows, const std::string& table);
     std::string table; // for onRow, where there is one
 };
 
@@ -150,22 +148,20 @@ void log_no_query(const char* what, int iqry, int tryNumber)
 
 Try try_sids(CAppPost& app, const SidReader& reader, int tryNumber)
 {
-    DbDatabase& db = *app.pDb;
     app.SendMsgToTray(0, 1);
-    int iqry = -1;
+    CRows rows(*app.pDb);
     try
     {
-        iqry = db.QryExec(reader.sql.c_str(), -1);
-        if (iqry < 0)
+        if (!rows.Open(reader.sql))
         {
-            log_no_query(reader.what, iqry, tryNumber);
+            log_no_query(reader.what, rows.Index(), tryNumber);
             return Try::kNoQuery;
         }
-        for (; !db.QryEof(iqry); db.QryNext(iqry))
+        for (; !rows.End(); rows.Next())
         {
-            reader.onRow(app, iqry, reader.table);
+            reader.onRow(app, rows, reader.table);
         }
-        db.QryFree(iqry);
+        rows.Free();
         return Try::kDone;
     }
     catch (const CppSQLite3Exception& e)
@@ -180,13 +176,12 @@ Try try_sids(CAppPost& app, const SidReader& reader, int tryNumber)
     {
         VKLOG_TRACE("Read Tables Error! Try Count: %d\n", tryNumber);
     }
-    free_quietly(db, iqry);
     return Try::kFailed;
 }
 
-void add_device(CAppPost& app, int iqry, const std::string& table)
+void add_device(CAppPost& app, const CRows& rows, const std::string& table)
 {
-    const int sid = app.pDb->QryGetInt(iqry, "SID");
+    const int sid = rows.Int("SID");
     // The look-up gives a SID that tbSM does not know an empty name.
     VKLOG_TRACE("   table: sid,name,table=%d,%s,%s\n", sid, app.m_mapSmName[sid].c_str(),
                 table.c_str());
@@ -194,18 +189,18 @@ void add_device(CAppPost& app, int iqry, const std::string& table)
     app.m_mapSidTry[sid] = 0;
 }
 
-void add_input(CAppPost& app, int iqry, const std::string&)
+void add_input(CAppPost& app, const CRows& rows, const std::string&)
 {
-    const int sid = app.pDb->QryGetInt(iqry, "SID");
-    VKLOG_TRACE("   DI: sid,name=%d,%s\n", sid, text_or_empty(app.pDb->QryGetStr(iqry, "Name")));
+    const int sid = rows.Int("SID");
+    VKLOG_TRACE("   DI: sid,name=%d,%s\n", sid, rows.Str("Name"));
     app.m_vDiSid.push_back(sid);
     app.m_vDiTry.push_back(0);
 }
 
-void add_camera(CAppPost& app, int iqry, const std::string&)
+void add_camera(CAppPost& app, const CRows& rows, const std::string&)
 {
-    const int sid = app.pDb->QryGetInt(iqry, "SID");
-    VKLOG_TRACE("   Cam: sid,name=%d,%s\n", sid, text_or_empty(app.pDb->QryGetStr(iqry, "Name")));
+    const int sid = rows.Int("SID");
+    VKLOG_TRACE("   Cam: sid,name=%d,%s\n", sid, rows.Str("Name"));
     app.m_vCamSid.push_back(sid);
     app.m_vCamTry.push_back(0);
 }

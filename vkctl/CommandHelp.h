@@ -49,9 +49,10 @@ Examples:
 )";
 
 constexpr char kCheckHelp[] =
-    R"(Reads vkApp.ini and both databases and changes neither. Only https servers are
-connected to, to look at their certificates; --offline leaves them alone.
-Findings go to standard output.
+    R"(Reads vkApp.ini and both databases and changes neither; tries to load the
+database library. A connection to each server is tried and nothing sent over it;
+--offline leaves them alone. Away from the board, --away leaves out what only the
+board can tell. Findings go to standard output.
 
 Examples:
   vkctl check                              the host in the current directory

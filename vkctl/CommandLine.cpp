@@ -207,6 +207,7 @@ void add_check(CLI::App& command, CheckCommand& options)
         ->capture_default_str();
     command.add_flag("--strict", options.strict, "Warnings are a failure");
     command.add_flag("--offline", options.options.offline, "Connect to no server");
+    command.add_flag("--away", options.options.away, "Leave out what only the board can tell");
     command.add_flag("--json", options.json, "One JSON object with all findings");
 }
 

@@ -17,7 +17,6 @@ namespace vkctl
 namespace
 {
 
-constexpr long kRequestType = 38154;
 struct Request
 {
     long type;
@@ -32,7 +31,7 @@ void post_requests(const std::vector<int>& sids, long lParam)
     const int queue = open_queue(kRequestQueueKey, "the daemon");
     for (const int sid : sids)
     {
-        const Request request{kRequestType, sid, lParam};
+        const Request request{kRequestMessageType, sid, lParam};
         if (msgsnd(queue, &request, sizeof(request) - sizeof(request.type), IPC_NOWAIT) != 0)
         {
             throw CCliError("the request for SID " + std::to_string(sid) +

@@ -17,8 +17,6 @@ namespace vkctl
 namespace
 {
 
-constexpr long kReportType = 0x900B;
-
 struct Report
 {
     long type;
@@ -53,7 +51,7 @@ void show(bool take)
     long count = 0;
     for (Report report{}; read_report(queue, count, take, report); ++count)
     {
-        std::cout << (report.type == kReportType
+        std::cout << (report.type == kTrayMessageType
                           ? report_text(report.wParam, report.lParam)
                           : "message of another type " + std::to_string(report.type))
                   << "\n";

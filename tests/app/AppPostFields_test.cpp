@@ -488,26 +488,26 @@ TEST_F(GetQryFldTest, ExceptionsOfTheDatabasePassToTheCaller)
 TEST_F(PosterTest, QueryThatStartsAtOnceWaitsForNothing)
 {
     db.Rows("a", {});
-    int iqry = query_with_retry(app, "select 1");
+    CRows rows(db);
+    EXPECT_TRUE(open_with_retry(app, rows, "select 1"));
     EXPECT_THAT(rec.Events(), ElementsAre("sql select 1"));
-    free_quietly(db, iqry);
-    EXPECT_EQ(iqry, -1);
 }
 
 TEST_F(PosterTest, QueryRetryTicksThenPausesThenAsksThenLogs)
 {
     db.On("select 1").Fail(1);
     db.Rows("a", {});
-    int iqry = query_with_retry(app, "select 1");
+    CRows rows(db);
+    EXPECT_TRUE(open_with_retry(app, rows, "select 1"));
     EXPECT_THAT(rec.Events(), ElementsAre("sql select 1", "tray(0,1)", "pause 3000", "sql select 1",
                                           "log    iqryX=0 iSmTry=0\n"));
-    free_quietly(db, iqry);
 }
 
 TEST_F(PosterTest, QueryIsGivenUpAfterTenRetries)
 {
     db.On("select 1").FailAlways();
-    EXPECT_EQ(query_with_retry(app, "select 1"), -1);
+    CRows rows(db);
+    EXPECT_FALSE(open_with_retry(app, rows, "select 1"));
     EXPECT_THAT(rec.Sql(), SizeIs(11));
     EXPECT_THAT(rec.Pauses(), ElementsAreArray(std::vector<int>(10, 3000)));
     EXPECT_EQ(rec.Count("tray(0,1)"), 10);

@@ -2,6 +2,7 @@
 // with the daemon at work and alarms coming; and a room at rest, byte for byte.
 #include "tests/daemon/support/DaemonTest.h"
 
+#include <algorithm>
 #include <csignal>
 #include <filesystem>
 #include <map>
@@ -83,6 +84,14 @@ protected:
         return vkctl_command(arguments);
     }
 
+    // To servers a connection is made. What would send something over it stays an act.
+    static bool IsConnecting(const std::string& act)
+    {
+        const SystemCall call = parse_call(act);
+        return call.name == "socket" || call.name == "connect" || call.name == "setsockopt" ||
+               call.name == "socketpair";
+    }
+
     void ExpectHarmless(const Arguments& command) const
     {
         SCOPED_TRACE(name_of(command));
@@ -91,7 +100,12 @@ protected:
         const bool mayBeSilent = command[0] == "check" || command.back() == "--alarms";
         EXPECT_TRUE(mayBeSilent || !run.out.empty());
         EXPECT_GT(run.calls, kFewestCalls);
-        EXPECT_THAT(run.acts, IsEmpty());
+        std::vector<std::string> acts = run.acts;
+        if (command == Arguments{"check", "DIR"})
+        {
+            acts.erase(std::remove_if(acts.begin(), acts.end(), IsConnecting), acts.end());
+        }
+        EXPECT_THAT(acts, IsEmpty());
     }
 
     // Each command, while values change and alarms come.

@@ -6,11 +6,11 @@
 
 #include <string>
 
+#include "app/AppQueues.h" // the keys
+
 namespace vkctl
 {
 
-constexpr int kTrayQueueKey = 0x9000;
-constexpr int kRequestQueueKey = 0x9500;
 constexpr char kPidFile[] = "/var/run/vkAppPost.pid";
 
 // The process that holds the lock on the pid file; 0 when none does. A stale file, whose process

@@ -4,25 +4,23 @@
 
 #include <cerrno>
 #include <cstring>
+#include <optional>
 
-#include "app/AppInternal.h"
+#include "app/AppPostConfig.h"
 #include "vkctl/base/CliError.h"
 #include "vkctl/check/CheckAlarms.h"
 #include "vkctl/check/CheckBodies.h"
 #include "vkctl/check/CheckCatalogue.h"
-#include "vkctl/check/CheckCertificate.h"
-#include "vkctl/check/CheckDetails.h"
 #include "vkctl/check/CheckDevices.h"
 #include "vkctl/check/CheckExtensions.h"
 #include "vkctl/check/CheckFields.h"
-#include "vkctl/check/CheckGenerals.h"
 #include "vkctl/check/CheckIni.h"
-#include "vkctl/check/CheckMasters.h"
+#include "vkctl/check/CheckSections.h"
 #include "vkctl/check/CheckServers.h"
 #include "vkctl/check/CheckSettings.h"
+#include "vkctl/check/CheckStart.h"
 #include "vkctl/check/CheckTables.h"
 #include "vkctl/check/CheckUrls.h"
-#include "vkctl/check/CheckWriteAheadLog.h"
 
 namespace vkctl
 {
@@ -36,33 +34,30 @@ bool enter(const std::string& directory, CFindings& findings)
     {
         return true;
     }
-    findings.Error({kConfigFile, 0}, "file-unreadable",
+    findings.Error({kConfigFile, 0}, FindingId::kFileUnreadable,
                    "cannot enter " + directory + ": " + std::strerror(errno) +
                        "; name the directory that vkApp.ini stands in");
     return false;
 }
 
-// Why, in the system's words where it is the file's and not SQLite's matter; and what to do.
 void unreadable(const char* path, const std::string& problem, CFindings& findings)
 {
-    std::string reason = problem;
-    if (access(path, F_OK) != 0)
-    {
-        reason = std::strerror(errno) + std::string("; start the process that makes it, or name "
-                                                    "the host's directory");
-    }
-    else if (access(path, R_OK) != 0)
-    {
-        reason = std::strerror(errno) + std::string("; check as a user who may read it");
-    }
-    findings.Error({path, 0}, "database-unreadable", "cannot be read: " + reason);
+    findings.Error({path, 0}, FindingId::kDatabaseUnreadable, "cannot be read: " + problem);
 }
 
-// All that the data database is asked for itself; closed again afterwards. False: unreadable.
-bool check_data(const CIniFile& ini, std::vector<std::string>& iniTexts, CFindings& findings)
+// What the checks of the data database leave to those of the bodies.
+struct DataCheck
+{
+    bool isReadable = false;
+    std::vector<std::string> iniTexts; // that have been looked at
+    std::optional<CFieldValues> values;
+};
+
+// All that the data database is asked for itself; closed again afterwards.
+void check_data(const CIniFile& ini, DataCheck& data, CFindings& findings)
 try
 {
-    CCheckDatabase db(kDataDb);
+    CHostDatabase db(kDataDb);
     const CCatalogue catalogue(db, ini);
     check_tables(db, catalogue, ini, findings);
     check_devices(db, catalogue, ini, findings);
@@ -70,13 +65,14 @@ try
     check_generals(db, catalogue, ini, findings);
     check_masters(db, catalogue, ini, findings);
     check_extensions(db, catalogue, ini, findings);
-    check_fields(db, catalogue, ini, iniTexts, findings);
-    return true;
+    const CTypeColumns columns(catalogue, ini);
+    check_fields(columns, ini, data.iniTexts, findings);
+    data.values.emplace(ini, columns);
+    data.isReadable = true;
 }
-catch (const CCheckProblem& problem)
+catch (const CHostProblem& problem)
 {
     unreadable(kDataDb, problem.what(), findings);
-    return false;
 }
 
 // hasAlarms: the daemon could read its alarms. Without AlmUrl it never looks at them.
@@ -87,11 +83,11 @@ try
     {
         return true;
     }
-    CCheckDatabase db(kAlarmDb);
+    CHostDatabase db(kAlarmDb);
     hasAlarms = check_alarm_table(db, findings);
     return true;
 }
-catch (const CCheckProblem& problem)
+catch (const CHostProblem& problem)
 {
     unreadable(kAlarmDb, problem.what(), findings);
     return false;
@@ -108,23 +104,21 @@ void check_write_ahead_logs(const CIniFile& ini, int sqliteVersion, CFindings& f
     }
 }
 
-// False: a database that could be read before cannot be any more.
-bool check_all_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts, bool alarms,
-                      bool progress, CFindings& findings)
+void check_all_bodies(const CIniFile& ini, DataCheck& data, bool alarms, bool progress,
+                      CFindings& findings)
 try
 {
-    check_bodies(ini, iniTexts, alarms, progress, findings);
-    return true;
+    check_bodies(ini, data.iniTexts, *data.values, alarms, progress, findings);
 }
-catch (const CCliError& error)
+catch (const CCliError& error) // it could be read before
 {
     unreadable(kDataDb, error.what(), findings);
-    return false;
+    data.isReadable = false;
 }
 catch (const CppSQLite3Exception& error)
 {
     unreadable(kDataDb, error.errorMessage(), findings);
-    return false;
+    data.isReadable = false;
 }
 
 } // namespace
@@ -141,21 +135,28 @@ bool check_host(const CheckOptions& options, CFindings& findings)
     {
         return false;
     }
-    std::vector<std::string> iniTexts;
-    check_settings(ini, iniTexts, findings);
+    if (!options.away)
+    {
+        check_start(options.flash, findings);
+    }
+    DataCheck data;
+    check_settings(ini, data.iniTexts, findings);
     check_urls(ini, findings);
     check_ca(ini, findings);
 
     bool hasAlarms = false;
-    bool data = check_data(ini, iniTexts, findings);
+    check_data(ini, data, findings);
     const bool alarms = check_alarms(ini, hasAlarms, findings);
     check_write_ahead_logs(ini, options.sqliteVersion, findings);
-    data = data && check_all_bodies(ini, iniTexts, hasAlarms, options.progress, findings);
+    if (data.isReadable)
+    {
+        check_all_bodies(ini, data, hasAlarms, options.progress, findings);
+    }
     if (!options.offline)
     {
         check_servers(ini, findings);
     }
-    return data && alarms;
+    return data.isReadable && alarms;
 }
 
 } // namespace vkctl

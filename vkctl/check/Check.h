@@ -1,5 +1,5 @@
 // Everything that will surprise about one host, found without touching it: no file of the host is
-// opened to be written, none is made, nothing is sent but a handshake to https servers.
+// opened to be written, none is made, to servers a connection is made, and nothing is sent.
 #pragma once
 
 #include <sqlite3.h>
@@ -15,6 +15,8 @@ struct CheckOptions
 {
     std::string directory = ".";
     bool offline = false;                            // no server is asked
+    bool away = false;                               // what only the board can tell is left out
+    std::string flash = "/NandFlash";                // where the board's flash is mounted
     bool progress = false;                           // shown on standard error
     int sqliteVersion = sqlite3_libversion_number(); // of the library that is loaded
 };

@@ -1,13 +1,15 @@
 // The alarm table: whether alarms can be read, and whether each is posted and marked as sent.
+//
+// alarm-table, alarm-did.
 #pragma once
 
-#include "vkctl/check/CheckDatabase.h"
+#include "vkctl/base/HostDatabase.h"
 #include "vkctl/check/Finding.h"
 
 namespace vkctl
 {
 
-// alarm-table, alarm-did. False when no alarm could be read from the database.
-bool check_alarm_table(CCheckDatabase& db, CFindings& findings);
+// False when no alarm could be read from the database.
+bool check_alarm_table(CHostDatabase& db, CFindings& findings);
 
 } // namespace vkctl

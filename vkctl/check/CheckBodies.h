@@ -2,23 +2,35 @@
 // the encoding cannot say.
 //
 // body-full, value-unescaped, character-lost, text-not-utf8, name-twice, name-empty. One finding
-// for a column, not for a row. What vkApp.ini puts into bodies is looked at there, see
-// CheckTexts.h. Owns what it has seen; bodies and log lines come in the daemon's order.
+// for a column, not for a row.
 #pragma once
 
 #include <map>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
-#include "vkctl/check/CheckEncoding.h"
 #include "vkctl/check/CheckIni.h"
-#include "vkctl/check/CheckPosted.h"
+#include "vkctl/check/CheckTexts.h"
+#include "vkctl/check/CheckValues.h"
 #include "vkctl/check/Finding.h"
 #include "vkctl/preview/Preview.h"
 
 namespace vkctl
 {
+
+struct PostedText
+{
+    std::string_view text;
+    std::string_view table;
+    std::string_view column;
+    bool isName = false; // it is the column's name, and not a value in it
+};
+
+// In the order of the body. names: of devices, as discovery has read them from tbSM.
+std::vector<PostedText> posted_texts(const PreviewBody& body,
+                                     const std::map<int, std::string>& names);
 
 class CBodyCheck
 {
@@ -78,7 +90,7 @@ private:
 // Makes all bodies and checks them. The preview opens the databases: nobody else may have them
 // open. iniTexts: what of vkApp.ini has been looked at, see CheckTexts.h. progress: counted on
 // standard error. Throws CCliError as the preview does.
-void check_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts, bool alarms,
-                  bool progress, CFindings& findings);
+void check_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+                  CFieldValues& values, bool alarms, bool progress, CFindings& findings);
 
 } // namespace vkctl

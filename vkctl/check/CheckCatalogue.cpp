@@ -5,7 +5,9 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <set>
 
+#include "vkctl/check/CheckExtensions.h"
 #include "vkctl/check/CheckNames.h"
 
 namespace vkctl
@@ -14,39 +16,56 @@ namespace vkctl
 namespace
 {
 
-bool is_hidden(const std::string& name)
-{
-    return strncasecmp(name.c_str(), "tbSM", 4) == 0;
-}
-
 TableRole role_of(const CIniFile& ini, const std::string& name, bool view)
 {
     if (view)
     {
         return TableRole::kView;
     }
-    if (is_hidden(name))
+    switch (discovery_role(ini.Document(), name))
     {
+    case DiscoveryRole::kHidden:
         return TableRole::kHidden;
-    }
-    if (ini.Int("POST.Detail", name) >= 1)
-    {
+    case DiscoveryRole::kDetail:
         return TableRole::kDetail;
+    case DiscoveryRole::kGeneral:
+        return TableRole::kGeneral;
+    case DiscoveryRole::kDevice:
+        break;
     }
-    return ini.Int("POST.General", name) >= 1 ? TableRole::kGeneral : TableRole::kDevice;
+    return TableRole::kDevice;
 }
 
-// A view may be broken: it has no columns then.
-std::vector<std::string> columns_of(CCheckDatabase& db, const std::string& name)
+bool is_same_table(const std::string& a, const std::string& b)
 {
-    try
+    return strcasecmp(a.c_str(), b.c_str()) == 0;
+}
+
+// Whether the daemon reads the table by a name of its own, or as one that belongs to another.
+bool is_named(const CIniFile& ini, const std::string& name)
+{
+    std::vector<std::string> names = {kNamesTable, kInputTable, kOutputTable};
+    for (const std::string& key : ini.Keys("POST.Master"))
     {
-        return db.Names("select * from " + quoted(name) + " limit 0");
+        names.push_back(ini.Text("POST.Master", key));
     }
-    catch (const CCheckProblem&)
+    for (const ExtendedType& extended : extended_types(ini))
     {
-        return {};
+        names.insert(names.end(), extended.tables.begin(), extended.tables.end());
     }
+    return std::any_of(names.begin(), names.end(),
+                       [&](const std::string& one) { return is_same_table(one, name); });
+}
+
+// Columns, or why there are none: a view may be broken.
+void read_columns(CHostDatabase& db, HostTable& table)
+try
+{
+    table.columns = db.Names("select * from " + quoted(table.name) + " limit 0");
+}
+catch (const CHostProblem& problem)
+{
+    table.problem = problem.what();
 }
 
 // Whether SQL takes the whole text for one name.
@@ -61,6 +80,10 @@ bool is_one_name(const std::string& text)
 
 int HostTable::Find(const std::string& column) const
 {
+    if (!problem.empty())
+    {
+        return -1;
+    }
     const auto found = std::find_if(columns.begin(), columns.end(),
                                     [&](const std::string& one)
                                     { return strcasecmp(one.c_str(), column.c_str()) == 0; });
@@ -75,15 +98,23 @@ std::vector<std::string> HostTable::Lacks(const std::vector<std::string>& wanted
     return lacking;
 }
 
-CCatalogue::CCatalogue(CCheckDatabase& db, const CIniFile& ini)
+CCatalogue::CCatalogue(CHostDatabase& db, const CIniFile& ini)
 {
     for (const auto& row : db.Rows("select name,type='view' from sqlite_master"
                                    " where type in ('table','view')"))
     {
-        m_vTables.push_back({row[0], role_of(ini, row[0], row[1] == "1"), columns_of(db, row[0])});
+        m_vTables.push_back(
+            {row[0].text, role_of(ini, row[0].text, row[1].number != 0), {}, "", false});
+        read_columns(db, m_vTables.back());
     }
-    for (const HostTable& table : m_vTables)
+    for (HostTable& table : m_vTables)
     {
+        table.isRead = table.role == TableRole::kDevice || table.role == TableRole::kGeneral ||
+                       is_named(ini, table.name);
+        if (table.problem.empty() && table.isRead)
+        {
+            table.problem = db.ReadProblem("select * from " + quoted(table.name));
+        }
         if (table.role == TableRole::kDevice && table.Has("SID") && table.Has("Type"))
         {
             ReadTypes(db, table);
@@ -91,13 +122,16 @@ CCatalogue::CCatalogue(CCheckDatabase& db, const CIniFile& ini)
     }
 }
 
-void CCatalogue::ReadTypes(CCheckDatabase& db, const HostTable& table)
+void CCatalogue::ReadTypes(CHostDatabase& db, const HostTable& table)
 {
-    const std::string sql =
-        "select distinct coalesce(cast(Type as integer),0) from " + quoted(table.name);
-    for (const std::string& type : db.Column(sql))
+    std::set<int> types;
+    for (const auto& row : db.Rows("select distinct Type from " + quoted(table.name)))
     {
-        m_types[cell_number(type)].push_back(table.name);
+        types.insert(row[0].number);
+    }
+    for (const int type : types)
+    {
+        m_types[type].push_back(table.name);
     }
 }
 
@@ -110,9 +144,9 @@ const HostTable* CCatalogue::Find(const std::string& name) const
 
 const HostTable* CCatalogue::FindAnyCase(const std::string& name) const
 {
-    const auto found = std::find_if(m_vTables.begin(), m_vTables.end(),
-                                    [&](const HostTable& table)
-                                    { return strcasecmp(table.name.c_str(), name.c_str()) == 0; });
+    const auto found =
+        std::find_if(m_vTables.begin(), m_vTables.end(),
+                     [&](const HostTable& table) { return is_same_table(table.name, name); });
     return found != m_vTables.end() ? &*found : nullptr;
 }
 
@@ -173,22 +207,116 @@ void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const st
 {
     std::vector<std::string> candidates = catalogue.Names();
     candidates.insert(candidates.end(), others.begin(), others.end());
-    findings.Warning(ini.At(section, key), "key-unread",
+    findings.Warning(ini.At(section, key), FindingId::kKeyUnread,
                      "there is no table " + table + ", so " + key + " in section [" + section +
                          "] has no effect" + did_you_mean(likely_name(table, candidates)));
 }
 
-std::string name_problem(CCheckDatabase& db, const HostTable& table, const std::string& text)
+std::string name_problem(CHostDatabase& db, const HostTable& table, const std::string& text)
 {
     const bool isQuoted = strcasecmp(text.c_str(), table.name.c_str()) != 0;
-    std::string problem = table.columns.empty() ? "" : db.Problem("select * from " + text);
-    if (problem.empty() && !isQuoted && !is_one_name(text) && !table.columns.empty())
+    std::string problem = table.problem.empty() ? db.Problem("select * from " + text) : "";
+    if (problem.empty() && !isQuoted && !is_one_name(text) && table.problem.empty())
     {
         problem = "another table is read"; // that of its first word
     }
     return problem.empty()
                ? ""
                : "the name " + text + " does not stand in SQL without quotes (" + problem + ")";
+}
+
+namespace
+{
+
+bool is_within(const ColumnRange& range, int column)
+{
+    return column >= std::max(range.first, 0) && column < range.end;
+}
+
+} // namespace
+
+CTypeColumns::CTypeColumns(const CCatalogue& catalogue, const CIniFile& ini)
+{
+    AddDevices(catalogue, ini);
+    AddGenerals(catalogue, ini);
+    AddExtensions(catalogue, ini);
+}
+
+void CTypeColumns::Add(int type, const HostTable& table, const std::function<bool(int)>& isPosted)
+{
+    int at = 0;
+    for (const std::string& column : table.columns)
+    {
+        m_columns[type].push_back({column, table.name, isPosted(at)});
+        ++at;
+    }
+}
+
+void CTypeColumns::AddDevices(const CCatalogue& catalogue, const CIniFile& ini)
+{
+    for (const int type : catalogue.Types())
+    {
+        for (const HostTable* table : catalogue.OfType(type))
+        {
+            const ColumnRange range =
+                device_columns(ini.Document(), table->name,
+                               static_cast<int>(table->columns.size()) + kJoinedColumns);
+            Add(type, *table, [=](int at) { return is_within(range, at + kJoinedColumns); });
+        }
+    }
+}
+
+void CTypeColumns::AddGenerals(const CCatalogue& catalogue, const CIniFile& ini)
+{
+    for (const HostTable* table : catalogue.Of(TableRole::kGeneral))
+    {
+        const ColumnRange range =
+            general_columns(ini.Document(), table->name, static_cast<int>(table->columns.size()));
+        Add(setting_number(ini.Document(), SettingId::kGeneralType, table->name), *table,
+            [=](int at) { return is_within(range, at); });
+    }
+}
+
+void CTypeColumns::AddExtensions(const CCatalogue& catalogue, const CIniFile& ini)
+{
+    for (const ExtendedType& extended : extended_types(ini))
+    {
+        for (const std::string& key : extended.tables)
+        {
+            const HostTable* table = catalogue.FindSql(key);
+            if (table == nullptr || !catalogue.HasType(extended.type))
+            {
+                continue;
+            }
+            std::set<int64_t> posted;
+            for (const ExtensionColumn& one : extension_columns(
+                     ini.Document(), extended.type, key, ini.Int(extended.section, key),
+                     static_cast<int>(table->columns.size())))
+            {
+                if (one.isPosted)
+                {
+                    posted.insert(one.column);
+                }
+            }
+            Add(extended.type, *table, [&](int at) { return posted.count(at) != 0; });
+        }
+    }
+}
+
+const std::vector<TypeColumn>& CTypeColumns::Of(int type) const
+{
+    static const std::vector<TypeColumn> kNone;
+    const auto found = m_columns.find(type);
+    return found != m_columns.end() ? found->second : kNone;
+}
+
+std::vector<TypeColumn> CTypeColumns::Named(int type, const std::string& name) const
+{
+    std::vector<TypeColumn> found;
+    const std::vector<TypeColumn>& columns = Of(type);
+    std::copy_if(columns.begin(), columns.end(), std::back_inserter(found),
+                 [&](const TypeColumn& column) { return column.name == name; });
+    return found;
 }
 
 } // namespace vkctl

@@ -1,14 +1,17 @@
 // The tables of the data database and what vkApp.ini makes of each, as the daemon's discovery would
-// find them; with the types that the devices have.
+// find them; with the types that the devices have, and the columns that are rendered for a type.
 //
-// Read once; values only afterwards. CCheckProblem when the database cannot be asked.
+// Read once; values only afterwards. CHostProblem when the database cannot be asked.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
 #include <vector>
 
-#include "vkctl/check/CheckDatabase.h"
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
+#include "vkctl/base/HostDatabase.h"
 #include "vkctl/check/CheckIni.h"
 #include "vkctl/check/Finding.h"
 
@@ -29,8 +32,11 @@ struct HostTable
     std::string name;
     TableRole role = TableRole::kDevice;
     std::vector<std::string> columns; // as a query reports them
+    std::string problem;              // why it cannot be read, damaged or a broken view; or empty
+    bool isRead = false;              // by the daemon
 
-    // The column's position whatever its case, as the library finds it; -1 without one.
+    // The column's position whatever its case, as the library finds it; -1 without one, and in a
+    // table that cannot be read.
     int Find(const std::string& column) const;
     bool Has(const std::string& column) const { return Find(column) >= 0; }
     // Those of `wanted` that the table lacks.
@@ -40,7 +46,7 @@ struct HostTable
 class CCatalogue
 {
 public:
-    CCatalogue(CCheckDatabase& db, const CIniFile& ini);
+    CCatalogue(CHostDatabase& db, const CIniFile& ini);
 
     const std::vector<HostTable>& Tables() const { return m_vTables; } // in the schema's order
 
@@ -61,7 +67,7 @@ public:
     std::vector<int> Types() const;
 
 private:
-    void ReadTypes(CCheckDatabase& db, const HostTable& table);
+    void ReadTypes(CHostDatabase& db, const HostTable& table);
 
     std::vector<HostTable> m_vTables;
     std::map<int, std::vector<std::string>> m_types; // type -> device tables
@@ -75,12 +81,36 @@ void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const st
 
 // Why the daemon's SQL, in which `text` stands for the table without quotes, does not read it, as
 // "the name X ... (why)". Empty when it does, and for a table that nobody can read.
-std::string name_problem(CCheckDatabase& db, const HostTable& table, const std::string& text);
+std::string name_problem(CHostDatabase& db, const HostTable& table, const std::string& text);
 
-// The columns in front of a device table's values: they make the head and are not posted.
-constexpr int kLeadingColumns = 8;
+// A column of a table whose rows are posted for a type.
+struct TypeColumn
+{
+    std::string name;
+    std::string table;
+    bool posted; // false: it stands where no value is posted from
+};
 
-// Count of section POST.DO where it is not set.
-constexpr int kDefaultOutputs = 3;
+class CTypeColumns
+{
+public:
+    CTypeColumns(const CCatalogue& catalogue, const CIniFile& ini);
+
+    bool HasType(int type) const { return m_columns.count(type) != 0; }
+
+    // In the order of tables and columns; none for a type that nothing has.
+    const std::vector<TypeColumn>& Of(int type) const;
+
+    // Those of that name, spelled exactly so.
+    std::vector<TypeColumn> Named(int type, const std::string& name) const;
+
+private:
+    void Add(int type, const HostTable& table, const std::function<bool(int)>& isPosted);
+    void AddDevices(const CCatalogue& catalogue, const CIniFile& ini);
+    void AddGenerals(const CCatalogue& catalogue, const CIniFile& ini);
+    void AddExtensions(const CCatalogue& catalogue, const CIniFile& ini);
+
+    std::map<int, std::vector<TypeColumn>> m_columns;
+};
 
 } // namespace vkctl

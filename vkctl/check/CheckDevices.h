@@ -1,9 +1,10 @@
-// The identifiers of devices, inputs and cameras: no integers, doubled, unnamed, or taken by
-// something else.
+// Devices, inputs and cameras: whose SID is whose, which have no name, and which of their integers
+// the daemon reads as others. Every row counts as it does for the daemon's discovery.
 //
-// sid-twice, sid-taken, device-unnamed, and that of CheckIntegers.h. A few queries for each table,
-// none for each device.
+// sid-twice, sid-taken, device-unnamed, value-not-integer.
 #pragma once
+
+#include <string>
 
 #include "vkctl/check/CheckCatalogue.h"
 #include "vkctl/check/Finding.h"
@@ -11,7 +12,12 @@
 namespace vkctl
 {
 
-void check_devices(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+void check_devices(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                    CFindings& findings);
+
+// value-not-integer: rows of a table with SIDs that no query for the integer finds which the daemon
+// reads there. effect: what becomes of such a row ("is never posted").
+void check_lost_sids(CHostDatabase& db, const HostTable& table, const std::string& where,
+                     const std::string& effect, const Place& place, CFindings& findings);
 
 } // namespace vkctl

@@ -3,7 +3,6 @@
 #include <algorithm>
 #include <cstdint>
 
-#include "app/AppInternal.h"
 #include "vkctl/check/CheckNames.h"
 
 namespace vkctl
@@ -19,18 +18,11 @@ std::string text_of(int number)
     return std::to_string(number);
 }
 
-// One more than the number of the last column that may be posted, counted from 1.
-int64_t field_end(const CIniFile& ini, const std::string& section, const std::string& key)
-{
-    const int64_t count = ini.Int(section, key + kCountKey);
-    return count > 0 ? count + ini.Int(section, key) : count;
-}
-
 // One key of an extension section and all that belongs to it.
 class CExtensionCheck
 {
 public:
-    CExtensionCheck(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+    CExtensionCheck(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                     CFindings& findings, const ExtendedType& extended, std::string key)
         : m_db(db), m_catalogue(catalogue), m_ini(ini), m_findings(findings), m_extended(extended),
           m_strKey(std::move(key)), m_place(ini.At(extended.section, m_strKey))
@@ -42,6 +34,10 @@ public:
         check_integer(m_ini, m_extended.section, m_strKey, m_findings);
         check_integer(m_ini, m_extended.section, m_strKey + kCountKey, m_findings);
         const HostTable* table = m_catalogue.FindSql(m_strKey);
+        if (table != nullptr && !table->problem.empty())
+        {
+            return; // told already
+        }
         if (table == nullptr || !table->Has("Type"))
         {
             ReportMissing(table);
@@ -50,7 +46,7 @@ public:
         const std::string problem = name_problem(m_db, *table, m_strKey);
         if (!problem.empty())
         {
-            m_findings.Error(m_place, "table-name",
+            m_findings.Error(m_place, FindingId::kTableName,
                              problem + ": nothing of it is appended to the devices of type " +
                                  text_of(m_extended.type) + "; rename it");
             return;
@@ -64,7 +60,7 @@ private:
     void ReportMissing(const HostTable* table)
     {
         m_findings.Error(
-            m_place, "extension-missing",
+            m_place, FindingId::kExtensionMissing,
             (table == nullptr ? "there is no table " + m_strKey
                               : m_strKey + " has no column Type") +
                 ": nothing of it is appended to the devices of type " + text_of(m_extended.type) +
@@ -76,7 +72,7 @@ private:
         if (table.role == TableRole::kDevice || table.role == TableRole::kGeneral)
         {
             m_findings.Warning(
-                m_place, "table-twice",
+                m_place, FindingId::kTableTwice,
                 table.name + " extends the devices of type " + text_of(m_extended.type) +
                     " and is " +
                     (table.role == TableRole::kDevice ? "searched for devices"
@@ -87,8 +83,7 @@ private:
 
     int RowsOf(const HostTable& table, const std::string& type)
     {
-        return cell_number(
-            m_db.Value("select count(*) from " + quoted(table.name) + " where Type=" + type));
+        return m_db.Number("select count(*) from " + quoted(table.name) + " where Type=" + type);
     }
 
     void CheckRows(const HostTable& table)
@@ -99,7 +94,7 @@ private:
         {
             const bool isText = RowsOf(table, "'" + type + "'") > 0;
             m_findings.Warning(
-                m_place, "extension-empty",
+                m_place, FindingId::kExtensionEmpty,
                 isText
                     ? "the Type " + type + " of " + table.name +
                           " is stored as text, and an integer is asked for: nothing of it is "
@@ -109,7 +104,7 @@ private:
         }
         else if (rows > 1)
         {
-            m_findings.Warning(m_place, "extension-rows",
+            m_findings.Warning(m_place, FindingId::kExtensionRows,
                                table.name + " has " + text_of(rows) + " rows with Type " + type +
                                    ": only the first is used, whichever that is");
         }
@@ -163,17 +158,21 @@ private:
                                " refers to section [" + section +
                                "], which is not there: nothing is appended");
         }
-        const int64_t last = std::min(field_end(m_ini, m_extended.section, m_strKey) - 1,
-                                      static_cast<int64_t>(table.columns.size()));
-        for (const std::string& key : m_ini.Keys(section))
+        const auto columns = static_cast<int64_t>(table.columns.size());
+        const int64_t last = std::min(int64_t{m_ini.Int(m_extended.section, m_strKey + kCountKey)} +
+                                          m_ini.Int(m_extended.section, m_strKey) - 1,
+                                      columns);
+        for (const ExtensionColumn& one :
+             extension_columns(m_ini.Document(), m_extended.type, m_strKey,
+                               m_ini.Int(m_extended.section, m_strKey), static_cast<int>(columns)))
         {
-            check_integer(m_ini, section, key, m_findings);
-            const int column = m_ini.Int(section, key);
-            if (!key.empty() && (column < 1 || column > last))
+            check_integer(m_ini, section, one.key, m_findings);
+            if (!one.key.empty() && one.key[0] != '[' && !one.isPosted)
             {
-                Index(m_ini.At(section, key),
-                      key + "=" + text_of(column) + " is left out, with a log line each time: " +
-                          table.name + " and " + m_strKey + kCountKey + " allow the columns 1 to " +
+                Index(m_ini.At(section, one.key),
+                      one.key + "=" + text_of(m_ini.Int(section, one.key)) +
+                          " is left out, with a log line each time: " + table.name + " and " +
+                          m_strKey + kCountKey + " allow the columns 1 to " +
                           std::to_string(std::max<int64_t>(last, 0)));
             }
         }
@@ -181,10 +180,10 @@ private:
 
     void Index(const Place& place, const std::string& message)
     {
-        m_findings.Warning(place, "extension-index", message);
+        m_findings.Warning(place, FindingId::kExtensionIndex, message);
     }
 
-    CCheckDatabase& m_db;
+    CHostDatabase& m_db;
     const CCatalogue& m_catalogue;
     const CIniFile& m_ini;
     CFindings& m_findings;
@@ -201,7 +200,7 @@ void check_count_keys(const CIniFile& ini, const ExtendedType& extended, CFindin
         const bool isCount = table.size() < key.size();
         if (isCount && (table + kCountKey != key || !ini.Has(extended.section, table)))
         {
-            findings.Warning(ini.At(extended.section, key), "key-unread",
+            findings.Warning(ini.At(extended.section, key), FindingId::kKeyUnread,
                              "nothing reads " + key + ": section [" + extended.section +
                                  "] has no key " + table +
                                  did_you_mean(likely_name(table, extended.tables)));
@@ -227,7 +226,7 @@ std::vector<ExtendedType> extended_types(const CIniFile& ini)
         found.push_back({type, *section, {}});
         for (const std::string& key : ini.Keys(*section))
         {
-            if (key.find(kCountKey) == std::string::npos)
+            if (is_extension_key(key))
             {
                 found.back().tables.push_back(key);
             }
@@ -236,35 +235,7 @@ std::vector<ExtendedType> extended_types(const CIniFile& ini)
     return found;
 }
 
-std::vector<int> extension_columns(const CIniFile& ini, int type, const HostTable& table,
-                                   const std::string& key)
-{
-    const std::string section = kSectionStart + text_of(type);
-    const int first = ini.Int(section, key);
-    const int64_t end =
-        std::min(field_end(ini, section, key) - 1, static_cast<int64_t>(table.columns.size()));
-    std::vector<int> columns;
-    if (first >= 1)
-    {
-        for (int64_t column = int64_t{first} - 1; column < end; ++column)
-        {
-            columns.push_back(static_cast<int>(column));
-        }
-        return columns;
-    }
-    const std::string list = text_of(type) + "." + key;
-    for (const std::string& one : ini.Keys(list))
-    {
-        const int column = ini.Int(list, one);
-        if (column >= 1 && column <= end)
-        {
-            columns.push_back(column - 1);
-        }
-    }
-    return columns;
-}
-
-void check_extensions(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+void check_extensions(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                       CFindings& findings)
 {
     for (const ExtendedType& extended : extended_types(ini))
@@ -276,7 +247,7 @@ void check_extensions(CCheckDatabase& db, const CCatalogue& catalogue, const CIn
         }
         if (!catalogue.HasType(extended.type) && !extended.tables.empty())
         {
-            findings.Note(ini.At(extended.section, extended.tables[0]), "type-unused",
+            findings.Note(ini.At(extended.section, extended.tables[0]), FindingId::kTypeUnused,
                           "section [" + extended.section +
                               "] has no effect now: no device has "
                               "type " +

@@ -21,11 +21,7 @@ struct ExtendedType
 };
 std::vector<ExtendedType> extended_types(const CIniFile& ini);
 
-// The positions of the columns that an extension posts, counted from 0, as the daemon picks them.
-std::vector<int> extension_columns(const CIniFile& ini, int type, const HostTable& table,
-                                   const std::string& key);
-
-void check_extensions(CCheckDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
+void check_extensions(CHostDatabase& db, const CCatalogue& catalogue, const CIniFile& ini,
                       CFindings& findings);
 
 } // namespace vkctl

@@ -37,14 +37,14 @@ void check_key_line(const CIniFile& ini, const IniItem& item, CFindings& finding
     const std::string& line = ini.Line(item.line);
     if (item.line == 1 && begins_with(line, kBom) && line.substr(3, 1) == "[")
     {
-        findings.Error(place, "file-bom",
+        findings.Error(place, FindingId::kFileBom,
                        "the file begins with a byte order mark, so " + line.substr(3) +
                            " is no section header: its keys are not read; save the file without "
                            "one");
     }
     else if (begins_with(item.key, "["))
     {
-        findings.Error(place, "section-indented",
+        findings.Error(place, FindingId::kSectionIndented,
                        item.key +
                            " does not begin in the first column, so it is a key and no "
                            "section header: the keys below it " +
@@ -54,7 +54,7 @@ void check_key_line(const CIniFile& ini, const IniItem& item, CFindings& finding
     }
     else if (!item.hasEquals && !item.key.empty() && !begins_with(line, kBom))
     {
-        findings.Warning(place, "line-without-value",
+        findings.Warning(place, FindingId::kLineWithoutValue,
                          "\"" + item.key +
                              "\" has no \"=\": it is a key with an empty value; write " + item.key +
                              "=value, or a \";\" in the first column");
@@ -73,7 +73,7 @@ void check_empty_key(const CIniFile& ini, const IniItem& item, CFindings& findin
                                    ? "a key without a name, and in section [" + item.section +
                                          "] the daemon takes each key for a table or column"
                                    : "a key without a name, which nothing reads";
-    findings.Warning(ini.At(item.line), "key-empty",
+    findings.Warning(ini.At(item.line), FindingId::kKeyEmpty,
                      what + ": " + effect + "; remove the line, or begin it with \";\"");
 }
 
@@ -86,7 +86,7 @@ void check_cut(const CIniFile& ini, const IniItem& item, CFindings& findings)
         return;
     }
     findings.Warning(
-        ini.At(item.line), "value-cut",
+        ini.At(item.line), FindingId::kValueCut,
         std::string("\"") + line[at] + "\" begins a comment, also here: the value of " + item.key +
             " is \"" + item.value +
             "\"; no value can hold it, so write another character, or a blank in front "
@@ -98,7 +98,7 @@ void check_double(const CIniFile& ini, const IniItem& item, CFindings& findings)
     const int counts = ini.At(item.section, item.key).line;
     if (!item.key.empty() && counts != item.line)
     {
-        findings.Warning(ini.At(item.line), "key-twice",
+        findings.Warning(ini.At(item.line), FindingId::kKeyTwice,
                          item.key + " stands again in line " + std::to_string(counts) +
                              ", which counts; this line has no effect: remove one of them");
     }
@@ -121,7 +121,7 @@ void check_encoding(const CIniFile& ini, CFindings& findings)
         const std::string rest = more == 1  ? " (and 1 more line)"
                                  : more > 1 ? " (and " + std::to_string(more) + " more lines)"
                                             : "";
-        findings.Warning(ini.At(others[0]->line), "text-not-utf8",
+        findings.Warning(ini.At(others[0]->line), FindingId::kTextNotUtf8,
                          "the text of " + others[0]->key + rest +
                              " is not UTF-8: it would be posted as it is, or cut there where "
                              "Encoding asks for another one; save the file as UTF-8");
@@ -203,7 +203,7 @@ void check_ini_text(const CIniFile& ini, CFindings& findings)
 {
     if (!ini.IsReadable())
     {
-        findings.Error(ini.At(0), "file-unreadable",
+        findings.Error(ini.At(0), FindingId::kFileUnreadable,
                        "cannot be read: the daemon would take every default, have no URL and end; "
                        "start vkctl in the host's directory, or name it");
         return;

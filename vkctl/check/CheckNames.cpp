@@ -1,8 +1,7 @@
 #include "vkctl/check/CheckNames.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <climits>
+#include <charconv>
 #include <cstdlib>
 
 namespace vkctl
@@ -102,27 +101,44 @@ std::string shortened(const std::string& value)
     return value.substr(0, end) + "...";
 }
 
-std::string integer_problem(const std::string& text)
+bool is_misread(const HostCell& cell)
 {
+    const std::string blanks = " \t\r\n";
+    const size_t begin = cell.text.find_first_not_of(blanks);
+    if (begin == std::string::npos)
+    {
+        return false;
+    }
+    const size_t length = cell.text.find_last_not_of(blanks) + 1 - begin;
+    const std::string text = cell.text.substr(begin, length);
     char* end = nullptr;
-    errno = 0;
-    const long number = std::strtol(text.c_str(), &end, 10);
+    const double held = std::strtod(text.c_str(), &end); // exact for every integer of 32 bits
+    return *end != '\0' || held != cell.number;
+}
+
+std::string integer_advice(const std::string& column)
+{
+    return "make the column an INTEGER, or set it to cast(" + column + " as integer) there";
+}
+
+std::string integer_problem(const std::string& text, int taken)
+{
+    const std::string as = ": it is taken as " + std::to_string(taken);
     if (text.empty())
     {
-        return "is empty: it is taken as 0, and not as the default";
+        return "is empty" + as + ", and not as the default";
     }
-    if (end == text.c_str())
+    if (!is_misread({text, taken}))
     {
-        return "\"" + shortened(text) + "\" is no number: it is taken as 0, and not as the default";
+        return "";
     }
-    if (errno == ERANGE || number > INT_MAX || number < INT_MIN)
+    if (text.find_first_not_of("0123456789", text.find_first_of("+-") == 0 ? 1 : 0) ==
+        std::string::npos)
     {
-        return shortened(text) + " is beyond 32 bits: it is taken as " +
-               std::to_string(number > 0 ? INT_MAX : INT_MIN);
+        return shortened(text) + " is beyond 32 bits" + as;
     }
-    return *end != '\0' ? "\"" + shortened(text) + "\" is no number: it is taken as " +
-                              std::to_string(number)
-                        : "";
+    return "\"" + shortened(text) + "\" is no number" + as +
+           (taken == 0 ? ", and not as the default" : "");
 }
 
 void check_integer(const CIniFile& ini, const std::string& section, const std::string& key,
@@ -132,10 +148,10 @@ void check_integer(const CIniFile& ini, const std::string& section, const std::s
     {
         return;
     }
-    const std::string problem = integer_problem(ini.Text(section, key));
+    const std::string problem = integer_problem(ini.Text(section, key), ini.Int(section, key));
     if (!problem.empty())
     {
-        findings.Warning(ini.At(section, key), "integer-invalid",
+        findings.Warning(ini.At(section, key), FindingId::kIntegerInvalid,
                          key + " " + problem + "; write digits only");
     }
 }
@@ -150,12 +166,14 @@ bool strip_end(std::string& text, const std::string& end)
 
 bool read_plain_number(const std::string& text, int& number)
 {
-    const long value = std::strtol(text.c_str(), nullptr, 10);
-    if (value < INT_MIN || value > INT_MAX || std::to_string(value) != text)
+    int value = 0;
+    const char* const end = text.data() + text.size();
+    const auto [stop, error] = std::from_chars(text.data(), end, value);
+    if (error != std::errc() || stop != end || std::to_string(value) != text)
     {
         return false;
     }
-    number = static_cast<int>(value);
+    number = value;
     return true;
 }
 

@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "vkctl/base/HostDatabase.h"
 #include "vkctl/check/CheckIni.h"
 #include "vkctl/check/Finding.h"
 
@@ -24,8 +25,16 @@ std::string shortened_list(const std::vector<std::string>& names, std::size_t to
 // A value as a message quotes it: whole up to 60 bytes, else what fits of it and "...".
 std::string shortened(const std::string& value);
 
-// What is wrong with a text that is to be a number, and what it is taken as; empty when nothing is.
-std::string integer_problem(const std::string& text);
+// Whether the daemon, reading the cell as an integer, takes it for another value than it holds.
+// What holds nothing is 0, and not misread.
+bool is_misread(const HostCell& cell);
+
+// How to make an integer of a number that is stored as text, for the end of a message.
+std::string integer_advice(const std::string& column);
+
+// What is wrong with a text that is to be a number, with what it is taken as; empty when nothing
+// is.
+std::string integer_problem(const std::string& text, int taken);
 
 // integer-invalid for a key that is read as a number, if it is there.
 void check_integer(const CIniFile& ini, const std::string& section, const std::string& key,

@@ -1,11 +1,10 @@
 #include "vkctl/check/CheckSettings.h"
 
 #include <algorithm>
-#include <array>
 #include <set>
 
-#include "app/AppInternal.h"
-#include "vkctl/check/CheckEncoding.h"
+#include "app/AppHeadFormat.h"
+#include "app/AppSettings.h"
 #include "vkctl/check/CheckNames.h"
 #include "vkctl/check/CheckTexts.h"
 
@@ -16,24 +15,41 @@ namespace
 {
 
 constexpr char kPost[] = "POST";
-constexpr char kOutputs[] = "POST.DO";
 constexpr char kExtension[] = "POST.Ext.";
 constexpr char kBom[] = "\xEF\xBB\xBF";
-constexpr int kLongestTimeoutS = 2147483; // libcurl takes no more
 
-const std::vector<std::string>& post_keys()
+bool is_pattern(const std::string& name)
 {
-    static const std::vector<std::string> keys = {
-        "Url",  "AlmUrl",   "maxURLs", "CA",     "Timeout", "Delay",  "ReTbls", "Encoding",
-        "Dept", "DeptName", "Fmt0",    "State0", "State1",  "State2", "State3"};
-    return keys;
+    return name.find('<') != std::string::npos;
 }
 
-const std::vector<std::string>& plain_sections()
+// The sections that have one name, each once.
+std::vector<std::string> plain_sections()
 {
-    static const std::vector<std::string> sections = {kPost,         "POST.Detail", "POST.General",
-                                                      "POST.Master", "POST.xFld",   kOutputs};
+    std::vector<std::string> sections;
+    for (const Setting& row : all_settings())
+    {
+        if (!is_pattern(row.section) &&
+            std::find(sections.begin(), sections.end(), row.section) == sections.end())
+        {
+            sections.emplace_back(row.section);
+        }
+    }
     return sections;
+}
+
+// The keys of a section that have one name.
+std::vector<std::string> plain_keys(const std::string& section)
+{
+    std::vector<std::string> keys;
+    for (const Setting& row : all_settings())
+    {
+        if (row.section == section && !is_pattern(row.key))
+        {
+            keys.emplace_back(row.key);
+        }
+    }
+    return keys;
 }
 
 bool contains(const std::vector<std::string>& names, const std::string& name)
@@ -42,14 +58,6 @@ bool contains(const std::vector<std::string>& names, const std::string& name)
 }
 
 // --- Sections and keys that nothing reads --------------------------------------------------------
-
-bool is_url_key(const std::string& key)
-{
-    int number = 0;
-    const std::size_t at = key.find("Url");
-    const bool named = at == 0 || (at == 3 && key.compare(0, 3, "Alm") == 0);
-    return named && read_plain_number(key.substr(at + 3), number) && number > 0;
-}
 
 // "257.tbExtAir": the columns of an extension whose key says to look here.
 bool is_column_list(const CIniFile& ini, const std::string& section)
@@ -86,16 +94,17 @@ std::string section_reason(const CIniFile& ini, const std::string& section)
 
 void check_sections(const CIniFile& ini, CFindings& findings)
 {
+    const std::vector<std::string> plain = plain_sections();
     std::set<std::string> told;
     for (const IniItem& item : ini.Items())
     {
         const std::string& name = item.section;
-        if (item.kind != IniItemKind::kSection || contains(plain_sections(), name) ||
+        if (item.kind != IniItemKind::kSection || contains(plain, name) ||
             is_extension_section(name) || is_column_list(ini, name) || !told.insert(name).second)
         {
             continue;
         }
-        findings.Warning(ini.At(item.line), "section-unread",
+        findings.Warning(ini.At(item.line), FindingId::kSectionUnread,
                          "nothing reads section [" + name + "]" + section_reason(ini, name));
     }
 }
@@ -121,7 +130,7 @@ void check_homeless_keys(const CIniFile& ini, CFindings& findings)
         }
         if (item.kind == IniItemKind::kKey && !name.empty())
         {
-            findings.Warning(ini.At(item.line), "key-unread",
+            findings.Warning(ini.At(item.line), FindingId::kKeyUnread,
                              "nothing reads " + name +
                                  ": it stands in front of the first section; move it below [POST]");
             return;
@@ -129,130 +138,63 @@ void check_homeless_keys(const CIniFile& ini, CFindings& findings)
     }
 }
 
-void check_keys(const CIniFile& ini, const std::string& section,
-                const std::vector<std::string>& known, CFindings& findings)
+void check_keys(const CIniFile& ini, const std::string& section, CFindings& findings)
 {
     for (const std::string& key : ini.Keys(section))
     {
-        const bool read = contains(known, key) || (section == kPost && is_url_key(key));
-        if (!read)
+        if (find_setting(section, key) == nullptr)
         {
-            findings.Warning(ini.At(section, key), "key-unread",
+            findings.Warning(ini.At(section, key), FindingId::kKeyUnread,
                              "nothing reads " + key + " in section [" + section + "]" +
-                                 did_you_mean(likely_name(key, known)));
+                                 did_you_mean(likely_name(key, plain_keys(section))));
         }
     }
 }
 
 // --- Numbers -------------------------------------------------------------------------------------
 
-void check_numbers(const CIniFile& ini, CFindings& findings)
+void check_number(const CIniFile& ini, const Setting& row, CFindings& findings)
 {
-    for (const char* key : {"maxURLs", "Timeout", "Delay", "ReTbls"})
+    check_integer(ini, row.section, row.key, findings);
+    const int number = setting_number(ini.Document(), row.id);
+    const SettingRange* const range = setting_range(row.id, number);
+    if (range != nullptr)
     {
-        check_integer(ini, kPost, key, findings);
-    }
-    for (const char* key : {"Count", "Start"})
-    {
-        check_integer(ini, kOutputs, key, findings);
-    }
-}
-
-void out_of_range(const CIniFile& ini, const std::string& key, const std::string& effect,
-                  CFindings& findings)
-{
-    const char* section = ini.Has(kPost, key) ? kPost : kOutputs;
-    findings.Warning(ini.At(section, key), "value-range",
-                     key + "=" + std::to_string(ini.Int(section, key)) + ": " + effect);
-}
-
-void check_timeout(const CIniFile& ini, CFindings& findings)
-{
-    const int seconds = ini.Int(kPost, "Timeout", 15);
-    if (seconds == 0)
-    {
-        out_of_range(ini, "Timeout",
-                     "a transfer has no limit, and one server that never answers stops the daemon "
-                     "for good; write seconds from 1 up",
-                     findings);
-    }
-    else if (seconds < 0)
-    {
-        out_of_range(ini, "Timeout", "15 is taken instead; write seconds from 1 up", findings);
-    }
-    else if (seconds > kLongestTimeoutS)
-    {
-        out_of_range(ini, "Timeout",
-                     std::to_string(kLongestTimeoutS) + " is taken instead, that is 24 days",
-                     findings);
-    }
-}
-
-void check_ranges(const CIniFile& ini, CFindings& findings)
-{
-    check_timeout(ini, findings);
-    if (ini.Int(kPost, "Delay", 5000) <= 0)
-    {
-        out_of_range(
-            ini, "Delay",
-            "one sweep follows the other without a pause; write milliseconds, such as 5000",
-            findings);
-    }
-    if (ini.Int(kPost, "ReTbls") < 0)
-    {
-        out_of_range(ini, "ReTbls",
-                     "the tables are searched anew on every working pass; write 0 for never",
-                     findings);
-    }
-    if (ini.Int(kPost, "maxURLs", 1) > kMaxUrlKeys)
-    {
-        out_of_range(ini, "maxURLs",
-                     std::to_string(kMaxUrlKeys) +
-                         " are read, each with two log lines; write how many URLs there are",
-                     findings);
-    }
-    if (ini.Int(kOutputs, "Count", 3) < 0)
-    {
-        out_of_range(ini, "Count", "no output is posted; write 0 to say so", findings);
+        findings.Warning(ini.At(row.section, row.key), FindingId::kValueRange,
+                         std::string(row.key) + "=" + std::to_string(number) + ": " +
+                             range_effect(*range));
     }
 }
 
 // --- Head
 // -----------------------------------------------------------------------------------------
 
-// How many of the eight values a format takes that has passed.
-std::size_t conversions(const std::string& format)
+// How many of the values of a head a format takes that has passed.
+int head_values(const std::string& format)
 {
-    constexpr std::array<const char*, 9> kRests = {"%s%d%d%d%s%d%s%s",
-                                                   "%d%d%d%s%d%s%s",
-                                                   "%d%d%s%d%s%s",
-                                                   "%d%s%d%s%s",
-                                                   "%s%d%s%s",
-                                                   "%d%s%s",
-                                                   "%s%s",
-                                                   "%s",
-                                                   ""};
-    std::size_t taken = 0;
-    while (taken + 1 < kRests.size() && !head_format_problem(format + kRests[taken]).empty())
+    int taken = 0;
+    for (size_t at = format.find('%'); at != std::string::npos; at = format.find('%', at))
     {
-        ++taken;
+        const bool isPercent = format.compare(at, 2, "%%") == 0;
+        taken += isPercent ? 0 : 1;
+        at += isPercent ? 2 : read_conversion(format, at).text.size();
     }
     return taken;
 }
 
 void check_head(const CIniFile& ini, CFindings& findings)
 {
-    const std::string format = ini.Text(kPost, "Fmt0", kDefaultFmt0);
+    const std::string format = setting_text(ini.Document(), SettingId::kFmt0);
     const std::string problem = head_format_problem(format);
     const Place place = ini.At(kPost, "Fmt0");
     if (!problem.empty())
     {
-        findings.Error(place, "head-format-refused",
+        findings.Error(place, FindingId::kHeadFormatRefused,
                        "Fmt0 is refused and the default is used: " + problem);
     }
-    else if (conversions(format) < 2)
+    else if (head_values(format) < 2)
     {
-        findings.Warning(place, "head-short",
+        findings.Warning(place, FindingId::kHeadShort,
                          "Fmt0 takes fewer than two values: no body says which device it is of; "
                          "begin it with suid=%s&sid=%d");
     }
@@ -264,10 +206,20 @@ void check_settings(const CIniFile& ini, std::vector<std::string>& texts, CFindi
 {
     check_sections(ini, findings);
     check_homeless_keys(ini, findings);
-    check_keys(ini, kPost, post_keys(), findings);
-    check_keys(ini, kOutputs, {"Count", "Start"}, findings);
-    check_numbers(ini, findings);
-    check_ranges(ini, findings);
+    for (const std::string& section : plain_sections())
+    {
+        if (!plain_keys(section).empty()) // in others each key names a table or a column
+        {
+            check_keys(ini, section, findings);
+        }
+    }
+    for (const Setting& row : all_settings())
+    {
+        if (row.kind == SettingKind::kNumber && !is_pattern(row.section) && !is_pattern(row.key))
+        {
+            check_number(ini, row, findings);
+        }
+    }
     check_head(ini, findings);
     check_encoding(ini, findings);
     check_setting_texts(ini, texts, findings);

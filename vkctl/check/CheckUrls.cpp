@@ -5,9 +5,11 @@
 #include <algorithm>
 #include <cctype>
 #include <cstring>
+#include <map>
 #include <memory>
 
-#include "app/AppInternal.h"
+#include "app/AppPostConfig.h"
+#include "app/AppRules.h"
 #include "vkctl/check/CheckNames.h"
 
 namespace vkctl
@@ -23,112 +25,103 @@ struct UrlDeleter
     void operator()(CURLU* url) const { curl_url_cleanup(url); }
 };
 
-// Url or AlmUrl with its number: 0 is the one without. -1: no such key.
-int url_number(const std::string& key, const std::string& prefix)
-{
-    int number = -1;
-    if (key == prefix)
-    {
-        return 0;
-    }
-    const bool numbered = key.compare(0, prefix.size(), prefix) == 0 &&
-                          read_plain_number(key.substr(prefix.size()), number);
-    return numbered && number > 0 ? number : -1;
-}
-
 // How many of each list are read.
 int max_urls(const CIniFile& ini)
 {
-    return std::min(ini.Int(kPost, "maxURLs", 1), kMaxUrlKeys);
+    return taken_number(SettingId::kMaxUrls, setting_number(ini.Document(), SettingId::kMaxUrls));
 }
 
-// All that stands in the file under Url, Url1 ..., empty ones left out, in the order of numbers.
-std::vector<ConfiguredUrl> written_urls(const CIniFile& ini, const std::string& prefix)
+// The number of a key of the list: 0 is the one without. -1: no such key.
+int url_number(const std::string& key, UrlList list)
 {
-    std::vector<std::pair<int, ConfiguredUrl>> found;
+    const Setting* row = find_setting(kPost, key);
+    const bool isData = list == UrlList::kData;
+    if (row != nullptr && row->id == (isData ? SettingId::kUrl : SettingId::kAlmUrl))
+    {
+        return 0;
+    }
+    const bool isNumbered =
+        row != nullptr && row->id == (isData ? SettingId::kUrlN : SettingId::kAlmUrlN);
+    return isNumbered ? SimpleIni::Number(key.substr(key.find_first_of("0123456789"))) : -1;
+}
+
+// All that stands in the file for the list, empty ones left out, in the order of numbers.
+std::vector<WrittenUrl> written_urls(const CIniFile& ini, UrlList list)
+{
+    std::map<int, WrittenUrl> found;
     for (const std::string& key : ini.Keys(kPost))
     {
         const std::string url = ini.Text(kPost, key);
-        if (url_number(key, prefix) >= 0 && !url.empty())
+        const int number = url_number(key, list);
+        if (number >= 0 && !url.empty())
         {
-            found.push_back({url_number(key, prefix), {key, url, ini.At(kPost, key)}});
+            found[number] = {key, url, ini.At(kPost, key)};
         }
     }
-    std::sort(found.begin(), found.end(),
-              [](const auto& a, const auto& b) { return a.first < b.first; });
-    std::vector<ConfiguredUrl> urls;
+    std::vector<WrittenUrl> urls;
     std::transform(found.begin(), found.end(), std::back_inserter(urls),
                    [](const auto& entry) { return entry.second; });
     return urls;
 }
 
-// What the daemon's list holds: nothing at all when maxURLs is below 2.
-std::vector<ConfiguredUrl> listed_urls(const CIniFile& ini, const std::string& prefix)
+void check_unused(const CIniFile& ini, UrlList list, CFindings& findings)
 {
-    std::vector<ConfiguredUrl> urls;
-    for (const ConfiguredUrl& one : written_urls(ini, prefix))
+    for (const WrittenUrl& one : written_urls(ini, list))
     {
-        if (max_urls(ini) >= 2 && url_number(one.key, prefix) < max_urls(ini))
-        {
-            urls.push_back(one);
-        }
-    }
-    return urls;
-}
-
-void check_unused(const CIniFile& ini, const std::string& prefix, CFindings& findings)
-{
-    for (const ConfiguredUrl& one : written_urls(ini, prefix))
-    {
-        const int number = url_number(one.key, prefix);
+        const int number = url_number(one.key, list);
         if (number > 0 && number >= std::max(1, max_urls(ini)))
         {
             const std::string remedy =
                 number < kMaxUrlKeys ? "set maxURLs to " + std::to_string(number + 1) + " or more"
                                      : "give it a number below " + std::to_string(kMaxUrlKeys);
-            findings.Warning(one.place, "url-unused",
-                             one.key + " is not read: maxURLs is " +
-                                 std::to_string(ini.Int(kPost, "maxURLs", 1)) + "; " + remedy);
+            findings.Warning(
+                one.place, FindingId::kUrlUnused,
+                one.key + " is not read: maxURLs is " +
+                    std::to_string(setting_number(ini.Document(), SettingId::kMaxUrls)) + "; " +
+                    remedy);
         }
     }
 }
 
 void check_alarm_list(const CIniFile& ini, CFindings& findings)
 {
-    const std::vector<ConfiguredUrl> written = written_urls(ini, "AlmUrl");
+    const std::string fewest = std::to_string(kFewestMaxUrls);
+    const std::vector<WrittenUrl> written = written_urls(ini, UrlList::kAlarm);
     if (written.empty())
     {
         return;
     }
     if (ini.Text(kPost, "AlmUrl").empty())
     {
-        findings.Error(written[0].place, "alarm-url-unused",
+        findings.Error(written[0].place, FindingId::kAlarmUrlUnused,
                        written[0].key +
                            " is never used: without AlmUrl the daemon does not even read the "
                            "alarms; set AlmUrl");
     }
-    else if (listed_urls(ini, "AlmUrl").empty())
+    else if (url_lists(ini).alarms.empty())
     {
-        findings.Error(written[0].place, "alarm-url-unused",
-                       "AlmUrl is never posted to: with maxURLs below 2 there is no list of alarm "
-                       "URLs, and every alarm is marked as sent and goes nowhere; set maxURLs=2");
+        findings.Error(written[0].place, FindingId::kAlarmUrlUnused,
+                       "AlmUrl is never posted to: with maxURLs below " + fewest +
+                           " there is no list of alarm URLs, and every alarm is marked as sent and "
+                           "goes nowhere; set maxURLs=" +
+                           fewest);
     }
 }
 
 void check_targets(const CIniFile& ini, CFindings& findings)
 {
-    const std::vector<ConfiguredUrl> written = written_urls(ini, "Url");
+    const std::vector<WrittenUrl> written = written_urls(ini, UrlList::kData);
     const bool hasAlarms = !ini.Text(kPost, "AlmUrl").empty();
     const Place place = written.empty() ? ini.At(kPost, "Url") : written[0].place;
     if (ini.Text(kPost, "Url").empty() && !hasAlarms)
     {
-        findings.Error(place, "no-url",
+        findings.Error(place, FindingId::kNoUrl,
                        "neither Url nor AlmUrl is set in section [POST]: the daemon ends at start; "
                        "set Url (numbered ones alone are not enough)");
     }
     else if (url_lists(ini).data.empty())
     {
-        findings.Warning(place, "no-data-url",
+        findings.Warning(place, FindingId::kNoDataUrl,
                          written.empty()
                              ? "Url is empty: alarms are posted, readings and states go nowhere"
                              : written[0].key + " alone is never posted to: without Url, two "
@@ -137,17 +130,16 @@ void check_targets(const CIniFile& ini, CFindings& findings)
     }
 }
 
-void check_doubles(const std::vector<ConfiguredUrl>& list, CFindings& findings)
+void check_doubles(const std::vector<WrittenUrl>& list, CFindings& findings)
 {
     for (std::size_t i = 0; i < list.size(); ++i)
     {
         const auto end = list.begin() + static_cast<std::ptrdiff_t>(i);
-        const auto first =
-            std::find_if(list.begin(), end,
-                         [&](const ConfiguredUrl& other) { return other.url == list[i].url; });
+        const auto first = std::find_if(
+            list.begin(), end, [&](const WrittenUrl& other) { return other.url == list[i].url; });
         if (first != end)
         {
-            findings.Warning(list[i].place, "url-twice",
+            findings.Warning(list[i].place, FindingId::kUrlTwice,
                              list[i].key + " is the same as " + first->key +
                                  ": every body goes there twice; remove one of them");
         }
@@ -198,35 +190,35 @@ std::string written_scheme(const std::string& url)
     return url.substr(0, std::min(url.find_first_not_of('/', length + 1), url.size()));
 }
 
-void check_guessed(const ConfiguredUrl& one, const TakenUrl& taken, CFindings& findings)
+void check_guessed(const WrittenUrl& one, const TakenUrl& taken, CFindings& findings)
 {
     if (taken.scheme == "http" || taken.scheme == "https")
     {
-        findings.Warning(one.place, "url-scheme",
+        findings.Warning(one.place, FindingId::kUrlScheme,
                          one.key + " names no protocol: " + taken.scheme +
                              " is guessed; write it in front, such as http://" + one.url);
         return;
     }
-    findings.Error(one.place, "url-scheme",
+    findings.Error(one.place, FindingId::kUrlScheme,
                    one.key + " names no protocol: " + taken.scheme +
                        " is guessed, where nothing can be posted to; write http:// or https:// "
                        "in front");
 }
 
 // What stands in front of the host, of a URL that can be posted to.
-void check_slashes(const ConfiguredUrl& one, const TakenUrl& taken, const std::string& written,
+void check_slashes(const WrittenUrl& one, const TakenUrl& taken, const std::string& written,
                    CFindings& findings)
 {
     const auto slashes = std::count(written.begin(), written.end(), '/');
     if (slashes > 2)
     {
-        findings.Error(one.place, "url-scheme",
+        findings.Error(one.place, FindingId::kUrlScheme,
                        one.key + " has no host behind " + written.substr(0, written.size() - 1) +
                            ": libcurl takes " + taken.host + " for it; write the host there");
     }
     else if (taken.scheme == "https" && !is_https(one.url))
     {
-        findings.Warning(one.place, "url-scheme",
+        findings.Warning(one.place, FindingId::kUrlScheme,
                          one.key +
                              (slashes == 2 ? " does not spell https in small letters"
                                            : " has one slash behind https:") +
@@ -235,19 +227,19 @@ void check_slashes(const ConfiguredUrl& one, const TakenUrl& taken, const std::s
     }
     else if (slashes == 1)
     {
-        findings.Warning(one.place, "url-scheme",
+        findings.Warning(one.place, FindingId::kUrlScheme,
                          one.key + " has one slash behind " + taken.scheme +
                              ":, which libcurl takes for two; write " + taken.scheme + "://");
     }
 }
 
-void check_url(const ConfiguredUrl& one, CFindings& findings)
+void check_url(const WrittenUrl& one, CFindings& findings)
 {
     const TakenUrl taken = taken_url(one.url);
     const std::string written = written_scheme(one.url);
     if (!taken.problem.empty())
     {
-        findings.Error(one.place, "url-invalid",
+        findings.Error(one.place, FindingId::kUrlInvalid,
                        one.key + " is no URL (" + taken.problem + "): " + one.url +
                            "; every transfer to it fails");
     }
@@ -257,7 +249,7 @@ void check_url(const ConfiguredUrl& one, CFindings& findings)
     }
     else if (taken.scheme != "http" && taken.scheme != "https")
     {
-        findings.Error(one.place, "url-scheme",
+        findings.Error(one.place, FindingId::kUrlScheme,
                        one.key + " begins with " + written +
                            ", where nothing can be posted to; write http:// or https://");
     }
@@ -267,21 +259,20 @@ void check_url(const ConfiguredUrl& one, CFindings& findings)
     }
 }
 
-void check_tls(const CIniFile& ini, const std::vector<ConfiguredUrl>& urls, CFindings& findings)
+void check_tls(const CIniFile& ini, const std::vector<WrittenUrl>& urls, CFindings& findings)
 {
-    const auto secure =
-        std::find_if(urls.begin(), urls.end(),
-                     [](const ConfiguredUrl& one) { return is_https_server(one.url); });
+    const auto secure = std::find_if(
+        urls.begin(), urls.end(), [](const WrittenUrl& one) { return is_https_server(one.url); });
     const bool hasCa = !ini.Text(kPost, "CA").empty();
     if (secure != urls.end() && !hasCa)
     {
-        findings.Warning(secure->place, "tls-unverified",
+        findings.Warning(secure->place, FindingId::kTlsUnverified,
                          secure->key + " is https, but without CA nobody checks whose server it "
                                        "is; set CA to the authority's PEM file");
     }
     if (secure == urls.end() && hasCa)
     {
-        findings.Warning(ini.At(kPost, "CA"), "ca-unused",
+        findings.Warning(ini.At(kPost, "CA"), FindingId::kCaUnused,
                          "CA has no effect: no URL in use begins with https://");
     }
 }
@@ -300,40 +291,34 @@ bool is_https_server(const std::string& url)
 
 UrlLists url_lists(const CIniFile& ini)
 {
-    UrlLists lists;
-    lists.data = listed_urls(ini, "Url");
-    if (lists.data.size() < 2) // the transport takes Url itself then
+    const auto placed = [&](UrlList list)
     {
-        lists.data.clear();
-        const std::vector<ConfiguredUrl> written = written_urls(ini, "Url");
-        if (!written.empty() && written[0].key == "Url")
+        std::vector<WrittenUrl> urls;
+        for (const ConfiguredUrl& one : posted_urls(ini.Document(), list))
         {
-            lists.data.push_back(written[0]);
+            urls.push_back({one.key, one.url, ini.At(kPost, one.key)});
         }
-    }
-    if (!ini.Text(kPost, "AlmUrl").empty())
-    {
-        lists.alarms = listed_urls(ini, "AlmUrl");
-    }
-    return lists;
+        return urls;
+    };
+    return {placed(UrlList::kData), placed(UrlList::kAlarm)};
 }
 
 void check_urls(const CIniFile& ini, CFindings& findings)
 {
     check_targets(ini, findings);
-    check_unused(ini, "Url", findings);
+    check_unused(ini, UrlList::kData, findings);
     if (!ini.Text(kPost, "AlmUrl").empty())
     {
-        check_unused(ini, "AlmUrl", findings);
+        check_unused(ini, UrlList::kAlarm, findings);
     }
     check_alarm_list(ini, findings);
 
     const UrlLists lists = url_lists(ini);
     check_doubles(lists.data, findings);
     check_doubles(lists.alarms, findings);
-    std::vector<ConfiguredUrl> used = lists.data;
+    std::vector<WrittenUrl> used = lists.data;
     used.insert(used.end(), lists.alarms.begin(), lists.alarms.end());
-    for (const ConfiguredUrl& one : used)
+    for (const WrittenUrl& one : used)
     {
         check_url(one, findings);
     }

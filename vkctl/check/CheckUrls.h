@@ -14,7 +14,7 @@ namespace vkctl
 {
 
 // A URL and where it stands.
-struct ConfiguredUrl
+struct WrittenUrl
 {
     std::string key;
     std::string url;
@@ -23,8 +23,8 @@ struct ConfiguredUrl
 
 struct UrlLists
 {
-    std::vector<ConfiguredUrl> data;   // every reading goes to all of them
-    std::vector<ConfiguredUrl> alarms; // every alarm goes to all of them
+    std::vector<WrittenUrl> data;   // every reading goes to all of them
+    std::vector<WrittenUrl> alarms; // every alarm goes to all of them
 };
 
 UrlLists url_lists(const CIniFile& ini);

@@ -2,13 +2,9 @@
 
 #include <algorithm>
 #include <array>
-#include <stdexcept>
 #include <tuple>
-#include <utility>
 
 #include <nlohmann/json.hpp>
-
-#include "vkctl/check/FindingIds.h"
 
 namespace vkctl
 {
@@ -72,28 +68,24 @@ const char* severity_name(Severity severity)
     }
 }
 
-void CFindings::Error(const Place& place, const char* id, const std::string& message)
+void CFindings::Add(Severity severity, const Place& place, FindingId id, const std::string& message)
 {
-    Add({place, Severity::kError, id, message});
+    m_vFindings.push_back({place, severity, id, message});
 }
 
-void CFindings::Warning(const Place& place, const char* id, const std::string& message)
+void CFindings::Error(const Place& place, FindingId id, const std::string& message)
 {
-    Add({place, Severity::kWarning, id, message});
+    Add(Severity::kError, place, id, message);
 }
 
-void CFindings::Note(const Place& place, const char* id, const std::string& message)
+void CFindings::Warning(const Place& place, FindingId id, const std::string& message)
 {
-    Add({place, Severity::kNote, id, message});
+    Add(Severity::kWarning, place, id, message);
 }
 
-void CFindings::Add(Finding finding)
+void CFindings::Note(const Place& place, FindingId id, const std::string& message)
 {
-    if (std::find(kFindingIds.begin(), kFindingIds.end(), finding.id) == kFindingIds.end())
-    {
-        throw std::logic_error("no such finding: " + finding.id);
-    }
-    m_vFindings.push_back(std::move(finding));
+    Add(Severity::kNote, place, id, message);
 }
 
 std::vector<Finding> CFindings::Sorted() const
@@ -120,7 +112,7 @@ void print_findings(std::ostream& out, const CFindings& findings, bool color)
         const char* const tint = color ? severity_color(one.severity) : "";
         out << bold << place_text(one.place) << ":" << plain << " " << tint
             << severity_name(one.severity) << ":" << plain << " " << printable(one.message) << " ["
-            << one.id << "]\n";
+            << id_text(one.id) << "]\n";
     }
 }
 
@@ -133,7 +125,7 @@ void print_findings_json(std::ostream& out, const CFindings& findings)
         entry["file"] = one.place.file;
         entry["line"] = one.place.line > 0 ? nlohmann::ordered_json(one.place.line) : nullptr;
         entry["severity"] = severity_name(one.severity);
-        entry["id"] = one.id;
+        entry["id"] = id_text(one.id);
         entry["message"] = one.message;
         list.push_back(entry);
     }

@@ -1,12 +1,13 @@
 // What a check has found: where, how bad, which kind, and what to do about it.
 //
-// A CFindings owns its list. Values only; nothing fails but an identifier that FindingIds.h does
-// not list, which is a fault of the program (std::logic_error). One thread at a time.
+// A CFindings owns its list. Values only; nothing fails. One thread at a time.
 #pragma once
 
 #include <ostream>
 #include <string>
 #include <vector>
+
+#include "vkctl/check/FindingIds.h"
 
 namespace vkctl
 {
@@ -31,16 +32,17 @@ struct Finding
 {
     Place place;
     Severity severity = Severity::kWarning;
-    std::string id; // of FindingIds.h; a paragraph of docs/check.md explains it
+    FindingId id; // a paragraph of docs/check.md explains it
     std::string message;
 };
 
 class CFindings
 {
 public:
-    void Error(const Place& place, const char* id, const std::string& message);
-    void Warning(const Place& place, const char* id, const std::string& message);
-    void Note(const Place& place, const char* id, const std::string& message);
+    void Add(Severity severity, const Place& place, FindingId id, const std::string& message);
+    void Error(const Place& place, FindingId id, const std::string& message);
+    void Warning(const Place& place, FindingId id, const std::string& message);
+    void Note(const Place& place, FindingId id, const std::string& message);
 
     // vkApp.ini first, then the other files by name; lines in order; what was found first first.
     std::vector<Finding> Sorted() const;
@@ -49,8 +51,6 @@ public:
     bool Empty() const { return m_vFindings.empty(); }
 
 private:
-    void Add(Finding finding);
-
     std::vector<Finding> m_vFindings;
 };
 

@@ -3,8 +3,8 @@
 #include <strings.h>
 
 #include "vkctl/base/CliError.h"
+#include "vkctl/base/HostDatabase.h"
 #include "vkctl/preview/PreviewRecorder.h"
-#include "vkdb/Sqlite.h"
 
 namespace vkctl
 {
@@ -14,16 +14,6 @@ namespace
 
 constexpr int kJoinedColumns = 4; // Name, Note, Tag1, ASubSys
 constexpr int kNoQuery = -1;      // what is done outside of a query
-
-[[noreturn]] void refuse(const std::string& path, int code, const std::string& message)
-{
-    const bool unfinished = code == SQLITE_READONLY || code == SQLITE_CANTOPEN;
-    throw CCliError(path + ": " + message +
-                        (unfinished ? "\nIs it there, and readable for this user? Or did a process "
-                                      "crash while writing it? Then its next writer undoes that."
-                                    : ""),
-                    kExitFile);
-}
 
 // The word behind "from", which is how the poster writes all its queries.
 std::string table_of(const std::string& sql)
@@ -43,17 +33,11 @@ std::string table_of(const std::string& sql)
 CPreviewDatabase::CPreviewDatabase(const std::string& path, int busyMs)
 try : m_db(path, busyMs, vkdb::CDatabase::Policy::kNoTouch)
 {
-    // A query and not Open, which would wait for a lock just as long and not tell the reason.
-    const int query = m_db.QryExec("select 1 from sqlite_master", -1);
-    if (query < 0)
-    {
-        refuse(path, SQLITE_BUSY, "locked by another process for too long; try again");
-    }
-    m_db.QryFree(query);
+    require_readable(m_db, path);
 }
-catch (const CppSQLite3Exception& e)
+catch (const CHostProblem& problem)
 {
-    refuse(path, e.errorCode(), e.errorMessage());
+    throw CCliError(path + ": " + problem.what(), kExitFile);
 }
 
 template <typename Operation> auto CPreviewDatabase::Tell(int iqry, Operation operation)

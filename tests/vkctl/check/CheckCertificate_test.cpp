@@ -5,7 +5,7 @@
 #include <openssl/pem.h>
 
 #include "tests/vkctl/check/CheckTest.h"
-#include "vkctl/check/CheckCertificate.h"
+#include "vkctl/check/CheckServers.h"
 
 using namespace vkctl;
 using testing::MatchesRegex;

@@ -17,7 +17,7 @@ namespace
 
 Outcome check_run(const CCheckedHost& host, std::vector<std::string> options = {})
 {
-    options.insert(options.begin(), {VKCTL_PROGRAM, "check", host.Dir(), "--offline"});
+    options.insert(options.begin(), {VKCTL_PROGRAM, "check", host.Dir(), "--offline", "--away"});
     return run_program(options);
 }
 
@@ -127,7 +127,7 @@ TEST(CheckCommandTest, FindingsThatCannotBeWrittenAreAFailure)
 {
     const CCheckedHost host({"POST/Dealy=100"});
     std::vector<std::string> command = {VKCTL_PROGRAM, "check", host.Dir()};
-    for (const char* option : {"--offline", "--json"})
+    for (const char* option : {"--away", "--offline", "--json"})
     {
         command.emplace_back(option);
         const Outcome outcome = run_program(command, "/dev/full");
@@ -154,7 +154,8 @@ TEST(CheckCommandTest, JsonIsOneDocument)
 TEST(CheckCommandTest, ColoursAreForTerminalsAndForThoseWhoWantThem)
 {
     const CCheckedHost host({"POST/Dealy=100"});
-    const std::vector<std::string> arguments = {VKCTL_PROGRAM, "check", host.Dir(), "--offline"};
+    const std::vector<std::string> arguments = {VKCTL_PROGRAM, "check", host.Dir(), "--offline",
+                                                "--away"};
     EXPECT_THAT(terminal_output(arguments, "NO_COLOR="), HasSubstr("\033[1;35mwarning:\033[0m "));
     EXPECT_THAT(terminal_output(arguments, "NO_COLOR=1"), Not(HasSubstr("\033[")));
     EXPECT_THAT(terminal_output(arguments, "TERM=dumb"), Not(HasSubstr("\033[")));
@@ -164,7 +165,8 @@ TEST(CheckCommandTest, ColoursAreForTerminalsAndForThoseWhoWantThem)
 TEST(CheckCommandTest, ATerminalSeesTheProgress)
 {
     const CCheckedHost host;
-    const std::vector<std::string> arguments = {VKCTL_PROGRAM, "check", host.Dir(), "--offline"};
+    const std::vector<std::string> arguments = {VKCTL_PROGRAM, "check", host.Dir(), "--offline",
+                                                "--away"};
     EXPECT_THAT(terminal_output(arguments, "NO_COLOR="), HasSubstr("\r      1 of 20 devices\r"));
     EXPECT_THAT(check_run(host).err, Not(HasSubstr("devices")));
 }
@@ -173,7 +175,8 @@ TEST(CheckCommandTest, TheHelpTeaches)
 {
     const Outcome outcome = run_program({VKCTL_PROGRAM, "check", "--help"});
     EXPECT_EQ(outcome.exitStatus, 0);
-    for (const char* text : {"--strict", "--offline", "--json", "Examples:", "Exit status:"})
+    for (const char* text :
+         {"--strict", "--offline", "--away", "--json", "Examples:", "Exit status:"})
     {
         EXPECT_THAT(outcome.out, HasSubstr(text));
     }

@@ -60,6 +60,10 @@ std::vector<CheckCase> unread_cases()
 
 std::vector<CheckCase> mode_cases()
 {
+    const std::string loose =
+        "data: create table x as select * from tbBatCell; drop table tbBatCell; create table "
+        "tbBatCell(SID,Addr,State,Vol,Reg,Tem); insert into tbBatCell select "
+        "SID,Addr,State,Vol,Reg,Tem from x; drop table x;";
     return {
         {"detail-mode-unknown",
          {"POST.Detail/tbUpsItem=104"},
@@ -92,6 +96,18 @@ std::vector<CheckCase> mode_cases()
          "vkApp.ini:N: warning: tbBatCell.Vol holds \"2.25\", and mode 100 prints integers: it is "
          "posted as 2",
          {"data: update tbBatCell set Vol=2.0 where Addr=1"}},
+        {"value-not-integer",
+         {"data: update tbBatCell set Vol=4294967303 where Addr=1"},
+         "vkApp.ini:N: warning: tbBatCell.Vol holds \"4294967303\", and mode 100 prints integers: "
+         "it is posted as 7",
+         {"data: update tbBatCell set Vol=7 where Addr=1"}},
+        {"value-not-integer",
+         {loose + "update tbBatCell set SID=''||SID where SID=1003"},
+         "vkApp.ini:N: warning: tbBatCell.SID holds \"1003\", \"1003\", \"1003\" and 21 more, "
+         "stored "
+         "as text: rows are asked for by an integer, and such a one is appended to no device; make "
+         "the column an INTEGER, or set it to cast(SID as integer) there",
+         {loose + "update tbBatCell set SID=SID+0 where SID=1003"}},
         {"value-not-integer",
          {"data: update tbBatCell set Vol=printf('%.61c','z') where Addr=1"},
          "vkApp.ini:N: warning: tbBatCell.Vol holds \"" + std::string(60, 'z') +
@@ -177,7 +193,7 @@ std::vector<CheckCase> master_cases()
         {"master-columns",
          {"POST.Master/tbTempHum.flds=5"},
          "vkApp.ini:N: warning: tbTempHum.flds=5, but tbTempHum has 4 columns behind the first "
-         "eight: all of them are posted",
+         "8: all of them are posted",
          {"POST.Master/tbTempHum.flds=4"}},
         {"master-columns",
          {"POST.Master/tbTempHum.flds=-1"},

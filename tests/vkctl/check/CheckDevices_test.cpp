@@ -7,6 +7,8 @@ namespace
 
 const std::string kAdd = "data: insert into tbTempHum(SID,Type,State,DateUpd) values";
 
+const std::string kCamera = "(a camera: Kind=3072 and State=0 and DataMode=1)";
+
 const std::string kTaken = "0 is the host's own status, 1 are its outputs, from 900 up are the "
                            "general tables; choose another SID";
 
@@ -36,6 +38,20 @@ std::vector<CheckCase> row_cases()
          "tmp/dbDat0.db3: warning: SID 1001 of tbUps stands in tbTempHum too, with a State below "
          "0, so it is not posted",
          {kAdd + "(7001,2049,-1,'')"}},
+        {"sid-twice",
+         {"data: create table tbX(SID,Type,A,B,State,D,DateUpd,E,F); insert into tbX(SID,State) "
+          "values(4294968297,0)"},
+         "tmp/dbDat0.db3: warning: SID 1001 of tbUps stands in tbX too, in a form that is read as "
+         "this number and never found again, so it is not posted",
+         {"data: create table tbX(SID,Type,A,B,State,D,DateUpd,E,F); insert into tbX(SID,State) "
+          "values(4294968297,0); update tbUps set State=-1 where SID=1001"}},
+        {"sid-twice",
+         {"data: create table tbX(SID,Type,A,B,State,D,DateUpd,E,F); insert into tbX(SID,State) "
+          "values('1001',0),('1011',0)"},
+         "tmp/dbDat0.db3: warning: SIDs 1001 and 1011 of tbUps stand in tbX too, in a form that is "
+         "read as these numbers and never found again, so they are not posted",
+         {"data: create table tbX(SID,Type,A,B,State,D,DateUpd,E,F); insert into tbX(SID,State) "
+          "values('10010',0)"}},
         {"sid-twice",
          {make + "(7,0),(7,0),(7,0)"},
          "tmp/dbDat0.db3: warning: SID 7 stands in several rows of tbX: only the first is posted",
@@ -122,19 +138,22 @@ std::vector<CheckCase> taken_cases()
          {input + "1001,State=-1 where SID=101"}},
         {"sid-taken",
          {"data: update tbSM set SID=0 where SID=501"},
-         "tmp/dbDat0.db3: warning: SID 0 of tbSM (a camera: Kind 3072) is posted for something "
-         "else as well: " +
+         "tmp/dbDat0.db3: warning: SID 0 of tbSM " + kCamera +
+             " is posted for something "
+             "else as well: " +
              kTaken,
          {"data: update tbSM set SID=0,DataMode=0 where SID=501"}},
         {"sid-taken",
          {camera + "1 where SID in (1001,1011)"},
-         "tmp/dbDat0.db3: warning: SIDs 1001 and 1011 of tbSM (a camera: Kind 3072) are posted for "
-         "tbUps as well; choose another SID",
+         "tmp/dbDat0.db3: warning: SIDs 1001 and 1011 of tbSM " + kCamera +
+             " are posted for "
+             "tbUps as well; choose another SID",
          {camera + "0 where SID in (1001,1011)"}},
         {"sid-taken",
          {input + "501 where SID=101"},
-         "tmp/dbDat0.db3: warning: SID 501 of tbSM (a camera: Kind 3072) is posted for "
-         "tbSubSysDetail as well; choose another SID",
+         "tmp/dbDat0.db3: warning: SID 501 of tbSM " + kCamera +
+             " is posted for "
+             "tbSubSysDetail as well; choose another SID",
          {input + "501 where SID=101", "data: update tbSM set State=1 where SID=501"}},
     };
 }
@@ -158,6 +177,24 @@ std::vector<CheckCase> integer_cases()
          "tmp/dbDat0.db3: warning: tbUps.Type of SID 1011 holds \"UPS\", which is no integer of "
          "32 bits: it is read as 0",
          {"data: update tbUps set Type='UPS',State=-1 where SID=1011"}},
+        {"value-not-integer",
+         {"data: update tbUps set Type=null where SID=1011"},
+         "tmp/dbDat0.db3: warning: tbUps.Type of SID 1011 holds nothing: it is read as 0",
+         {"data: update tbUps set Type=null,State=-1 where SID=1011"}},
+        {"value-not-integer",
+         {"data: update tbUps set State=1e20 where SID=1011"},
+         "tmp/dbDat0.db3: warning: tbUps.State of SID 1011 holds \"1.0e+20\", which is no integer "
+         "of 32 bits: it is read as -1",
+         {"data: update tbUps set State=1e0 where SID=1011"}},
+        {"value-not-integer",
+         {"data: create table x as select * from tbSM; drop table tbSM; create table tbSM(SID,Kind,"
+          "Type,Name,Note,Tag1,ASubSys,State,DataMode,SerDef,LastUpd); insert into tbSM select "
+          "SID,Kind,Type,Name,Note,Tag1,ASubSys,State,DataMode,SerDef,LastUpd from x; drop table x;"
+          "update tbSM set SID=''||SID where SID=501"},
+         "tmp/dbDat0.db3: warning: tbSM.SID holds \"501\", stored as text: rows are asked for by "
+         "an integer, and such a one is never posted; make the column an INTEGER, or set it to "
+         "cast(SID as integer) there",
+         {"data: update tbSM set SID=''||SID where SID=501"}},
         {"value-not-integer",
          {"data: update tbUps set Type=4294967553 where SID=1011"},
          "tmp/dbDat0.db3: warning: tbUps.Type of SID 1011 holds \"4294967553\", which is no "

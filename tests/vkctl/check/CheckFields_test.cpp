@@ -5,7 +5,7 @@
 #include <map>
 
 #include "tests/vkctl/check/CheckTest.h"
-#include "vkctl/check/CheckLabels.h"
+#include "vkctl/check/CheckFields.h"
 
 using namespace vkctl;
 
@@ -136,6 +136,21 @@ std::vector<CheckCase> text_label_cases()
          "vkApp.ini:N: warning: tbUps.Run holds no value in a row: it is taken as 0 and posted as "
          "\"off\"",
          {"data: update tbUps set Run=null", "POST.xFld/257.Run0="}},
+        {"value-not-integer",
+         {"data: update tbUps set Tem=1e20", "POST.xFld/257.Tem=1", "POST.xFld/257.Temx=?"},
+         "vkApp.ini:N: warning: tbUps.Tem holds \"1.0e+20\", and kind 1 reads numbers: it is taken "
+         "as -1",
+         {"data: update tbUps set Tem=1e2", "POST.xFld/257.Tem=1", "POST.xFld/257.Temx=?"}},
+        {"value-not-integer",
+         {"data: update tbUps set Tem=9e999", "POST.xFld/257.Tem=1", "POST.xFld/257.Temx=?"},
+         "vkApp.ini:N: warning: tbUps.Tem holds \"Inf\", and kind 1 reads numbers: it is taken as "
+         "-1",
+         {"data: update tbUps set Tem=null", "POST.xFld/257.Tem=1", "POST.xFld/257.Temx="}},
+        {"value-not-integer",
+         {"data: update tbUps set Run=4294967298 where SID=1001"},
+         "vkApp.ini:N: warning: tbUps.Run holds \"4294967298\", and kind 1 reads numbers: it is "
+         "taken as 2",
+         {"data: update tbUps set Run=2 where SID=1001"}},
         {"value-not-integer",
          {"data: update tbUps set Tem=31.5", "POST.xFld/257.Tem=1", "POST.xFld/257.Temx=?"},
          "vkApp.ini:N: warning: tbUps.Tem holds \"31.5\", and kind 1 reads numbers: it is taken as "

@@ -1,4 +1,4 @@
-// Findings about https servers, with real ones on the loopback.
+// Findings about servers, with real ones on the loopback.
 
 #include <gmock/gmock.h>
 #include <httplib.h>
@@ -44,7 +44,7 @@ protected:
     std::string Check(const std::string& name, const std::string& authority, bool offline = false)
     {
         const CCheckedHost host({"POST/Url=https://" + name + ":" + port + "/data",
-                                 "POST/CA=ca.pem", "write ca.pem " + authority});
+                                 "POST/AlmUrl=", "POST/CA=ca.pem", "write ca.pem " + authority});
         return printed(host.Findings(offline));
     }
 
@@ -79,7 +79,7 @@ public:
     {
         const std::string file = "write ca.pem " + Pem();
         const CCheckedHost host({"POST/Url=https://" + Name() + "/data",
-                                 trusted ? "POST/CA=ca.pem" : "POST/CA=", file});
+                                 "POST/AlmUrl=", trusted ? "POST/CA=ca.pem" : "POST/CA=", file});
         return printed(host.Findings(false));
     }
 
@@ -172,9 +172,35 @@ TEST_F(CheckServersTest, AServerThatIsNotThereIsUnreachableAndOfflineNobodyAsks)
     EXPECT_THAT(Check("127.0.0.1", authority, true), Not(HasSubstr("server-unreachable")));
 }
 
-TEST_F(CheckServersTest, AServerWithoutEncryptionIsNotAsked)
+TEST_F(CheckServersTest, AServerWithoutEncryptionIsConnectedToAndIsSentNothing)
+{
+    httplib::Server plain;
+    int requests = 0;
+    plain.set_pre_routing_handler(
+        [&](const httplib::Request&, httplib::Response&)
+        {
+            ++requests;
+            return httplib::Server::HandlerResponse::Handled;
+        });
+    const int plainPort = plain.bind_to_any_port("127.0.0.1");
+    std::thread thread([&] { plain.listen_after_bind(); });
+    const CCheckedHost host(
+        {"POST/Url=http://127.0.0.1:" + std::to_string(plainPort) + "/data", "POST/AlmUrl="});
+    EXPECT_EQ(printed(host.Findings(false)), "");
+    plain.stop();
+    thread.join();
+    EXPECT_EQ(requests, 0);
+}
+
+TEST_F(CheckServersTest, EachServerThatIsNotThereIsToldOnce)
 {
     server.reset();
-    const CCheckedHost host({"POST/Url=http://127.0.0.1:" + port + "/data"});
-    EXPECT_TRUE(host.Findings(false).Empty());
+    const std::string url = "http://127.0.0.1:" + port;
+    const CCheckedHost host({"POST/maxURLs=2", "POST/Url=" + url + "/data",
+                             "POST/Url1=" + url + "/more", "POST/AlmUrl=" + url + "/alarm"});
+    const std::string text = printed(host.Findings(false));
+    EXPECT_THAT(text, HasSubstr("warning: Url cannot be reached now: Failed to connect to "
+                                "127.0.0.1"));
+    EXPECT_THAT(text, Not(HasSubstr("Url1 cannot be reached")));
+    EXPECT_THAT(text, Not(HasSubstr("AlmUrl cannot be reached")));
 }

@@ -2,6 +2,8 @@
 
 #include <gmock/gmock.h>
 
+#include <climits>
+
 #include "tests/vkctl/check/CheckTest.h"
 #include "vkctl/check/CheckNames.h"
 
@@ -206,12 +208,12 @@ TEST(CheckNamesTest, TheLikelyNameIsASlipAway)
 
 TEST(CheckNamesTest, NumbersAreReadAsTheDaemonReadsThem)
 {
-    EXPECT_EQ(integer_problem("12abc"), "\"12abc\" is no number: it is taken as 12");
-    EXPECT_EQ(integer_problem("-99999999999999999999"),
+    EXPECT_EQ(integer_problem("12abc", 12), "\"12abc\" is no number: it is taken as 12");
+    EXPECT_EQ(integer_problem("-99999999999999999999", INT_MIN),
               "-99999999999999999999 is beyond 32 bits: it is taken as -2147483648");
     for (const char* text : {"0", "-5", "+5", "007", "2147483647"})
     {
-        EXPECT_EQ(integer_problem(text), "") << text;
+        EXPECT_EQ(integer_problem(text, std::stoi(text)), "") << text;
     }
 }
 

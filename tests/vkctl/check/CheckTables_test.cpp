@@ -26,6 +26,9 @@ std::vector<CheckCase> file_cases()
 {
     const std::string view =
         "alarms: alter table tbSMAlarm rename to x; create view tbSMAlarm as select * from x";
+    const std::string unsent = "alarms: update tbSMAlarm set AFld=DID<>6";
+    const std::string pass = ": it is posted anew at each signal, and the alarms behind it never "
+                             "are; let the trigger pass updates of AFld";
     return {
         {"database-unreadable",
          {"remove tmp/dbDat0.db3"},
@@ -68,6 +71,23 @@ std::vector<CheckCase> file_cases()
          "make tbSMAlarm a plain table",
          {view, "alarms: create trigger t instead of update on tbSMAlarm begin update x set "
                 "AFld=new.AFld where DID=old.DID; end"}},
+        {"alarm-table",
+         {unsent, "alarms: create trigger t before update on tbSMAlarm when old.DID=6 begin select "
+                  "raise(abort,'not by hand'); end"},
+         "tmp/dbData.db3: error: a trigger refuses that the alarm with DID 6 is marked as sent "
+         "(not "
+         "by hand)" +
+             pass,
+         {unsent, "alarms: create table own(n); create trigger t after update on tbSMAlarm begin "
+                  "insert into own values(new.DID); end"}},
+        {"alarm-table",
+         {unsent, "alarms: create trigger t after update on tbSMAlarm begin update tbSMAlarm set "
+                  "AFld=0 where DID=new.DID; end"},
+         "tmp/dbData.db3: error: a trigger refuses that the alarm with DID 6 is marked as sent (it "
+         "is undone)" +
+             pass,
+         {"alarms: update tbSMAlarm set AFld=1", "alarms: create trigger t before update on "
+                                                 "tbSMAlarm begin select raise(ignore); end"}},
     };
 }
 
@@ -153,7 +173,7 @@ std::vector<CheckCase> required_cases()
         {"table-required",
          {"data: alter table tbSubSysDetail rename column LastUpd to X"},
          "tmp/dbDat0.db3: error: tbSubSysDetail has no column LastUpd: each digital input fails "
-         "three times a sweep, 2 s apart",
+         "3 times a sweep, 2 s apart",
          {"data: alter table tbSubSysDetail add column DateUpd"}},
         {"table-required",
          {"data: alter table tbDio drop column DateUpd"},
@@ -176,6 +196,19 @@ std::vector<CheckCase> required_cases()
          "the search for them " +
              kStall,
          {"data: delete from tbSubSysDetail"}},
+        {"table-unreadable",
+         {"data: create index ix on tbUps(SID); pragma writable_schema=1; update sqlite_master set "
+          "rootpage=(select rootpage from sqlite_master where name='ix') where name='tbUps'"},
+         "tmp/dbDat0.db3: error: tbUps cannot be read (database disk image is malformed; put a "
+         "sound copy in its place): what it holds is posted in part or not at all",
+         {"data: create index ix on tbUps(SID)"}},
+        {"table-unreadable",
+         {"data: alter table tbDio rename to x; create view tbDio as select * from x; drop table "
+          "x"},
+         "tmp/dbDat0.db3: error: tbDio cannot be read (no such table: main.x): what it holds is "
+         "posted in part or not at all",
+         {"data: create table x(SID, Type, State, DateUpd); create view tbOwn as select * from x;"
+          "drop table x"}},
         {"no-device-table",
          {std::string("data: drop table tbUps;") + kDevices},
          "tmp/dbDat0.db3: error: there is no device table, which " + kStall +
@@ -212,7 +245,7 @@ std::vector<CheckCase> search_cases()
         {"table-name",
          {"data: create table \"tbUps old\" as select * from tbUps"},
          "tmp/dbDat0.db3: error: the name tbUps old does not stand in SQL without quotes (another "
-         "table is read): its own devices are not found, and those of that table fail three times "
+         "table is read): its own devices are not found, and those of that table fail 3 times "
          "a sweep, 2 s apart, and are not posted, unless it was made later; if it is no device "
          "table, list it in section [POST.Detail]: tbUps old=1",
          {"data: create table \"tbUps old\" as select * from tbUps", "POST.Detail/tbUps old=1"}},
@@ -229,18 +262,18 @@ std::vector<CheckCase> search_cases()
          {"data: alter table tbSM rename to x; alter table x rename to TBSM"}},
         {"device-columns",
          {"data: alter table tbTempHum drop column DateUpd"},
-         "tmp/dbDat0.db3: error: tbTempHum has no column DateUpd: each of its devices fails three "
+         "tmp/dbDat0.db3: error: tbTempHum has no column DateUpd: each of its devices fails 3 "
          "times a sweep, 2 s apart, and is not posted; if it is no device table, list it in "
          "section [POST.Detail]: tbTempHum=1",
          {"data: alter table tbTempHum drop column DateOk"}},
         {"device-layout",
          {"data: create table tbX(SID, Type, A, B, C, D, DateUpd, F, State)"},
-         "tmp/dbDat0.db3: warning: State stands behind the eighth column of tbX: the first eight "
-         "are taken for the head, so it is posted as a value, and a value among the eight is not",
+         "tmp/dbDat0.db3: warning: State stands behind column 8 of tbX: the first 8 "
+         "are taken for the head, so it is posted as a value, and a value among the first is not",
          {"data: create table tbX(SID, Type, A, B, C, D, DateUpd, State, F)"}},
         {"device-layout",
          {"data: create table tbX(SID, Type, State, DateUpd, Val)"},
-         "tmp/dbDat0.db3: note: tbX has no column behind the first eight, which are taken for the "
+         "tmp/dbDat0.db3: note: tbX has no column behind the first 8, which are taken for the "
          "head: no value of it is posted",
          {"data: create table tbX(SID, Type, State, DateUpd, A, B, C, D, Val)"}},
     };

@@ -84,6 +84,8 @@ CCheckedHost::CCheckedHost(const std::vector<std::string>& edits)
 {
     static const CTestRoom room;
     fs::copy(room.Dir(), Dir(), fs::copy_options::recursive);
+    fs::create_directories(Path("flash/tmp"));
+    fs::create_symlink(VK_DB_LIBRARY, Path("libvkdb.so"));
     for (const std::string& edit : edits)
     {
         Edit(edit);
@@ -97,7 +99,7 @@ std::vector<std::string> CCheckedHost::Files() const
     {
         if (entry.is_regular_file())
         {
-            files.push_back(fs::relative(entry.path(), Dir()).string());
+            files.push_back(entry.path().lexically_relative(Dir()).string());
         }
     }
     std::sort(files.begin(), files.end());
@@ -123,6 +125,7 @@ void CCheckedHost::Edit(const std::string& edit)
     else if (is_command(edit, "write ", rest))
     {
         const std::size_t blank = rest.find(' ');
+        fs::remove(Path(rest.substr(0, blank))); // what a link leads to stays as it is
         write_file(Path(rest.substr(0, blank)), rest.substr(blank + 1));
     }
     else if (is_command(edit, "+", rest))
@@ -147,6 +150,7 @@ vkctl::CFindings CCheckedHost::Findings(bool offline, int sqliteVersion) const
     options.sqliteVersion = sqliteVersion;
     options.directory = Dir();
     options.offline = offline;
+    options.flash = "flash";
     vkctl::check_host(options, findings);
     fs::current_path(before);
     return findings;

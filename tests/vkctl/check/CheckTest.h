@@ -1,4 +1,4 @@
-// A host to be checked: the sample room with a few lines or rows changed, and what the check says
+// A host to be checked: the sample room on a board, with a few lines or rows changed, and what the check says
 // about it. The table of all findings, each with what brings it about and what nearly does.
 #pragma once
 
@@ -62,6 +62,7 @@ void PrintTo(const CheckCase& one, std::ostream* out); // in the name of a faile
 
 std::vector<CheckCase> joined(const std::vector<std::vector<CheckCase>>& parts);
 
+std::vector<CheckCase> start_cases();
 std::vector<CheckCase> text_cases();
 std::vector<CheckCase> setting_cases();
 std::vector<CheckCase> url_cases();

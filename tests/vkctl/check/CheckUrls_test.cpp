@@ -147,10 +147,10 @@ std::vector<CheckCase> tls_cases()
     };
 }
 
-std::vector<std::string> urls(const std::vector<ConfiguredUrl>& list)
+std::vector<std::string> urls(const std::vector<WrittenUrl>& list)
 {
     std::vector<std::string> found;
-    for (const ConfiguredUrl& one : list)
+    for (const WrittenUrl& one : list)
     {
         found.push_back(one.url);
     }

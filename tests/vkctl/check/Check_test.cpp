@@ -7,7 +7,7 @@
 #include <set>
 
 #include "tests/vkctl/check/CheckTest.h"
-#include "vkctl/check/CheckWriteAheadLog.h"
+#include "vkctl/check/CheckStart.h"
 #include "vkctl/check/FindingIds.h"
 
 namespace
@@ -15,8 +15,9 @@ namespace
 
 std::vector<CheckCase> all_cases()
 {
-    return joined({text_cases(), setting_cases(), url_cases(), certificate_cases(), table_cases(),
-                   device_cases(), detail_cases(), extension_cases(), field_cases(), body_cases()});
+    return joined({start_cases(), text_cases(), setting_cases(), url_cases(), certificate_cases(),
+                   table_cases(), device_cases(), detail_cases(), extension_cases(), field_cases(),
+                   body_cases()});
 }
 
 std::set<std::string> all_ids()
@@ -88,8 +89,8 @@ TEST(CheckTest, NothingOfTheHostIsChanged)
     EXPECT_EQ(read_file(host.Path("vkApp.ini")), ini);
     EXPECT_EQ(read_file(host.Path("tmp/dbDat0.db3")), data);
     EXPECT_EQ(read_file(host.Path("tmp/dbData.db3")), alarms);
-    EXPECT_EQ(host.Files(),
-              (std::vector<std::string>{"tmp/dbDat0.db3", "tmp/dbData.db3", "vkApp.ini"}));
+    EXPECT_EQ(host.Files(), (std::vector<std::string>{"libvkdb.so", "tmp/dbDat0.db3",
+                                                      "tmp/dbData.db3", "vkApp.ini"}));
 }
 
 TEST(CheckTest, AWriteAheadLogIsLeftAsItIs)

@@ -264,7 +264,7 @@ TEST_F(PreviewCommand, WhatCannotBeReadIsAFileError)
     EXPECT_EQ(run_vkctl({"preview", host.File("none")}).exitStatus, 74);
     const CommandResult shown = Run({});
     EXPECT_EQ(shown.exitStatus, 74);
-    EXPECT_THAT(shown.err, HasSubstr("tmp/dbDat0.db3: unable to open"));
+    EXPECT_THAT(shown.err, HasSubstr("tmp/dbDat0.db3: No such file or directory"));
 }
 
 TEST_F(PreviewCommand, MissingAlarmDatabaseMattersToAlarmsOnly)

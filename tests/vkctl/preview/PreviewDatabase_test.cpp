@@ -115,16 +115,18 @@ TEST_F(PreviewDatabase, NothingIsWritten)
 
 TEST_F(PreviewDatabase, MissingFileIsNamed)
 {
-    EXPECT_THAT(Refused(host.File("tmp/none.db3")),
-                AllOf(HasSubstr("74 " + host.File("tmp/none.db3") + ": unable to open"),
-                      HasSubstr("Is it there, and readable for this user?")));
+    EXPECT_EQ(Refused(host.File("tmp/none.db3")),
+              "74 " + host.File("tmp/none.db3") +
+                  ": No such file or directory; start the process that makes it, or name the "
+                  "host's directory");
 }
 
 TEST_F(PreviewDatabase, FileThatIsNoDatabaseIsNamed)
 {
     write_file(host.File("tmp/text.db3"), std::string(5000, 'x'));
     EXPECT_EQ(Refused(host.File("tmp/text.db3")),
-              "74 " + host.File("tmp/text.db3") + ": file is not a database");
+              "74 " + host.File("tmp/text.db3") +
+                  ": file is not a database; put a sound copy in its place");
 }
 
 TEST_F(PreviewDatabase, LockedFileIsNamed)
