@@ -71,7 +71,7 @@ void create_table(CNewDb& db, const CBenchTable& table)
     std::string sql = std::string("create table ") + table.name +
                       "(SID integer primary key, Type integer, Port integer, Addr integer,"
                       " State integer, ErrCnt integer, DateUpd text, DateOk text";
-    for (int i = 0; i < table.columnCount; ++i)
+    for (int i = 0; i < table.column_count; ++i)
     {
         const CBenchColumn& column = table.columns[i];
         sql += std::string(", ") + column.name +
@@ -84,13 +84,13 @@ void insert_device(CNewDb& db, const CBenchTable& table, int sid)
 {
     const std::string id = std::to_string(sid);
     const std::string type = std::to_string(table.type);
-    db.Exec("insert into tbSM values(" + id + ",1," + type + ",'" + table.deviceName + id +
+    db.Exec("insert into tbSM values(" + id + ",1," + type + ",'" + table.device_name + id +
             "','second row',2,1,0,1,'','2024-05-01 12:00:00')");
 
     std::string sql = std::string("insert into ") + table.name + " values(" + id + "," + type +
                       ",1," + std::to_string(sid % 32) + "," + std::to_string(sid % 3) +
                       ",0,'2024-05-01 12:00:00','2024-05-01 12:00:00'";
-    for (int i = 0; i < table.columnCount; ++i)
+    for (int i = 0; i < table.column_count; ++i)
     {
         sql += ",'" + reading(table.columns[i], sid, i) + "'";
     }
@@ -142,7 +142,7 @@ void write_value_table(std::ostream& ini, const CBenchTable& table, const CBench
     {
         ini << key << "00=" << kNoBits << "\n";
     }
-    for (int i = 0; i < column.labelCount; ++i)
+    for (int i = 0; i < column.label_count; ++i)
     {
         ini << key << i << "=" << column.labels[i] << "\n";
     }
@@ -150,7 +150,7 @@ void write_value_table(std::ostream& ini, const CBenchTable& table, const CBench
 
 } // namespace
 
-CBenchRoom::CBenchRoom(int devices, const std::string& dbLibrary) : m_devices(devices)
+CBenchRoom::CBenchRoom(int devices, const std::string& db_library) : m_devices(devices)
 {
     const std::filesystem::path temporary = std::filesystem::temp_directory_path();
     std::string name = temporary / "vkbench.XXXXXX";
@@ -160,7 +160,7 @@ CBenchRoom::CBenchRoom(int devices, const std::string& dbLibrary) : m_devices(de
     }
     m_dir = name;
     std::filesystem::create_directory(m_dir + "/tmp");
-    std::filesystem::create_symlink(dbLibrary, m_dir + "/libvkdb.so");
+    std::filesystem::create_symlink(db_library, m_dir + "/libvkdb.so");
     write_data(m_dir + "/tmp/dbDat0.db3", devices);
     write_alarms(m_dir + "/tmp/dbData.db3");
 }
@@ -194,7 +194,7 @@ void CBenchRoom::Configure(const std::vector<std::string>& urls) const
     ini << "[POST.Detail]\ntbSubSysDetail=1\ntbDio=1\n[POST.xFld]\n";
     for (const CBenchTable& table : kBenchTables)
     {
-        for (int i = 0; i < table.columnCount; ++i)
+        for (int i = 0; i < table.column_count; ++i)
         {
             write_value_table(ini, table, table.columns[i]);
         }

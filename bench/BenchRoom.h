@@ -12,7 +12,7 @@ class CBenchRoom
 {
 public:
     // The database library is linked into the directory, where the daemon looks for it.
-    CBenchRoom(int devices, const std::string& dbLibrary);
+    CBenchRoom(int devices, const std::string& db_library);
     ~CBenchRoom();
     CBenchRoom(const CBenchRoom&) = delete;
     CBenchRoom& operator=(const CBenchRoom&) = delete;

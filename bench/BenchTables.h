@@ -22,16 +22,16 @@ struct CBenchColumn
     const char* name;
     CValueKind kind = CValueKind::kText;
     const char* const* labels = nullptr;
-    int labelCount = 0;
+    int label_count = 0;
 };
 
 struct CBenchTable
 {
     const char* name;
     int type;
-    const char* deviceName; // a number is put behind it
+    const char* device_name; // a number is put behind it
     const CBenchColumn* columns;
-    int columnCount;
+    int column_count;
 };
 
 namespace bench_tables

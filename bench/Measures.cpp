@@ -78,19 +78,19 @@ template <typename Left, typename Right> CPairs together(int rounds, Left left, 
 
 // Both at once, but body by body in turns. The two take the order of their run.
 template <typename Left, typename Right>
-CPairs in_turns(int rounds, int leftSweeps, Left left, int rightSweeps, Right right)
+CPairs in_turns(int rounds, int left_sweeps, Left left, int right_sweeps, Right right)
 {
     CPairs pairs;
     for (int round = 0; round < rounds; ++round)
     {
         CTurns turns;
-        CRunOrder leftOrder = sweeps(leftSweeps);
-        CRunOrder rightOrder = sweeps(rightSweeps);
-        leftOrder.turns = &turns;
-        rightOrder.turns = &turns;
-        rightOrder.side = 1;
+        CRunOrder left_order = sweeps(left_sweeps);
+        CRunOrder right_order = sweeps(right_sweeps);
+        left_order.turns = &turns;
+        right_order.turns = &turns;
+        right_order.side = 1;
         const CPairs one = together(
-            1, [&] { return left(leftOrder); }, [&] { return right(rightOrder); });
+            1, [&] { return left(left_order); }, [&] { return right(right_order); });
         pairs.left.push_back(one.left.front());
         pairs.right.push_back(one.right.front());
     }
@@ -138,21 +138,21 @@ CFigure cpu_figure(const std::string& what, const CPairs& pairs, double budget)
 
 Figures cpu_per_body(const CPrograms& programs, const CEffort& effort)
 {
-    const CBenchRoom room(effort.devices, programs.dbLibrary);
-    const CBenchRoom twin(effort.devices, programs.dbLibrary);
+    const CBenchRoom room(effort.devices, programs.db_library);
+    const CBenchRoom twin(effort.devices, programs.db_library);
     const CPairs pairs = in_turns(
         effort.rounds, 1,
-        [&](const CRunOrder& order) { return run_daemon(programs.daemonNoPause, room, order); }, 1,
-        [&](const CRunOrder& order) { return run_least(programs.least, twin, order); });
+        [&](const CRunOrder& order) { return run_daemon(programs.daemon_no_pause, room, order); },
+        1, [&](const CRunOrder& order) { return run_least(programs.least, twin, order); });
     return {cpu_figure("CPU per body, daemon to least program", pairs, kCpuBudget)};
 }
 
 Figures real_pauses(const CPrograms& programs, const CEffort& effort)
 {
-    const CBenchRoom room(effort.pausedDevices, programs.dbLibrary);
-    const CBenchRoom twin(effort.pausedDevices, programs.dbLibrary);
+    const CBenchRoom room(effort.paused_devices, programs.db_library);
+    const CBenchRoom twin(effort.paused_devices, programs.db_library);
     CRunOrder paused = sweeps(1);
-    paused.leastPauseMs = static_cast<int>(kPauseMs);
+    paused.least_pause_ms = static_cast<int>(kPauseMs);
     const CPairs pairs = together(
         std::min(effort.rounds, 5), [&] { return run_daemon(programs.daemon, room, sweeps(1)); },
         [&] { return run_least(programs.least, twin, paused); });
@@ -172,26 +172,26 @@ namespace
 
 // A sweep posted to several sinks at once, as the last of them sees it.
 CRun run_to_several(const CPrograms& programs, const CBenchRoom& room,
-                    const std::vector<int>& delaysMs)
+                    const std::vector<int>& delays_ms)
 {
     CRunWatch watch(room, 1);
     std::vector<std::unique_ptr<CSink>> sinks;
     std::vector<std::string> urls;
-    for (size_t i = 0; i < delaysMs.size(); ++i)
+    for (size_t i = 0; i < delays_ms.size(); ++i)
     {
-        const bool last = i + 1 == delaysMs.size();
-        const auto onBody = [&watch, last](const std::string& body)
+        const bool last = i + 1 == delays_ms.size();
+        const auto on_body = [&watch, last](const std::string& body)
         {
             if (last)
             {
                 watch.OnBody(body);
             }
         };
-        sinks.push_back(std::make_unique<CSink>(onBody, std::chrono::milliseconds(delaysMs[i])));
+        sinks.push_back(std::make_unique<CSink>(on_body, std::chrono::milliseconds(delays_ms[i])));
         urls.push_back(sinks.back()->Url());
     }
     room.Configure(urls);
-    const CBoxed boxed({programs.daemonNoPause}, room.Dir());
+    const CBoxed boxed({programs.daemon_no_pause}, room.Dir());
     watch.Attach(boxed);
     watch.Wait();
     CRun run;
@@ -206,7 +206,7 @@ Figures several_urls(const CPrograms& programs, const CEffort& effort)
     static const std::vector<int> kDelaysMs{0, 25, 50, 75, 100};
     static const std::vector<int> kSlowestMs{100};
     constexpr int kDevices = 20;
-    const CBenchRoom room(kDevices, programs.dbLibrary);
+    const CBenchRoom room(kDevices, programs.db_library);
     const CPairs pairs = alternate(
         std::min(effort.rounds, 3), [&] { return run_to_several(programs, room, kDelaysMs); },
         [&] { return run_to_several(programs, room, kSlowestMs); });
@@ -219,23 +219,23 @@ Figures several_urls(const CPrograms& programs, const CEffort& effort)
 Figures peak_memory(const CPrograms& programs, const CEffort&)
 {
     constexpr int kDevices = 1000;
-    const CBenchRoom room(kDevices, programs.dbLibrary);
-    long daemonKib = 0;
-    long leastKib = 0;
+    const CBenchRoom room(kDevices, programs.db_library);
+    long daemon_kib = 0;
+    long least_kib = 0;
     CRunOrder order = sweeps(2);
-    order.beforeItEnds = [&](const CBoxed& boxed)
+    order.before_it_ends = [&](const CBoxed& boxed)
     {
-        daemonKib = boxed.StatusKib("VmHWM");
+        daemon_kib = boxed.StatusKib("VmHWM");
     };
-    run_daemon(programs.daemonNoPause, room, order);
-    order.beforeItEnds = [&](const CBoxed& boxed)
+    run_daemon(programs.daemon_no_pause, room, order);
+    order.before_it_ends = [&](const CBoxed& boxed)
     {
-        leastKib = boxed.StatusKib("VmHWM");
+        least_kib = boxed.StatusKib("VmHWM");
     };
     run_least(programs.least, room, order);
 
-    const auto daemon = static_cast<double>(daemonKib) / 1024;
-    const auto least = static_cast<double>(leastKib) / 1024;
+    const auto daemon = static_cast<double>(daemon_kib) / 1024;
+    const auto least = static_cast<double>(least_kib) / 1024;
     return {{"peak memory of 1000 devices above least program", daemon - least, "MiB",
              kMemoryBudgetMib, text("%.2f MiB to %.2f MiB", daemon, least)}};
 }
@@ -243,18 +243,18 @@ Figures peak_memory(const CPrograms& programs, const CEffort&)
 Figures large_room(const CPrograms& programs, const CEffort& effort)
 {
     constexpr int kSmall = 100;
-    const CBenchRoom large(effort.largeRoom, programs.dbLibrary);
-    const CBenchRoom small(kSmall, programs.dbLibrary);
+    const CBenchRoom large(effort.large_room, programs.db_library);
+    const CBenchRoom small(kSmall, programs.db_library);
     const auto run_in = [&](const CBenchRoom& room)
     {
         return [&](const CRunOrder& order)
         {
-            return run_daemon(programs.daemonNoPause, room, order);
+            return run_daemon(programs.daemon_no_pause, room, order);
         };
     };
     const CPairs pairs =
-        in_turns(effort.rounds, 1, run_in(large), effort.largeRoom / kSmall, run_in(small));
-    return {cpu_figure(text("CPU per body, %.0f devices to 100", effort.largeRoom), pairs,
+        in_turns(effort.rounds, 1, run_in(large), effort.large_room / kSmall, run_in(small));
+    return {cpu_figure(text("CPU per body, %.0f devices to 100", effort.large_room), pairs,
                        kLargeRoomBudget)};
 }
 
@@ -262,17 +262,17 @@ Figures growth(const CPrograms& programs, const CEffort& effort)
 {
     constexpr int kDevices = 500;
     constexpr int kWarmSweeps = 20; // by then every buffer has had its largest body
-    const CBenchRoom room(kDevices, programs.dbLibrary);
-    const int sweepsInAll = std::max(4, effort.posts / kDevices);
-    const int warm = std::min(sweepsInAll / 2, kWarmSweeps);
+    const CBenchRoom room(kDevices, programs.db_library);
+    const int sweeps_in_all = std::max(4, effort.posts / kDevices);
+    const int warm = std::min(sweeps_in_all / 2, kWarmSweeps);
     double kib[2] = {0, 0};
     double descriptors[2] = {0, 0};
 
-    CRunWatch watch(room, sweepsInAll);
+    CRunWatch watch(room, sweeps_in_all);
     watch.LookAtSweepEnds(
         [&](int sweep, const CBoxed& program)
         {
-            if (sweep == warm || sweep == sweepsInAll)
+            if (sweep == warm || sweep == sweeps_in_all)
             {
                 const int i = sweep == warm ? 0 : 1;
                 kib[i] = static_cast<double>(program.MappedKib("Anonymous"));
@@ -281,16 +281,16 @@ Figures growth(const CPrograms& programs, const CEffort& effort)
         });
     const CSink sink([&watch](const std::string& body) { watch.OnBody(body); });
     room.Configure({sink.Url()});
-    const CBoxed boxed({programs.daemonNoPause}, room.Dir());
+    const CBoxed boxed({programs.daemon_no_pause}, room.Dir());
     watch.Attach(boxed);
     watch.Wait();
 
-    const std::string posts = text(" over %.0f posts", sweepsInAll * kDevices);
-    const std::string warmPosts = text(" after the first %.0f", warm * kDevices);
+    const std::string posts = text(" over %.0f posts", sweeps_in_all * kDevices);
+    const std::string warm_posts = text(" after the first %.0f", warm * kDevices);
     const auto figure = [&](const char* what, const char* unit, const double(&value)[2])
     {
         return CFigure{what + posts, value[1] - value[0], unit, 0,
-                       text("%.0f", value[0]) + warmPosts + text(", %.0f at the end", value[1])};
+                       text("%.0f", value[0]) + warm_posts + text(", %.0f at the end", value[1])};
     };
     return {figure("growth of private memory", "KiB", kib),
             figure("growth of descriptors", "", descriptors)};

@@ -26,11 +26,11 @@ using Figures = std::vector<CFigure>;
 // long ones give figures to go by.
 struct CEffort
 {
-    int rounds;        // of each comparison
-    int devices;       // in the room of the CPU comparison
-    int pausedDevices; // where the real pauses are waited
-    int largeRoom;     // against a room of 100
-    int posts;         // while memory and descriptors are watched
+    int rounds;         // of each comparison
+    int devices;        // in the room of the CPU comparison
+    int paused_devices; // where the real pauses are waited
+    int large_room;     // against a room of 100
+    int posts;          // while memory and descriptors are watched
 };
 
 // Throws std::runtime_error unless the daemon and the least program send the same bodies and write

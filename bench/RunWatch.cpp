@@ -52,14 +52,14 @@ void CRunWatch::OnBody(const std::string& body)
 
 void CRunWatch::Count(int sid, Clock::time_point now)
 {
-    const int64_t cpuNs = m_program->CpuNs();
+    const int64_t cpu_ns = m_program->CpuNs();
     if (sid != m_firstSid)
     {
-        m_figures.cpuUs.push_back(static_cast<double>(cpuNs - m_lastCpuNs) / 1000.0);
-        m_figures.gapsMs.push_back(
+        m_figures.cpu_us.push_back(static_cast<double>(cpu_ns - m_lastCpuNs) / 1000.0);
+        m_figures.gaps_ms.push_back(
             std::chrono::duration<double, std::milli>(now - m_lastArrival).count());
     }
-    m_lastCpuNs = cpuNs;
+    m_lastCpuNs = cpu_ns;
     m_lastArrival = now;
 }
 

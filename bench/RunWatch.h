@@ -21,8 +21,8 @@
 // Of all bodies but each sweep's first, in the order of their arrival.
 struct CRunFigures
 {
-    std::vector<double> cpuUs;  // CPU time from the arrival of the body before to this one's
-    std::vector<double> gapsMs; // wall time, likewise
+    std::vector<double> cpu_us;  // CPU time from the arrival of the body before to this one's
+    std::vector<double> gaps_ms; // wall time, likewise
 };
 
 class CRunWatch

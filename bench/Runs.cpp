@@ -36,9 +36,9 @@ void watch_sweeps(CRunWatch& watch, const CBoxed& program, const CRunOrder& orde
 {
     watch.Attach(program);
     watch.Wait();
-    if (order.beforeItEnds)
+    if (order.before_it_ends)
     {
-        order.beforeItEnds(program);
+        order.before_it_ends(program);
     }
 }
 
@@ -78,7 +78,7 @@ CSink::Hook hook(CRunWatch& watch, const CRunOrder& order)
 CRun run_daemon(const std::string& program, const CBenchRoom& room, const CRunOrder& order)
 {
     CRunWatch watch(room, order.sweeps);
-    watch.KeepBodies(order.keepBodies);
+    watch.KeepBodies(order.keep_bodies);
     const CSink sink(hook(watch, order));
     const CLeave leave(order.turns); // goes before the sink, whose thread may be waiting
     room.Configure({sink.Url()});
@@ -92,24 +92,24 @@ CRun run_daemon(const std::string& program, const CBenchRoom& room, const CRunOr
 CRun run_least(const std::string& program, const CBenchRoom& room, const CRunOrder& order)
 {
     CRunWatch watch(room, order.sweeps);
-    watch.KeepBodies(order.keepBodies);
+    watch.KeepBodies(order.keep_bodies);
     const CSink sink(hook(watch, order));
     const CLeave leave(order.turns); // goes before the sink, whose thread may be waiting
-    const bool endless = static_cast<bool>(order.beforeItEnds);
+    const bool endless = static_cast<bool>(order.before_it_ends);
     const std::vector<std::string> command{program, sink.Url(),
                                            std::to_string(endless ? 0 : order.sweeps),
-                                           std::to_string(order.leastPauseMs)};
-    double transferUs = 0;
+                                           std::to_string(order.least_pause_ms)};
+    double transfer_us = 0;
     {
         CBoxed boxed(command, room.Dir(), order.flash);
         watch_sweeps(watch, boxed, order);
         if (!endless && boxed.Wait() == 0)
         {
-            transferUs = printed_number(room);
+            transfer_us = printed_number(room);
         }
     }
     CRun run = result_of(watch);
-    run.transferMs = transferUs / 1000.0;
+    run.transfer_ms = transfer_us / 1000.0;
     return run;
 }
 
@@ -119,7 +119,7 @@ double median(std::vector<double> numbers)
     {
         throw std::runtime_error("nothing was measured");
     }
-    const auto middle = numbers.begin() + static_cast<std::ptrdiff_t>(numbers.size() / 2);
+    const auto middle = numbers.begin() + static_cast<ptrdiff_t>(numbers.size() / 2);
     std::nth_element(numbers.begin(), middle, numbers.end());
     return *middle;
 }

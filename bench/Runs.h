@@ -16,9 +16,9 @@
 struct CPrograms
 {
     std::string daemon;
-    std::string daemonNoPause; // the same, but for the 20 ms pauses
+    std::string daemon_no_pause; // the same, but for the 20 ms pauses
     std::string least;
-    std::string dbLibrary;
+    std::string db_library;
 };
 
 // The middle and the mean of some numbers; there must be one at least.
@@ -29,26 +29,26 @@ double mean(const std::vector<double>& numbers);
 struct CRunOrder
 {
     int sweeps = 1;
-    bool keepBodies = false;
-    std::string flash;                               // see CBoxed
-    int leastPauseMs = 0;                            // after each device of the least program
-    std::function<void(const CBoxed&)> beforeItEnds; // a last look at the running program
-    CTurns* turns = nullptr;                         // with another run; outlives this one
-    int side = 0;                                    // in them
+    bool keep_bodies = false;
+    std::string flash;                                 // see CBoxed
+    int least_pause_ms = 0;                            // after each device of the least program
+    std::function<void(const CBoxed&)> before_it_ends; // a last look at the running program
+    CTurns* turns = nullptr;                           // with another run; outlives this one
+    int side = 0;                                      // in them
 };
 
 struct CRun
 {
     CRunFigures figures;
     std::vector<std::string> bodies;
-    double transferMs = 0; // least program only: median wall time of one transfer
+    double transfer_ms = 0; // least program only: median wall time of one transfer
 
     // The median body: on a machine that is shared, the mean tells as much about its neighbours.
-    double TransferMs() const { return transferMs; }
-    double CpuUsPerBody() const { return median(figures.cpuUs); }
-    double MeanCpuUs() const { return mean(figures.cpuUs); }
-    double GapMs() const { return median(figures.gapsMs); }
-    double MeanGapMs() const { return mean(figures.gapsMs); }
+    double TransferMs() const { return transfer_ms; }
+    double CpuUsPerBody() const { return median(figures.cpu_us); }
+    double MeanCpuUs() const { return mean(figures.cpu_us); }
+    double GapMs() const { return median(figures.gaps_ms); }
+    double MeanGapMs() const { return mean(figures.gaps_ms); }
 };
 
 CRun run_daemon(const std::string& program, const CBenchRoom& room, const CRunOrder& order);

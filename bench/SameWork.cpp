@@ -56,15 +56,15 @@ void require_same(const char* what, const std::vector<std::string>& daemon,
 void require_same_work(const CPrograms& programs)
 {
     constexpr int kDevices = 40;
-    const CBenchRoom room(kDevices, programs.dbLibrary);
+    const CBenchRoom room(kDevices, programs.db_library);
     CRunOrder order;
-    order.keepBodies = true;
+    order.keep_bodies = true;
 
     order.flash = room.Dir() + "/flash-daemon";
     std::filesystem::create_directories(order.flash + "/tmp");
     order.sweeps = 2; // when the second is over, the first one's log is complete
     CRun daemon = run_daemon(programs.daemon, room, order);
-    const std::vector<std::string> daemonLog = sweep_messages(order.flash);
+    const std::vector<std::string> daemon_log = sweep_messages(order.flash);
     daemon.bodies.resize(kDevices);
 
     order.flash = room.Dir() + "/flash-least";
@@ -73,5 +73,5 @@ void require_same_work(const CPrograms& programs)
     const CRun least = run_least(programs.least, room, order);
 
     require_same("bodies", daemon.bodies, least.bodies);
-    require_same("log lines", daemonLog, sweep_messages(order.flash));
+    require_same("log lines", daemon_log, sweep_messages(order.flash));
 }

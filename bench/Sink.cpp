@@ -69,8 +69,8 @@ bool receive_body(int connection, std::string& body)
 
 } // namespace
 
-CSink::CSink(Hook onBody, std::chrono::milliseconds delay)
-    : m_onBody(std::move(onBody)), m_delay(delay)
+CSink::CSink(Hook on_body, std::chrono::milliseconds delay)
+    : m_onBody(std::move(on_body)), m_delay(delay)
 {
     m_listener = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
     sockaddr_in address{};

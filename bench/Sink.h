@@ -15,7 +15,7 @@ class CSink
 public:
     using Hook = std::function<void(const std::string& body)>;
 
-    explicit CSink(Hook onBody, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
+    explicit CSink(Hook on_body, std::chrono::milliseconds delay = std::chrono::milliseconds(0));
     ~CSink(); // ends the thread; posters must have ended before
     CSink(const CSink&) = delete;
     CSink& operator=(const CSink&) = delete;

@@ -125,53 +125,53 @@ const auto kCrc32 = [](unsigned char* buf, size_t length)
     return CBufHelper::crc32_mpeg_2(buf, length);
 };
 
-void Crc16(benchmark::State& state)
+void crc16(benchmark::State& state)
 {
     run_crc(state, kCrc16, kCrc16);
 }
-void Crc16ByNibble(benchmark::State& state)
+void crc16_by_nibble(benchmark::State& state)
 {
     run_crc(state, kCrc16, by_nibble<uint16_t, 0xFFFF, 0xA001, true>);
 }
-void Crc16BitByBit(benchmark::State& state)
+void crc16_bit_by_bit(benchmark::State& state)
 {
     run_crc(state, kCrc16, bit_by_bit<uint16_t, 0xFFFF, 0xA001, true>);
 }
-BENCHMARK(Crc16)->Arg(kRequest)->Arg(kLargest);
-BENCHMARK(Crc16ByNibble)->Arg(kRequest)->Arg(kLargest);
-BENCHMARK(Crc16BitByBit)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(crc16)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(crc16_by_nibble)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(crc16_bit_by_bit)->Arg(kRequest)->Arg(kLargest);
 
-void Crc16x(benchmark::State& state)
+void crc16x(benchmark::State& state)
 {
     run_crc(state, kCrc16x, kCrc16x);
 }
-void Crc16xByNibble(benchmark::State& state)
+void crc16x_by_nibble(benchmark::State& state)
 {
     run_crc(state, kCrc16x, by_nibble<uint16_t, 0, 0x1021, false>);
 }
-void Crc16xBitByBit(benchmark::State& state)
+void crc16x_bit_by_bit(benchmark::State& state)
 {
     run_crc(state, kCrc16x, bit_by_bit<uint16_t, 0, 0x1021, false>);
 }
-BENCHMARK(Crc16x)->Arg(kRequest)->Arg(kLargest);
-BENCHMARK(Crc16xByNibble)->Arg(kRequest)->Arg(kLargest);
-BENCHMARK(Crc16xBitByBit)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(crc16x)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(crc16x_by_nibble)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(crc16x_bit_by_bit)->Arg(kRequest)->Arg(kLargest);
 
-void Crc32(benchmark::State& state)
+void crc32(benchmark::State& state)
 {
     run_crc(state, kCrc32, kCrc32);
 }
-void Crc32ByNibble(benchmark::State& state)
+void crc32_by_nibble(benchmark::State& state)
 {
     run_crc(state, kCrc32, by_nibble<uint32_t, 0xFFFFFFFF, 0x04C11DB7, false>);
 }
-void Crc32BitByBit(benchmark::State& state)
+void crc32_bit_by_bit(benchmark::State& state)
 {
     run_crc(state, kCrc32, bit_by_bit<uint32_t, 0xFFFFFFFF, 0x04C11DB7, false>);
 }
-BENCHMARK(Crc32)->Arg(kRequest)->Arg(kLargest)->Arg(65536);
-BENCHMARK(Crc32ByNibble)->Arg(kRequest)->Arg(kLargest)->Arg(65536);
-BENCHMARK(Crc32BitByBit)->Arg(kRequest)->Arg(kLargest)->Arg(65536);
+BENCHMARK(crc32)->Arg(kRequest)->Arg(kLargest)->Arg(65536);
+BENCHMARK(crc32_by_nibble)->Arg(kRequest)->Arg(kLargest)->Arg(65536);
+BENCHMARK(crc32_bit_by_bit)->Arg(kRequest)->Arg(kLargest)->Arg(65536);
 
 // --- Sums and hexadecimal text ---------------------------------------------------------------
 
@@ -197,51 +197,51 @@ std::string digits_of(const unsigned char* bytes, int length, int separator)
     return digits;
 }
 
-void Sum(benchmark::State& state)
+void sum(benchmark::State& state)
 {
     run_bytes(state, CBufHelper::sum);
 }
-void Lrc(benchmark::State& state)
+void lrc(benchmark::State& state)
 {
     run_bytes(state, CBufHelper::lrc);
 }
-void Xor(benchmark::State& state)
+void xor_of_all(benchmark::State& state)
 {
     run_bytes(state, CBufHelper::Xor);
 }
-BENCHMARK(Sum)->Arg(kRequest)->Arg(kLargest);
-BENCHMARK(Lrc)->Arg(kRequest)->Arg(kLargest);
-BENCHMARK(Xor)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(sum)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(lrc)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(xor_of_all)->Arg(kRequest)->Arg(kLargest);
 
-void HexStr2AsciiStr(benchmark::State& state)
+void hex_to_ascii(benchmark::State& state)
 {
     std::string out(3 * kLargest + 1, '\0');
     run_bytes(state, [&](const unsigned char* bytes, int length)
               { return CBufHelper::HexStr2AsciiStr(out.data(), bytes, length, 0); });
 }
-void BufToStr(benchmark::State& state)
+void buf_to_text(benchmark::State& state)
 {
     run_bytes(state, [](const unsigned char* bytes, int length)
               { return CBufHelper::BufToStr(bytes, length, '\0').size(); });
 }
-void BufFromStr(benchmark::State& state)
+void buf_from_text(benchmark::State& state)
 {
     const std::string digits = digits_of(some_bytes(kLargest).data(), kLargest, 0);
     std::vector<unsigned char> out(kLargest);
     run_bytes(state, [&](const unsigned char*, int length)
               { return CBufHelper::BufFromStr(out.data(), digits.data(), 2 * length); });
 }
-void AsciiStr2HexStr(benchmark::State& state)
+void ascii_to_hex(benchmark::State& state)
 {
     const std::string groups = digits_of(some_bytes(kLargest).data(), kLargest, ' ');
     std::vector<unsigned char> out(groups.size() + 2, 0);
     run_bytes(state, [&](const unsigned char*, int length)
               { return CBufHelper::AsciiStr2HexStr(out.data(), groups.data(), 3 * length - 1); });
 }
-BENCHMARK(HexStr2AsciiStr)->Arg(kRequest)->Arg(kLargest);
-BENCHMARK(BufToStr)->Arg(kRequest)->Arg(kLargest);
-BENCHMARK(BufFromStr)->Arg(kRequest)->Arg(kLargest);
-BENCHMARK(AsciiStr2HexStr)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(hex_to_ascii)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(buf_to_text)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(buf_from_text)->Arg(kRequest)->Arg(kLargest);
+BENCHMARK(ascii_to_hex)->Arg(kRequest)->Arg(kLargest);
 
 } // namespace
 

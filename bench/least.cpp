@@ -32,7 +32,7 @@ constexpr char kLogPath[] = "/NandFlash/tmp/vkapppost.log.ini";
 constexpr char kLogBackup[] = "/NandFlash/tmp/vkapppost.log.ini.bak";
 constexpr unsigned kLogLines = 20000;
 constexpr size_t kBodyBytes = 102400;
-constexpr long kTimeout_s = 15;
+constexpr long kTimeoutS = 15;
 
 struct Device
 {
@@ -40,33 +40,33 @@ struct Device
     const CBenchTable* table;
 };
 
-char line_buffer[20480 + 128];
-unsigned line_key = 0;
-char body[kBodyBytes];
+char g_line_buffer[20480 + 128];
+unsigned g_line_key = 0;
+char g_body[kBodyBytes];
 
 __attribute__((format(printf, 1, 2))) void log_line(const char* format, ...)
 {
-    if (line_key == kLogLines)
+    if (g_line_key == kLogLines)
     {
         std::remove(kLogBackup);
         std::rename(kLogPath, kLogBackup);
-        line_key = 0;
+        g_line_key = 0;
     }
     const time_t now = std::time(nullptr);
     tm local{};
     localtime_r(&now, &local);
-    int length =
-        std::snprintf(line_buffer, sizeof(line_buffer), "%u=[RtLog][%d-%02d-%02d %02d:%02d:%02d] ",
-                      line_key++, local.tm_year + 1900, local.tm_mon + 1, local.tm_mday,
-                      local.tm_hour, local.tm_min, local.tm_sec);
+    int length = std::snprintf(g_line_buffer, sizeof(g_line_buffer),
+                               "%u=[RtLog][%d-%02d-%02d %02d:%02d:%02d] ", g_line_key++,
+                               local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour,
+                               local.tm_min, local.tm_sec);
     va_list args;
     va_start(args, format);
-    length += std::vsnprintf(line_buffer + length,
-                             sizeof(line_buffer) - static_cast<size_t>(length), format, args);
+    length += std::vsnprintf(g_line_buffer + length,
+                             sizeof(g_line_buffer) - static_cast<size_t>(length), format, args);
     va_end(args);
 
     const int fd = open(kLogPath, O_WRONLY | O_APPEND | O_CREAT | O_CLOEXEC, 0666);
-    if (write(fd, line_buffer, static_cast<size_t>(length)) < 0)
+    if (write(fd, g_line_buffer, static_cast<size_t>(length)) < 0)
     {
         std::perror(kLogPath);
     }
@@ -85,7 +85,7 @@ __attribute__((format(printf, 2, 3))) void append(char*& end, const char* format
 {
     va_list args;
     va_start(args, format);
-    end += std::vsnprintf(end, static_cast<size_t>(body + kBodyBytes - end), format, args);
+    end += std::vsnprintf(end, static_cast<size_t>(g_body + kBodyBytes - end), format, args);
     va_end(args);
 }
 
@@ -101,7 +101,7 @@ void append_bits(char*& end, const CBenchColumn& column, int value)
     }
     append(end, "&%s=", column.name);
     const char* separator = "";
-    for (int bit = 0; bit < column.labelCount; ++bit)
+    for (int bit = 0; bit < column.label_count; ++bit)
     {
         if ((value >> bit & 1) != 0)
         {
@@ -125,7 +125,7 @@ void append_column(char*& end, const CBenchColumn& column, sqlite3_stmt* row, in
     const int value = sqlite3_column_int(row, index);
     if (column.kind == CValueKind::kTable)
     {
-        const bool known = value >= 0 && value < column.labelCount;
+        const bool known = value >= 0 && value < column.label_count;
         append(end, "&%s=%s", column.name, known ? column.labels[value] : kUnknownValue);
         return;
     }
@@ -136,13 +136,13 @@ void write_body(sqlite3_stmt* row, const CBenchTable& table)
 {
     // Columns of the query: Name, Note, Tag1, ASubSys, SID, Type, Port, Addr, State, ErrCnt,
     // DateUpd, DateOk, then the table's own.
-    char* end = body;
+    char* end = g_body;
     append(end, "suid=%s&sid=%d&stype=%d&stag1=%d&sname=%s&subsys=%d&dtupd=%s&state=%s", "bench",
            sqlite3_column_int(row, 4), sqlite3_column_int(row, 5), sqlite3_column_int(row, 2),
            reinterpret_cast<const char*>(sqlite3_column_text(row, 0)), sqlite3_column_int(row, 3),
            reinterpret_cast<const char*>(sqlite3_column_text(row, 10)),
            state_text(sqlite3_column_int(row, 8)));
-    for (int i = 0; i < table.columnCount; ++i)
+    for (int i = 0; i < table.column_count; ++i)
     {
         append_column(end, table.columns[i], row, kBenchFixedColumns + i);
     }
@@ -167,15 +167,15 @@ int64_t now_us()
 int64_t post(const char* url)
 {
     log_line("   DoPost...\n");
-    log_line("   DoPost Msg: %s\n", body);
+    log_line("   DoPost Msg: %s\n", g_body);
     const int64_t start = now_us();
     CURL* handle = curl_easy_init();
     curl_easy_setopt(handle, CURLOPT_URL, url);
-    curl_easy_setopt(handle, CURLOPT_POSTFIELDS, body);
+    curl_easy_setopt(handle, CURLOPT_POSTFIELDS, g_body);
     curl_easy_setopt(handle, CURLOPT_WRITEFUNCTION, on_reply);
     curl_easy_setopt(handle, CURLOPT_WRITEDATA, nullptr);
     curl_easy_setopt(handle, CURLOPT_POST, 1L);
-    curl_easy_setopt(handle, CURLOPT_TIMEOUT, kTimeout_s);
+    curl_easy_setopt(handle, CURLOPT_TIMEOUT, kTimeoutS);
     curl_easy_setopt(handle, CURLOPT_COOKIEFILE, "/NandFlash/curl.cookie");
     const CURLcode code = curl_easy_perform(handle);
     curl_easy_cleanup(handle);

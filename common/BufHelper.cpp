@@ -34,13 +34,14 @@ bool is_failure(const void* descriptor)
 
 } // namespace
 
-int CBufHelper::conv_code(const char* toCharset, const char* fromCharset, char* output, char* input)
+int CBufHelper::conv_code(const char* to_charset, const char* from_charset, char* output,
+                          char* input)
 {
     if (output == nullptr || input == nullptr)
     {
         return 0;
     }
-    const iconv_t descriptor = libiconv_open(toCharset, fromCharset);
+    const iconv_t descriptor = libiconv_open(to_charset, from_charset);
     const int written = conv_code(descriptor, output, input, static_cast<int>(std::strlen(input)));
     if (!is_failure(descriptor)) // closing the failure value would crash some implementations
     {

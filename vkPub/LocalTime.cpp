@@ -7,13 +7,13 @@
 namespace
 {
 
-std::atomic<time_t> zone_read_at{-1}; // when tzset was last called; no second is its own twice
+std::atomic<time_t> g_zone_read_at{-1}; // when tzset was last called; no second is its own twice
 
 // localtime_r alone reads the zone once and never again. tzset looks at the file each time, which
 // is a system call: once a second is enough, also where the log writes thousands of lines in it.
 void follow_time_zone(time_t now)
 {
-    if (zone_read_at.exchange(now) != now)
+    if (g_zone_read_at.exchange(now) != now)
     {
         tzset();
     }

@@ -16,7 +16,7 @@ constexpr size_t kRoom = 64;
 struct Converted
 {
     std::string bytes;
-    bool restUntouched;
+    bool rest_untouched;
 };
 
 Converted result(const std::string& buffer, int written)
@@ -30,7 +30,7 @@ std::string convert(const char* to, const char* from, std::string input)
     std::string buffer(kRoom, '~');
     const int written = CBufHelper::conv_code(to, from, buffer.data(), input.data());
     const Converted converted = result(buffer, written);
-    EXPECT_TRUE(converted.restUntouched);
+    EXPECT_TRUE(converted.rest_untouched);
     return converted.bytes;
 }
 
@@ -39,7 +39,7 @@ std::string convert_with(void* descriptor, std::string input, int length)
     std::string buffer(kRoom, '~');
     const int written = CBufHelper::conv_code(descriptor, buffer.data(), input.data(), length);
     const Converted converted = result(buffer, written);
-    EXPECT_TRUE(converted.restUntouched);
+    EXPECT_TRUE(converted.rest_untouched);
     return converted.bytes;
 }
 

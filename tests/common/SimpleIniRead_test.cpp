@@ -17,8 +17,8 @@ namespace
 
 struct SystemScript
 {
-    int readsLeft = -1;             // reads that succeed before one fails; -1: all do
-    size_t largestBytes = SIZE_MAX; // no larger piece of memory is to be had
+    int reads_left = -1;             // reads that succeed before one fails; -1: all do
+    size_t largest_bytes = SIZE_MAX; // no larger piece of memory is to be had
 };
 SystemScript script;
 
@@ -26,19 +26,19 @@ SystemScript script;
 
 extern "C" ssize_t read(int fd, void* buffer, size_t size)
 {
-    if (script.readsLeft == 0)
+    if (script.reads_left == 0)
     {
         errno = EIO;
         return -1;
     }
-    script.readsLeft -= script.readsLeft > 0 ? 1 : 0;
+    script.reads_left -= script.reads_left > 0 ? 1 : 0;
     return syscall(SYS_read, fd, buffer, size);
 }
 
 // Not inlined: the compiler would take them for halves of different pairs.
 __attribute__((noinline)) void* operator new(size_t size)
 {
-    void* memory = size <= script.largestBytes ? std::malloc(size) : nullptr;
+    void* memory = size <= script.largest_bytes ? std::malloc(size) : nullptr;
     if (memory == nullptr)
     {
         throw std::bad_alloc();
@@ -86,7 +86,7 @@ protected:
 TEST_F(SimpleIniRead, FailureInTheMiddleKeepsNothing)
 {
     write_file("in.ini", many_keys());
-    script.readsLeft = 3;
+    script.reads_left = 3;
     EXPECT_FALSE(ini.Load("in.ini"));
     EXPECT_EQ(ini.ReadError(), EIO);
     EXPECT_TRUE(IsEmpty());
@@ -95,9 +95,9 @@ TEST_F(SimpleIniRead, FailureInTheMiddleKeepsNothing)
 TEST_F(SimpleIniRead, ReadAgainItIsWhole)
 {
     write_file("in.ini", many_keys());
-    script.readsLeft = 3;
+    script.reads_left = 3;
     ini.Load("in.ini");
-    script.readsLeft = -1;
+    script.reads_left = -1;
     EXPECT_TRUE(ini.Load("in.ini"));
     EXPECT_EQ(ini.ReadError(), 0);
     EXPECT_EQ(ini.GetValue("S", "key4999", "?"), "value");
@@ -127,7 +127,7 @@ TEST_F(SimpleIniRead, ConstructorThrowsForAFailedReadAsWell)
 TEST_F(SimpleIniRead, LackOfMemoryIsThrownAndKeepsNothing)
 {
     write_file("in.ini", "[S]\nfirst=1\nlong=" + std::string(100000, 'x') + "\nlast=1\n");
-    script.largestBytes = 50000;
+    script.largest_bytes = 50000;
     EXPECT_THROW(ini.Load("in.ini"), std::bad_alloc);
     script = {};
     EXPECT_TRUE(IsEmpty());

@@ -114,7 +114,7 @@ TEST_F(Alarms, LogTellsTheRunToTheLetter)
     const size_t before = log_messages().size();
     Signal();
     std::vector<std::string> log = log_messages();
-    log.erase(log.begin(), log.begin() + static_cast<std::ptrdiff_t>(before));
+    log.erase(log.begin(), log.begin() + static_cast<ptrdiff_t>(before));
     EXPECT_THAT(log,
                 ElementsAre("_OnAlmIns: 35\r\n", "CAppPost::OnAlmIns DID: 1\r\n", "   DoPost...\n",
                             "   DoPost Msg: " + alarm_body("too hot") + "\n", "OnPost... ok\n",

@@ -54,10 +54,10 @@ std::map<std::string, std::string> files_below(const std::string& dir)
     std::map<std::string, std::string> files;
     for (const auto& entry : std::filesystem::recursive_directory_iterator(dir))
     {
-        const bool isFile = entry.is_regular_file();
+        const bool is_file = entry.is_regular_file();
         const auto written = entry.last_write_time().time_since_epoch().count();
         files[entry.path()] =
-            std::to_string(written) + (isFile ? " " + read_file(entry.path()) : " directory");
+            std::to_string(written) + (is_file ? " " + read_file(entry.path()) : " directory");
     }
     return files;
 }
@@ -97,8 +97,8 @@ protected:
         SCOPED_TRACE(name_of(command));
         const TracedRun run = run_traced(InRoom(command));
         EXPECT_EQ(run.exitStatus, 0) << run.err;
-        const bool mayBeSilent = command[0] == "check" || command.back() == "--alarms";
-        EXPECT_TRUE(mayBeSilent || !run.out.empty());
+        const bool may_be_silent = command[0] == "check" || command.back() == "--alarms";
+        EXPECT_TRUE(may_be_silent || !run.out.empty());
         EXPECT_GT(run.calls, kFewestCalls);
         std::vector<std::string> acts = run.acts;
         if (command == Arguments{"check", "DIR"})

@@ -41,17 +41,17 @@ protected:
     // Every pair of a column of the body; the number of those that texts were put into.
     static int CheckPairs(const PreviewBody& body, const SimpleIni& ini)
     {
-        int withTexts = 0;
+        int with_texts = 0;
         for (const PreviewPart& part : body.parts)
         {
             if (!part.cells.empty() &&
                 part.text.rfind("&" + part.cells.back().column + "=", 0) == 0)
             {
                 CheckPair(part, body.type, ini);
-                withTexts += has_texts(ini, body.type, part.cells.back().column) ? 1 : 0;
+                with_texts += has_texts(ini, body.type, part.cells.back().column) ? 1 : 0;
             }
         }
-        return withTexts;
+        return with_texts;
     }
 
     static void CheckPair(const PreviewPart& part, int type, const SimpleIni& ini)

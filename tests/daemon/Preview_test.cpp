@@ -59,8 +59,8 @@ protected:
 
     std::string Comparable(const std::string& kind, const std::string& body) const
     {
-        const bool hasNow = kind == "general" || kind == "camera" || kind == "host";
-        const std::string timeless = hasNow ? now.Without(body) : body;
+        const bool has_now = kind == "general" || kind == "camera" || kind == "host";
+        const std::string timeless = has_now ? now.Without(body) : body;
         return kind == "host" ? without_host_figures(timeless) : timeless;
     }
 

@@ -66,7 +66,7 @@ TEST_F(Requests, LogTellsTheServiceToTheLetter)
     receiver.Body(2);
     ASSERT_TRUE(wait_until([&] { return log_messages().size() >= before + 11; }));
     std::vector<std::string> log = log_messages();
-    log.erase(log.begin(), log.begin() + static_cast<std::ptrdiff_t>(before));
+    log.erase(log.begin(), log.begin() + static_cast<ptrdiff_t>(before));
     EXPECT_THAT(log,
                 ElementsAre("AppPost ProcMsg line=2735 msg.type=38154,msg.wParam=7,"
                             "msg.lParam=0,iSid=7\r\n",

@@ -22,6 +22,6 @@ int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size)
     const int written = CBufHelper::conv_code(to.c_str(), from.c_str(), output.data(), text.data());
     require(written >= 0 && static_cast<size_t>(written) <= 4 * length);
     require(std::count(output.end() - kGuard, output.end(), kUntouched) ==
-            static_cast<std::ptrdiff_t>(kGuard));
+            static_cast<ptrdiff_t>(kGuard));
     return 0;
 }

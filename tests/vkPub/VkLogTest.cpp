@@ -26,8 +26,8 @@ extern "C" time_t time(time_t* where) noexcept
 extern "C" ssize_t writev(int fd, const iovec* pieces, int count)
 {
     ++flash.writes;
-    flash.isInherited = (fcntl(fd, F_GETFD) & FD_CLOEXEC) == 0;
-    if (!flash.isReal)
+    flash.is_inherited = (fcntl(fd, F_GETFD) & FD_CLOEXEC) == 0;
+    if (!flash.is_real)
     {
         errno = ENOSPC;
         return flash.answer;

@@ -29,11 +29,11 @@ extern time_t log_now;
 // How the system writes lines.
 struct Flash
 {
-    bool isReal = true;
+    bool is_real = true;
     ssize_t answer = 0;     // where it is not: what a write returns, with errno ENOSPC
     size_t most = SIZE_MAX; // bytes taken at a time
     std::atomic<int> writes{0};
-    std::atomic<bool> isInherited{false}; // whether a child process would have got the file
+    std::atomic<bool> is_inherited{false}; // whether a child process would have got the file
 };
 extern Flash flash;
 

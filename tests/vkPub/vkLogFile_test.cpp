@@ -57,7 +57,7 @@ TEST_F(VkLogTest, NoChildProcessInheritsTheFile)
         {
             VKLOG_TRACE("line\n");
             EXPECT_EQ(flash.writes, 1);
-            EXPECT_FALSE(flash.isInherited);
+            EXPECT_FALSE(flash.is_inherited);
         });
 }
 
@@ -100,11 +100,11 @@ TEST_F(VkLogTest, ALineThatTheFlashRefusesIsTriedOnceAndItsKeyIsUsedUp)
         Run(
             [&]
             {
-                flash.isReal = false;
+                flash.is_real = false;
                 flash.answer = refusal;
                 EXPECT_EQ(trace_log_vkapppost("RtLog", "lost\n"), 1);
                 EXPECT_EQ(flash.writes, 1);
-                flash.isReal = true;
+                flash.is_real = true;
                 VKLOG_TRACE("kept\n");
             });
         EXPECT_EQ(Log(), line(1, "kept\n"));
@@ -154,7 +154,7 @@ TEST_F(VkLogTest, NoDescriptorStaysOpenOnAFullFlash)
     Run(
         []
         {
-            flash.isReal = false;
+            flash.is_real = false;
             flash.answer = -1;
             const int before = dup(STDIN_FILENO);
             close(before);

@@ -31,8 +31,8 @@ CCampaignServer::CCampaignServer(std::chrono::milliseconds delay)
 
 CCampaignServer::CCampaignServer(const Identity& identity, std::chrono::milliseconds delay)
     : m_strScheme("https"), m_delay(delay),
-      m_server(std::make_unique<httplib::SSLServer>(identity.certificateFile.c_str(),
-                                                    identity.keyFile.c_str()))
+      m_server(std::make_unique<httplib::SSLServer>(identity.certificate_file.c_str(),
+                                                    identity.key_file.c_str()))
 {
     Serve();
 }

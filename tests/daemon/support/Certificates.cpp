@@ -109,7 +109,7 @@ Identity CAuthority::Issue(const std::string& names)
     sign(certificate.get(), m_keys->certificate.get(), m_keys->key.get());
 
     Identity identity{base + ".pem", base + ".key"};
-    save(identity.certificateFile, certificate.get());
-    save(identity.keyFile, key.get());
+    save(identity.certificate_file, certificate.get());
+    save(identity.key_file, key.get());
     return identity;
 }

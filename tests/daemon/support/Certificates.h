@@ -9,8 +9,8 @@
 // The files of a server's certificate and key.
 struct Identity
 {
-    std::string certificateFile;
-    std::string keyFile;
+    std::string certificate_file;
+    std::string key_file;
 };
 
 class CAuthority

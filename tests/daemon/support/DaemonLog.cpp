@@ -19,7 +19,7 @@ bool has_shape(const std::string& text, size_t at, const std::string& shape)
         return wanted == 'd' ? c >= '0' && c <= '9' : c == wanted;
     };
     return at + shape.size() <= text.size() &&
-           std::equal(shape.begin(), shape.end(), text.begin() + static_cast<std::ptrdiff_t>(at),
+           std::equal(shape.begin(), shape.end(), text.begin() + static_cast<ptrdiff_t>(at),
                       [&](char wanted, char c) { return fits(c, wanted); });
 }
 

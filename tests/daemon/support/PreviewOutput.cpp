@@ -62,10 +62,10 @@ std::vector<ShownBody> parse_encoding_output(const std::string& output)
 {
     std::vector<ShownBody> bodies;
     std::istringstream lines(output);
-    bool isHeading = true; // the first line, and what follows an empty one
-    for (std::string line; std::getline(lines, line); isHeading = line.empty())
+    bool is_heading = true; // the first line, and what follows an empty one
+    for (std::string line; std::getline(lines, line); is_heading = line.empty())
     {
-        if (isHeading)
+        if (is_heading)
         {
             bodies.push_back(parse_heading(line));
         }

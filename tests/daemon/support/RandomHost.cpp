@@ -28,7 +28,7 @@ std::string unquoted(const std::string& name)
 class CRandomHost
 {
 public:
-    CRandomHost(CHostDir& host, std::uint32_t seed) : m_host(host), m_random(seed) {}
+    CRandomHost(CHostDir& host, uint32_t seed) : m_host(host), m_random(seed) {}
 
     void Make(const RandomHostUrls& urls);
 
@@ -181,10 +181,10 @@ void CRandomHost::KnownDevice(int sid, const std::string& type)
 void CRandomHost::DeviceTable(const std::string& table)
 {
     const Texts columns = SomeColumns();
-    const bool isShort = OneIn(6); // without some of the eight leading columns
+    const bool is_short = OneIn(6); // without some of the eight leading columns
     const Texts leading =
-        isShort ? Texts{"Type", "DateUpd", "SID", "State"}
-                : Texts{"SID", "Type", "Port", "Addr", "State", "ErrCnt", "DateUpd", "DateOk"};
+        is_short ? Texts{"Type", "DateUpd", "SID", "State"}
+                 : Texts{"SID", "Type", "Port", "Addr", "State", "ErrCnt", "DateUpd", "DateOk"};
     Texts all = leading;
     all.insert(all.end(), columns.begin(), columns.end());
     m_host.Data("create table " + table + "(" + joined(all) + ")");
@@ -196,8 +196,8 @@ void CRandomHost::DeviceTable(const std::string& table)
         const std::string type = OneIn(9) ? "null" : One(kDeviceTypes);
         const std::string id = std::to_string(sid);
         KnownDevice(sid, type);
-        const Texts start = isShort ? Texts{type, date, id, One(kStates)}
-                                    : Texts{id, type, "1", "1", One(kStates), "0", date, Value()};
+        const Texts start = is_short ? Texts{type, date, id, One(kStates)}
+                                     : Texts{id, type, "1", "1", One(kStates), "0", date, Value()};
         m_host.Data("insert into " + table + " values" + Row(start, columns.size()));
     }
     for (const std::string& type : kDeviceTypes)
@@ -387,7 +387,7 @@ void CRandomHost::Make(const RandomHostUrls& urls)
 
 } // namespace
 
-void make_random_host(CHostDir& host, std::uint32_t seed, const RandomHostUrls& urls)
+void make_random_host(CHostDir& host, uint32_t seed, const RandomHostUrls& urls)
 {
     CRandomHost(host, seed).Make(urls);
 }

@@ -17,4 +17,4 @@ struct RandomHostUrls
 };
 
 // Fills a host directory that is empty but for its library; vkApp.ini is written, too.
-void make_random_host(CHostDir& host, std::uint32_t seed, const RandomHostUrls& urls);
+void make_random_host(CHostDir& host, uint32_t seed, const RandomHostUrls& urls);

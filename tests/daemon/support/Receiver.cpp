@@ -33,7 +33,7 @@ CReceiver::CReceiver() : m_strScheme("http"), m_server(std::make_unique<httplib:
 
 CReceiver::CReceiver(const Identity& identity)
     : m_strScheme("https"), m_server(std::make_unique<httplib::SSLServer>(
-                                identity.certificateFile.c_str(), identity.keyFile.c_str()))
+                                identity.certificate_file.c_str(), identity.key_file.c_str()))
 {
     Serve();
 }
@@ -178,7 +178,7 @@ std::string CReceiver::ContentType(const std::string& path)
     std::string found;
     for (const Record& record : m_records)
     {
-        found = record.path == path ? record.contentType : found;
+        found = record.path == path ? record.content_type : found;
     }
     return found;
 }

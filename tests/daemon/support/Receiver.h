@@ -64,7 +64,7 @@ private:
     {
         std::string path;
         std::string body;
-        std::string contentType;
+        std::string content_type;
         std::string cookie;
     };
 

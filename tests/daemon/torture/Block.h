@@ -46,8 +46,8 @@ struct TortureBlock
     std::atomic<uint32_t> burst;    // calls of the function that fail from there on, by any path
     std::atomic<int32_t> code;
 
-    std::atomic<int64_t> clockShift_s; // added to the wall clock
-    std::atomic<int32_t> resolver_ms;  // how long the name server is silent before it answers
+    std::atomic<int64_t> clock_shift_s; // added to the wall clock
+    std::atomic<int32_t> resolver_ms;   // how long the name server is silent before it answers
 
     // What came of it.
     std::atomic<bool> loaded; // the library is inside a daemon

@@ -44,7 +44,7 @@ std::string flip_bytes(std::string bytes, Random& random)
 std::string zero_page(std::string bytes, Random& random)
 {
     const size_t page = some_page(bytes, random);
-    std::fill_n(bytes.begin() + static_cast<std::ptrdiff_t>(page), kPage, '\0');
+    std::fill_n(bytes.begin() + static_cast<ptrdiff_t>(page), kPage, '\0');
     return bytes;
 }
 

@@ -108,7 +108,7 @@ void CFaultBlock::Disarm()
 
 void CFaultBlock::ShiftClock(int64_t seconds)
 {
-    m_block->clockShift_s = seconds;
+    m_block->clock_shift_s = seconds;
 }
 
 void CFaultBlock::SilenceResolver(int ms)

@@ -94,7 +94,7 @@ namespace
 time_t clock_shift()
 {
     const TortureBlock* block = torture_block();
-    return block != nullptr ? block->clockShift_s.load() : 0;
+    return block != nullptr ? block->clock_shift_s.load() : 0;
 }
 
 } // namespace
