@@ -1,8 +1,6 @@
 #include "app/AppBodyWriter.h"
 
 #include <algorithm>
-#include <cstdarg>
-#include <cstdio>
 #include <cstring>
 
 #include "vkPub/vkLog.h"
@@ -33,8 +31,9 @@ bool CBodyWriter::Put(const char* text, size_t length)
     return true;
 }
 
-void CBodyWriter::LeaveOut(const char* group)
+void CBodyWriter::LeaveOut(const char* group, BodyPart part, const PartSource& source)
 {
+    body_left_out(part, source, LeftOut::kNoRoom);
     if (m_leftOut < kNamesShown)
     {
         const char* name = *group == '&' ? group + 1 : group;
@@ -54,15 +53,17 @@ void CBodyWriter::LogLeftOut(const char* what, int number) const
     }
 }
 
-void CBodyWriter::Pair(const std::string& name, const std::string& value)
+void CBodyWriter::Pair(const std::string& name, const std::string& value, const PartSource& source)
 {
-    if (!value.empty())
+    if (value.empty())
     {
-        Field(name, value);
+        body_left_out(BodyPart::kPair, source, LeftOut::kEmpty);
+        return;
     }
+    Field(name, value, source);
 }
 
-void CBodyWriter::Field(const std::string& name, const std::string& value)
+void CBodyWriter::Field(const std::string& name, const std::string& value, const PartSource& source)
 {
     const size_t before = m_pos;
     if (!Put("&", 1) || !Put(name.data(), name.size()) || !Put("=", 1) ||
@@ -70,33 +71,20 @@ void CBodyWriter::Field(const std::string& name, const std::string& value)
     {
         m_pos = before;
         m_buffer[m_pos] = '\0';
-        LeaveOut(name.c_str());
+        LeaveOut(name.c_str(), BodyPart::kPair, source);
         return;
     }
-    body_part(BodyPart::kPair, m_buffer + before, m_pos - before);
+    body_part(BodyPart::kPair, m_buffer + before, m_pos - before, source);
 }
 
-void CBodyWriter::Group(const char* format, ...)
+void CBodyWriter::Group(const std::string& pairs, const PartSource& source)
 {
-    va_list args;
-    va_start(args, format);
-    va_list again;
-    va_copy(again, args);
-    const int length = std::vsnprintf(m_buffer + m_pos, m_size - m_pos, format, args);
-    if (length >= 0 && static_cast<size_t>(length) < m_size - m_pos)
+    if (!Put(pairs.data(), pairs.size()))
     {
-        m_pos += static_cast<size_t>(length);
-        body_part(BodyPart::kGroup, m_buffer + m_pos - length, static_cast<size_t>(length));
+        LeaveOut(pairs.c_str(), BodyPart::kGroup, source);
+        return;
     }
-    else
-    {
-        m_buffer[m_pos] = '\0';
-        char shown[kNameShownBytes + 2] = "";
-        std::vsnprintf(shown, sizeof(shown), format, again);
-        LeaveOut(shown);
-    }
-    va_end(again);
-    va_end(args);
+    body_part(BodyPart::kGroup, m_buffer + m_pos - pairs.size(), pairs.size(), source);
 }
 
 // Where Head stands in the format, and which value comes next.
@@ -139,25 +127,30 @@ bool CBodyWriter::HeadGroup(HeadCursor& cursor, const CHead& head)
 
 void CBodyWriter::Head(const std::string& format, const CHead& head)
 {
+    body_begun(head);
     HeadCursor cursor{format};
     bool needsNoSeparator = false; // what came before was left out
     while (cursor.at < format.size())
     {
         const size_t group = cursor.at;
         const size_t before = m_pos;
+        const size_t first = cursor.arg;
         if (needsNoSeparator && format[group] == '&')
         {
             ++cursor.at;
         }
-        if (!HeadGroup(cursor, head))
+        const bool fits = HeadGroup(cursor, head);
+        const PartSource source{PartOrigin::kHead, head.rows, nullptr,
+                                static_cast<int>(cursor.arg - first)};
+        if (!fits)
         {
             m_pos = before;
             m_buffer[m_pos] = '\0';
-            LeaveOut(format.c_str() + group);
+            LeaveOut(format.c_str() + group, BodyPart::kHead, source);
             needsNoSeparator = needsNoSeparator || group == 0;
             continue;
         }
         needsNoSeparator = false;
-        body_part(BodyPart::kHead, m_buffer + before, m_pos - before);
+        body_part(BodyPart::kHead, m_buffer + before, m_pos - before, source);
     }
 }

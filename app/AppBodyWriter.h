@@ -4,26 +4,15 @@
 #include <cstddef>
 #include <string>
 
+#include "app/AppBodyReport.h"
 #include "app/AppHeadFormat.h"
-
-// How a part of a body is made.
-enum class BodyPart
-{
-    kHead,  // one group of Fmt0, from "&" to "&"
-    kPair,  // one "&name=value"
-    kGroup, // several pairs, or one, of numbers only
-};
-
-// Told about every part that a body has got, in order (AppBodyPart.cpp): its text as it stands in
-// the body, not terminated. The daemon has no use for it; a program that explains bodies links a
-// definition of its own.
-void body_part(BodyPart part, const char* text, size_t length);
 
 // Writes one form body into a buffer of fixed size and is the only one that does.
 //
 // Borrows the buffer. The text is NUL-terminated after every call. A group ("&name=value") that
 // does not fit is left out whole and noted, so the body stays valid and says less; smaller groups
-// behind it are still taken. Values are not escaped: that is the wire format.
+// behind it are still taken. Values are not escaped: that is the wire format. What each part comes
+// from, and what is left out, is reported (AppBodyReport.h).
 class CBodyWriter
 {
 public:
@@ -34,11 +23,11 @@ public:
     void Head(const std::string& format, const CHead& head);
 
     // "&name=value"; Pair writes nothing when the value is empty.
-    void Pair(const std::string& name, const std::string& value);
-    void Field(const std::string& name, const std::string& value);
+    void Pair(const std::string& name, const std::string& value, const PartSource& source = {});
+    void Field(const std::string& name, const std::string& value, const PartSource& source = {});
 
-    // A group of pairs, taken or left out as one.
-    void Group(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    // A group of pairs ("&name=1&other=2"), taken or left out as one.
+    void Group(const std::string& pairs, const PartSource& source = {});
 
     int Position() const { return static_cast<int>(m_pos); }           // where the body ends
     int Appended() const { return static_cast<int>(m_pos - m_start); } // bytes written by this one
@@ -50,7 +39,7 @@ private:
     struct HeadCursor;
     bool HeadGroup(HeadCursor& cursor, const CHead& head);
     bool Put(const char* text, size_t length);
-    void LeaveOut(const char* group);
+    void LeaveOut(const char* group, BodyPart part, const PartSource& source);
 
     char* m_buffer;
     size_t m_size; // with the terminator

@@ -4,6 +4,9 @@
 #include <cstddef>
 #include <string>
 
+#include "app/AppBodyKinds.h"
+#include "app/AppRows.h"
+
 // The eight values of a body's head, in the order in which Fmt0 takes them. Borrows its texts.
 struct CHead
 {
@@ -15,6 +18,8 @@ struct CHead
     int subsys;
     const char* dtupd;
     const char* state;
+    BodyKind kind = BodyKind::kOther; // whose row says where the values come from
+    const CRows* rows = nullptr;      // whose current row has them; null: none
 };
 
 // Head format when Fmt0 is not configured or not usable.

@@ -128,7 +128,23 @@ std::string device_name(const CAppPost& app, int sid)
     return found != names->end() ? found->second : std::string();
 }
 
-void compose_alarm(CAppPost& app, const Alarm& alarm, char* buffer)
+// What an alarm's body has behind its head.
+void append_alarm(CBodyWriter& body, const CRows& rows, const Alarm& alarm, const char* level)
+{
+    const BodyKindRow& row = body_kind(BodyKind::kAlarm);
+    const PartSource cleared{PartOrigin::kText, &rows, row.Column(HeadValue::kTime)};
+    const PartSource not_cleared{PartOrigin::kNotCleared};
+    body.Field("level", level, {PartOrigin::kAlarmLevel, &rows, row.Column(HeadValue::kType)});
+    body.Field("title", alarm.title, {PartOrigin::kText, &rows, "AlmBrief"});
+    body.Field("suggestion", suggestion_text(alarm.mask), {PartOrigin::kNumber, &rows, "AlmMask"});
+    body.Field("location", "");
+    body.Field("datainfo", "");
+    body.Field("recovertime", alarm.cleared ? alarm.updated : "",
+               alarm.cleared ? cleared : not_cleared);
+    body.Field("AlmImg", alarm.image, {PartOrigin::kText, &rows, "AlmImg"});
+}
+
+void compose_alarm(CAppPost& app, const CRows& rows, const Alarm& alarm, char* buffer)
 {
     int shown_class = alarm_class(alarm.type);
     const char* level = level_text(shown_class); // before the title is looked at, on purpose
@@ -141,14 +157,8 @@ void compose_alarm(CAppPost& app, const Alarm& alarm, char* buffer)
 
     CBodyWriter body(buffer, kAlarmBodyBytes);
     body.Head(app.m_strFmt0, {app.m_strDept.c_str(), alarm.sid, alarm.type, 0, name.c_str(),
-                              shown_class, alarm.updated.c_str(), state});
-    body.Field("level", level);
-    body.Field("title", alarm.title);
-    body.Field("suggestion", suggestion_text(alarm.mask));
-    body.Field("location", "");
-    body.Field("datainfo", "");
-    body.Field("recovertime", alarm.cleared ? alarm.updated : "");
-    body.Field("AlmImg", alarm.image);
+                              shown_class, alarm.updated.c_str(), state, BodyKind::kAlarm, &rows});
+    append_alarm(body, rows, alarm, level);
     body.LogLeftOut("sid", alarm.sid);
 }
 
@@ -224,7 +234,7 @@ bool post_next_alarm(CAppPost& app, AlarmRun& run)
     run.lastDid = alarm.did;
 
     char body[kAlarmBodyBytes];
-    compose_alarm(app, alarm, body);
+    compose_alarm(app, rows, alarm, body);
     rows.Free();
     post_alarm(app, run, body);
     app.pDbAlm->Exec(mark_alarm(alarm.did).c_str());

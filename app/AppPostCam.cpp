@@ -15,7 +15,7 @@ void compose_camera(CAppPost& app, const CRows& rows, const std::string& stamp)
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
     const CHead head = row_head(app, rows, BodyKind::kCamera, stamp.c_str());
     body.Head(app.m_strFmt0, head);
-    body.Field("info", rows.Str("SerDef"));
+    body.Field("info", rows.Str("SerDef"), {PartOrigin::kText, &rows, "SerDef"});
     body.LogLeftOut("sid", head.sid);
 }
 

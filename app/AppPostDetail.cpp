@@ -21,7 +21,8 @@ std::string text_of(const CRows& rows, const char* column)
 }
 
 // All numbers of a row are one group, taken or left out as one.
-void append_detail_numbers(CBodyWriter& body, const CRows& rows, const DetailMode& mode)
+void append_detail_numbers(CBodyWriter& body, const CRows& rows, const DetailMode& mode,
+                           const PartSource& source)
 {
     const int index = rows.Int(mode.index);
     std::string group;
@@ -32,27 +33,29 @@ void append_detail_numbers(CBodyWriter& body, const CRows& rows, const DetailMod
             group += format_text("&%s%d=%d", pair.name, index, rows.Int(pair.column));
         }
     }
-    body.Group("%s", group.c_str());
+    body.Group(group, source);
 }
 
 // One row in the layout of its mode.
 void append_detail_row(CBodyWriter& body, const CRows& rows, const DetailMode& mode)
 {
+    const PartSource source{PartOrigin::kDetailRow, &rows, nullptr, mode.mode};
     if (mode.decisive != nullptr && text_of(rows, mode.decisive).empty())
     {
+        body_left_out(BodyPart::kPair, source, LeftOut::kEmpty);
         return;
     }
     switch (mode.layout)
     {
     case DetailLayout::kNumbers:
-        append_detail_numbers(body, rows, mode);
+        append_detail_numbers(body, rows, mode, source);
         break;
     case DetailLayout::kFldText:
         body.Field("Fld" + std::to_string(rows.Int(mode.index)),
-                   text_of(rows, mode.text) + text_of(rows, mode.unit));
+                   text_of(rows, mode.text) + text_of(rows, mode.unit), source);
         break;
     case DetailLayout::kNamedText:
-        body.Field(text_of(rows, mode.index), text_of(rows, mode.text));
+        body.Field(text_of(rows, mode.index), text_of(rows, mode.text), source);
         break;
     }
 }
@@ -63,9 +66,14 @@ void append_detail_rows(CAppPost& app, CBodyWriter& body, CRows& rows, int mode)
     const DetailMode* const known = find_detail_mode(mode);
     while (!rows.End())
     {
-        if (known != nullptr) // else its rows are read and add nothing
+        if (known != nullptr)
         {
             append_detail_row(body, rows, *known);
+        }
+        else // its rows are read and add nothing
+        {
+            body_left_out(BodyPart::kPair, {PartOrigin::kDetailRow, &rows, nullptr, mode},
+                          LeftOut::kUnknownMode);
         }
         rows.Next();
         app.SendMsgToTray(0, 1);
@@ -112,6 +120,10 @@ void append_extension(CAppPost& app, CBodyWriter& body, const CRows& rows, int t
         {
             VKLOG_TRACE("Err,%s %s line=%d,iindextmp=%d\n", kSource, "PostExt", kLinePostExtIndex,
                         static_cast<int>(one.column));
+            body_left_out(
+                BodyPart::kPair,
+                {PartOrigin::kRendered, &rows, nullptr, static_cast<int>(one.column), type},
+                LeftOut::kNoColumn);
         }
         else if (has_row)
         {
@@ -147,6 +159,7 @@ int CAppPost::PostDetail(int iPos, std::string sTbl, int iSid, char* pBuf)
     for (int tryNumber = 1; !done && tryNumber <= kDetailTries; ++tryNumber)
     {
         CBodyWriter body(pBuf, kPostBufBytes, iPos); // each try begins afresh
+        body_details_begun(tryNumber > 1);
         done = try_detail(*this, body, sTbl, iSid, mode, tryNumber);
         body.LogLeftOut("sid", iSid);
         appended = body.Appended();

@@ -4,6 +4,7 @@
 #include "app/AppPostQuery.h"
 #include "app/AppQueries.h"
 #include "app/AppRules.h"
+#include "app/AppText.h"
 
 #include "vkPub/vkLog.h"
 
@@ -15,8 +16,8 @@ void compose_input(CAppPost& app, const CRows& rows)
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
     const CHead head = row_head(app, rows, BodyKind::kInput);
     body.Head(app.m_strFmt0, head);
-    body.Group("&psid=%d", rows.Int("SIDD"));
-    body.Group("&pfld=%d", rows.Int("Fld"));
+    body.Group(format_text("&psid=%d", rows.Int("SIDD")), {PartOrigin::kNumber, &rows, "SIDD"});
+    body.Group(format_text("&pfld=%d", rows.Int("Fld")), {PartOrigin::kNumber, &rows, "Fld"});
     body.LogLeftOut("sid", head.sid);
 }
 
@@ -73,7 +74,8 @@ bool try_input(CAppPost& app, size_t i, int& number)
 void compose_output(CAppPost& app, const CRows& rows, int output, int64_t column)
 {
     const std::string name = output_name(output);
-    const int value = rows.Int(output_column(column).c_str());
+    const std::string of_value = output_column(column);
+    const int value = rows.Int(of_value.c_str());
 
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
     const BodyKindRow& row = body_kind(BodyKind::kOutput);
@@ -81,8 +83,8 @@ void compose_output(CAppPost& app, const CRows& rows, int output, int64_t column
     const int type = rows.Int(row.Column(HeadValue::kType));
     const char* const updated = rows.Str(row.Column(HeadValue::kTime));
     body.Head(app.m_strFmt0, {app.m_strDept.c_str(), sid, type, output, name.c_str(), 0, updated,
-                              app.GetState(value)});
-    body.Group("&DoState=%d", value);
+                              app.GetState(value), BodyKind::kOutput, &rows});
+    body.Group(format_text("&DoState=%d", value), {PartOrigin::kNumber, &rows, of_value.c_str()});
     body.LogLeftOut("sid", sid);
 }
 

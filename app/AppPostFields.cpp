@@ -37,7 +37,9 @@ CHead row_head(CAppPost& app, const CRows& rows, BodyKind kind, const char* now)
             rows.Str(row.Column(HeadValue::kName)),
             number(HeadValue::kSubSystem),
             time != nullptr ? rows.Str(time) : now,
-            app.GetState(number(HeadValue::kState))};
+            app.GetState(number(HeadValue::kState)),
+            kind,
+            &rows};
 }
 
 void append_columns(CAppPost& app, CBodyWriter& body, const CRows& rows, int type, int first,
@@ -48,6 +50,6 @@ void append_columns(CAppPost& app, CBodyWriter& body, const CRows& rows, int typ
     for (int column = std::max(first, 0); column < end; ++column)
     {
         app.GetQryFld(rows.Index(), column, type, name, value);
-        body.Pair(name, value);
+        body.Pair(name, value, {PartOrigin::kRendered, &rows, nullptr, column, type});
     }
 }

@@ -26,7 +26,7 @@ void post_row(CAppPost& app, const GeneralTable& table, CRows& rows, int row, Co
 {
     CBodyWriter body(app.m_szPostBuf, CAppPost::kPostBufBytes);
     body.Head(app.m_strFmt0, {app.m_strDept.c_str(), table.sid, table.type, 0, table.name.c_str(),
-                              0, table.stamp.c_str(), app.GetState(0)});
+                              0, table.stamp.c_str(), app.GetState(0), BodyKind::kGeneral, &rows});
     append_columns(app, body, rows, table.type, columns.first, columns.end);
     body.LogLeftOut("sid", table.sid);
 

@@ -90,7 +90,8 @@ void append_load(CBodyWriter& body)
 {
     const std::vector<std::string> lines = first_lines("/proc/loadavg", 1);
     const LoadFigures load = lines.empty() ? LoadFigures{} : parse_load(lines[0]);
-    body.Group("&cpu1=%d&cpu5=%d&cpu15=%d", load.cpu1, load.cpu5, load.cpu15);
+    body.Group(format_text("&cpu1=%d&cpu5=%d&cpu15=%d", load.cpu1, load.cpu5, load.cpu15),
+               {PartOrigin::kLoad});
 }
 
 void append_memory_and_system(CBodyWriter& body)
@@ -99,8 +100,9 @@ void append_memory_and_system(CBodyWriter& body)
     const std::vector<std::string> lines = first_lines("/proc/meminfo", std::size(memory));
     std::transform(lines.begin(), lines.end(), memory, parse_memory);
     const int cpufreq = getcpufreq();
-    body.Group("&memtotal=%d&memfree=%d&membuf=%d&memcach=%d&cpufreq=%d&flashsize=%d", memory[0],
-               memory[1], memory[2], memory[3], cpufreq, getflashsize());
+    body.Group(format_text("&memtotal=%d&memfree=%d&membuf=%d&memcach=%d&cpufreq=%d&flashsize=%d",
+                           memory[0], memory[1], memory[2], memory[3], cpufreq, getflashsize()),
+               {PartOrigin::kSystem});
 }
 
 } // namespace
@@ -110,8 +112,8 @@ void CAppPost::PostOther()
     VKLOG_TRACE("PostOther...\n");
     const std::string stamp = local_time_stamp();
     CBodyWriter body(m_szPostBuf, kPostBufBytes);
-    body.Head(m_strFmt0,
-              {m_strDept.c_str(), 0, 0, 0, m_strDeptName.c_str(), 0, stamp.c_str(), GetState(0)});
+    body.Head(m_strFmt0, {m_strDept.c_str(), 0, 0, 0, m_strDeptName.c_str(), 0, stamp.c_str(),
+                          GetState(0), BodyKind::kHost});
     append_load(body);
     append_memory_and_system(body);
     body.LogLeftOut("sid", 0);

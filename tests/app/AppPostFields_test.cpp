@@ -316,8 +316,8 @@ TEST_F(WriterTest, FiveLeftOutAreNamedWithoutDots)
 
 TEST_F(WriterTest, GroupIsTakenOrLeftOutAsOne)
 {
-    body.Group("&Vol%d=%d&Tem%d=%d", 1, 220, 1, 25); // 18 bytes
-    body.Group("&Vol%d=%d&Tem%d=%d", 2, 221, 2, 26);
+    body.Group("&Vol1=220&Tem1=25"); // 18 bytes
+    body.Group("&Vol2=221&Tem2=26");
     EXPECT_STREQ(buffer, "&Vol1=220&Tem1=25");
     body.Group("&x");
     EXPECT_STREQ(buffer, "&Vol1=220&Tem1=25&x");
@@ -326,7 +326,7 @@ TEST_F(WriterTest, GroupIsTakenOrLeftOutAsOne)
 
 TEST_F(WriterTest, GroupMayFillTheBufferToTheLastByte)
 {
-    body.Group("&a=%s", Long(17).c_str());
+    body.Group("&a=" + Long(17));
     EXPECT_EQ(std::string(buffer), "&a=" + Long(17));
     body.Group("&");
     EXPECT_EQ(body.Position(), 20);
@@ -347,7 +347,7 @@ TEST_F(WriterTest, GoesOnAtTheVeryEnd)
     std::fill_n(buffer, 20, 'h');
     CBodyWriter more(buffer, 21, 20);
     more.Pair("a", "1");
-    more.Group("&b=%d", 1);
+    more.Group("&b=1");
     EXPECT_EQ(std::string(buffer), Long(20, 'h'));
     EXPECT_EQ(more.Appended(), 0);
 }

@@ -4,10 +4,10 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include "app/AppRules.h"
 #include "tests/daemon/support/HostDir.h"
 #include "tests/daemon/support/RandomHost.h"
 #include "vkctl/preview/Preview.h"
-#include "vkctl/preview/PreviewExplain.h"
 
 using vkctl::CPreview;
 using vkctl::PreviewBody;
@@ -25,12 +25,15 @@ bool has_texts(const SimpleIni& ini, int type, const std::string& column)
     return kind >= 1 && kind <= 4;
 }
 
-std::string joined_texts(const SimpleIni& ini, const std::vector<std::string>& keys)
+// The texts at the keys that an explanation names for a value.
+std::string joined_texts(const SimpleIni& ini, const std::string& key, int number)
 {
+    const int kind = field_kind(ini, key);
+    const std::string fallback = kind == 1 ? ini.GetValue(kFields, key + kFallbackSuffix, "") : "";
     std::string text;
-    for (const std::string& key : keys)
+    for (const std::string& suffix : field_suffixes(kind, number))
     {
-        text += (text.empty() ? "" : " ") + ini.GetValue(kFields, key, "");
+        text += (text.empty() ? "" : " ") + ini.GetValue(kFields, key + suffix, fallback);
     }
     return text;
 }
@@ -57,10 +60,9 @@ protected:
     static void CheckPair(const PreviewPart& part, int type, const SimpleIni& ini)
     {
         const PreviewCell& cell = part.cells.back();
-        const std::string value =
-            has_texts(ini, type, cell.column)
-                ? joined_texts(ini, vkctl::text_keys(ini, type, cell.column, cell.number))
-                : cell.value;
+        const std::string value = has_texts(ini, type, cell.column)
+                                      ? joined_texts(ini, field_key(type, cell.column), cell.number)
+                                      : cell.value;
         EXPECT_EQ(part.text, "&" + cell.column + "=" + value)
             << cell.table << "." << cell.column << " = " << cell.value;
     }

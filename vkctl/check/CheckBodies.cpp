@@ -3,6 +3,8 @@
 #include <strings.h>
 
 #include <algorithm>
+
+#include "app/AppRules.h"
 #include <cstdio>
 #include <iostream>
 
@@ -31,18 +33,12 @@ void add_value(Texts& texts, const PreviewCell& cell)
 
 // --- The head ------------------------------------------------------------------------------------
 
-// The head's first group holds all that was read for it.
 const PreviewCell* head_cell(const PreviewBody& body, const char* column)
 {
-    if (body.parts.empty())
-    {
-        return nullptr;
-    }
-    const std::vector<PreviewCell>& cells = body.parts[0].cells;
     const auto found =
-        std::find_if(cells.begin(), cells.end(),
+        std::find_if(body.head.begin(), body.head.end(),
                      [&](const PreviewCell& cell) { return is_column(cell, column); });
-    return found != cells.end() ? &*found : nullptr;
+    return found != body.head.end() ? &*found : nullptr;
 }
 
 const char* time_column(BodyKind kind)
@@ -102,39 +98,10 @@ void add_head(Texts& texts, const PreviewBody& body, const std::map<int, std::st
 
 // --- Pairs ---------------------------------------------------------------------------------------
 
-// "&name=" in front of the text.
-bool begins_pair(std::string_view text, std::string_view name)
-{
-    return text.size() > name.size() + 1 && text.substr(1, name.size()) == name &&
-           text[name.size() + 1] == '=';
-}
-
-bool has_column(Texts::const_iterator begin, Texts::const_iterator end, const std::string& column)
-{
-    return std::any_of(begin, end, [&](const PostedText& one) { return one.column == column; });
-}
-
-// An alarm's cells were all read before its head, which may have posted them already.
-void add_alarm_pair(Texts& texts, const PreviewBody& body, const PreviewPart& part)
-{
-    constexpr std::pair<const char*, const char*> kColumns[] = {
-        {"title", "AlmBrief"}, {"AlmImg", "AlmImg"}, {"recovertime", "LastUpd"}};
-    for (const auto& [name, column] : kColumns)
-    {
-        const PreviewCell* cell = head_cell(body, column);
-        if (cell != nullptr && !cell->value.empty() && begins_pair(part.text, name) &&
-            part.text.size() > std::string_view(name).size() + 2 &&
-            !has_column(texts.begin(), texts.end(), cell->column))
-        {
-            add_value(texts, *cell);
-        }
-    }
-}
-
-// A column by its name. Without a text of vkApp.ini in its place, its value is the last cell.
+// A column by its name. Without a text of vkApp.ini in its place, its value is the cell's.
 void add_column_pair(Texts& texts, const PreviewPart& part)
 {
-    const PreviewCell& cell = part.cells.back();
+    const PreviewCell& cell = part.cells.front();
     texts.push_back({cell.column, cell.table, cell.column, true});
     if (std::string_view(part.text).substr(cell.column.size() + 2) == cell.value)
     {
@@ -142,19 +109,28 @@ void add_column_pair(Texts& texts, const PreviewPart& part)
     }
 }
 
-// A row of a detail table, whose column Fld may name the pair, or a camera. Some cells were read
-// twice.
+// What is posted as it is stored. The time of an alarm may stand in its head already.
+void add_text_pair(Texts& texts, const PreviewPart& part)
+{
+    const PreviewCell& cell = part.cells.front();
+    const bool known =
+        std::any_of(texts.begin(), texts.end(),
+                    [&](const PostedText& one) { return one.column == cell.column; });
+    if (!known && !cell.value.empty())
+    {
+        add_value(texts, cell);
+    }
+}
+
+// A row of a detail table, whose index is a number unless it names the pair.
 void add_row_pair(Texts& texts, const PreviewPart& part)
 {
-    const auto before = static_cast<std::ptrdiff_t>(texts.size());
+    const DetailMode* const mode = find_detail_mode(part.number);
     for (const PreviewCell& cell : part.cells)
     {
-        const bool known = has_column(texts.begin() + before, texts.end(), cell.column);
-        const bool posted =
-            is_column(cell, "Fld")
-                ? begins_pair(part.text, cell.value)
-                : part.text.find(cell.value, part.text.find('=') + 1) != std::string::npos;
-        if (!known && posted && !cell.value.empty())
+        const bool isText =
+            mode->layout == DetailLayout::kNamedText || !is_column(cell, mode->index);
+        if (isText && !cell.value.empty())
         {
             add_value(texts, cell);
         }
@@ -170,21 +146,23 @@ std::vector<PostedText> posted_texts(const PreviewBody& body,
     add_head(texts, body, names);
     for (const PreviewPart& part : body.parts)
     {
-        if (part.part != BodyPart::kPair || part.text.empty())
+        if (part.part != BodyPart::kPair || part.leftOut || part.cells.empty())
         {
             continue;
         }
-        if (body.kind == BodyKind::kAlarm)
+        switch (part.origin)
         {
-            add_alarm_pair(texts, body, part);
-        }
-        else if (!part.cells.empty() && begins_pair(part.text, part.cells.back().column))
-        {
+        case PartOrigin::kRendered:
             add_column_pair(texts, part);
-        }
-        else
-        {
+            break;
+        case PartOrigin::kText:
+            add_text_pair(texts, part);
+            break;
+        case PartOrigin::kDetailRow:
             add_row_pair(texts, part);
+            break;
+        default: // numbers, and the daemon's own words
+            break;
         }
     }
     return texts;

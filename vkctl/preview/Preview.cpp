@@ -18,8 +18,6 @@ namespace vkctl
 namespace
 {
 
-constexpr int kFirstGeneralSid = 900;
-
 void enter(const std::string& directory)
 {
     std::error_code error;
@@ -41,22 +39,17 @@ bool wants(const PreviewSelection& selection, BodyKind kind)
     return selection.kinds.count(kind) != 0;
 }
 
-bool has_cell_of(const PreviewBody& body, const std::string& table)
+bool has_part_of(const PreviewBody& body, const std::string& table)
 {
     return std::any_of(body.parts.begin(), body.parts.end(),
-                       [&](const PreviewPart& part)
-                       {
-                           return std::any_of(part.cells.begin(), part.cells.end(),
-                                              [&](const PreviewCell& cell)
-                                              { return cell.table == table; });
-                       });
+                       [&](const PreviewPart& part) { return part.table == table; });
 }
 
 bool is_selected(const PreviewSelection& selection, const PreviewBody& body)
 {
     return wants(selection, body.kind) && (!selection.sid || *selection.sid == body.sid) &&
            (selection.table.empty() || selection.table == body.table ||
-            has_cell_of(body, selection.table));
+            has_part_of(body, selection.table));
 }
 
 // Standard error leads nowhere meanwhile: what the commands behind the host's figures say there is
@@ -95,12 +88,6 @@ public:
     CRecording& operator=(const CRecording&) = delete;
 };
 
-void post_host(CAppPost& poster)
-{
-    const CQuietErrors quiet;
-    poster.PostOther();
-}
-
 // As often as discovery has found it, which is how often a sweep posts it.
 void keep_only(std::vector<int>& sids, std::vector<int>& tries, int sid)
 {
@@ -110,6 +97,19 @@ void keep_only(std::vector<int>& sids, std::vector<int>& tries, int sid)
 }
 
 } // namespace
+
+std::set<BodyKind> swept_kinds()
+{
+    std::set<BodyKind> kinds;
+    for (const BodyKindRow& row : body_kinds())
+    {
+        if (row.step != kNoStep)
+        {
+            kinds.insert(row.kind);
+        }
+    }
+    return kinds;
+}
 
 CPreview::CPreview(const std::string& directory)
 {
@@ -142,7 +142,6 @@ void CPreview::Run(const PreviewSelection& selection, const OnBody& onBody, cons
     Sweep(selection);
     if (wants(selection, BodyKind::kAlarm))
     {
-        CPreviewRecorder::Get().SetStep(BodyKind::kAlarm);
         Alarms();
     }
 }
@@ -175,27 +174,17 @@ void CPreview::Restrict(const PreviewSelection& selection)
 
 void CPreview::Sweep(const PreviewSelection& selection)
 {
-    const struct
+    for (int step = 0; step < kSweepSteps; ++step)
     {
-        BodyKind kind;
-        std::function<void(CAppPost&)> post;
-    } steps[] = {{BodyKind::kDevice,
-                  [](CAppPost& poster)
-                  {
-                      poster.PostNormal();
-                  }},
-                 {BodyKind::kGeneral, &CAppPost::PostGeneral},
-                 {BodyKind::kInput, &CAppPost::PostDio},
-                 {BodyKind::kCamera, &CAppPost::PostCam},
-                 {BodyKind::kHost, post_host}};
-    for (const auto& step : steps)
-    {
-        const bool wanted = wants(selection, step.kind) ||
-                            (step.kind == BodyKind::kInput && wants(selection, BodyKind::kOutput));
+        const bool wanted = std::any_of(body_kinds().begin(), body_kinds().end(),
+                                        [&](const BodyKindRow& row)
+                                        { return row.step == step && wants(selection, row.kind); });
         if (wanted)
         {
-            CPreviewRecorder::Get().SetStep(step.kind);
-            step.post(*m_pPoster);
+            const auto quiet = step == body_kind(BodyKind::kHost).step
+                                   ? std::make_unique<CQuietErrors>()
+                                   : nullptr;
+            (m_pPoster.get()->*sweep_steps().at(static_cast<size_t>(step)))();
         }
     }
 }
@@ -223,22 +212,13 @@ void CPreview::Alarms()
     m_pPoster->pDbAlm = nullptr;
 }
 
-// What the recorder cannot know: where alarms go, and that a general table has no SID of its own
-// and a configured type.
+// What the recorder cannot know: where alarms go.
 void CPreview::Complete(PreviewBody& body) const
 {
     if (body.kind == BodyKind::kAlarm)
     {
         body.urls = m_vAlmUrls;
     }
-    if (body.kind != BodyKind::kGeneral)
-    {
-        return;
-    }
-    const std::vector<std::string>& tables = m_pPoster->m_vGenTbls;
-    const auto at = std::find(tables.begin(), tables.end(), body.table);
-    body.sid = kFirstGeneralSid + static_cast<int>(at - tables.begin());
-    body.type = m_pPoster->m_ini.GetValue<int>("POST.General", body.table, 0);
 }
 
 } // namespace vkctl

@@ -32,14 +32,21 @@ struct PreviewCell
     int number = 0; // as the daemon reads it where it wants a number
 };
 
-// One part of a body (of a head: one group, all cells of the head with its first) with the cells
-// that were read for it, in the order of reading. A part without text stands for cells that came to
-// nothing.
+// One part of a body, or what would have been one: then it has no text and a reason. What it comes
+// from is told by the daemon as it composes, and its cells are those of the row at that moment:
+// the column of a pair, whatever its value was rendered to; the columns that the mode of a detail
+// row reads, or the empty one that left the row out; none of what comes from no row. The cells of
+// the head stand in the body.
 struct PreviewPart
 {
     BodyPart part = BodyPart::kPair;
-    std::string text;
+    PartOrigin origin = PartOrigin::kNothing;
+    int number = 0; // see PartSource
+    int type = 0;
+    std::string table; // of its row; empty without one
     std::vector<PreviewCell> cells;
+    std::string text;
+    std::optional<LeftOut> leftOut;
 };
 
 // What the daemon could not read from a database, all its tries included. A body, or a part of one,
@@ -57,16 +64,19 @@ struct PreviewBody
     std::string table; // of its row; empty for the host
     int sid = 0;
     int type = 0;
-    std::vector<PreviewPart> parts;
-    std::string text;              // UTF-8, as composed
-    std::vector<std::string> urls; // where it would go; empty: nowhere
+    std::vector<PreviewCell> head;  // what the columns hold that the kind's head is made from
+    std::vector<PreviewPart> parts; // in the order of composing
+    std::string text;               // UTF-8, as composed
+    std::vector<std::string> urls;  // where it would go; empty: nowhere
 };
+
+// The kinds of a sweep: all but alarms.
+std::set<BodyKind> swept_kinds();
 
 // Which bodies are made. Everything by default, without alarms.
 struct PreviewSelection
 {
-    std::set<BodyKind> kinds{BodyKind::kDevice, BodyKind::kGeneral, BodyKind::kInput,
-                             BodyKind::kOutput, BodyKind::kCamera,  BodyKind::kHost};
+    std::set<BodyKind> kinds = swept_kinds();
     std::optional<int> sid;
     std::string table; // empty: all. Of the body's row, or of a detail table that is part of it
 };

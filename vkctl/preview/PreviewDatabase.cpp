@@ -2,6 +2,8 @@
 
 #include <strings.h>
 
+#include "app/AppQueries.h"
+#include "app/AppRules.h"
 #include "vkctl/base/CliError.h"
 #include "vkctl/base/HostDatabase.h"
 #include "vkctl/preview/PreviewRecorder.h"
@@ -12,8 +14,7 @@ namespace vkctl
 namespace
 {
 
-constexpr int kJoinedColumns = 4; // Name, Note, Tag1, ASubSys
-constexpr int kNoQuery = -1;      // what is done outside of a query
+constexpr int kNoQuery = -1; // what is done outside of a query
 
 // The word behind "from", which is how the poster writes all its queries.
 std::string table_of(const std::string& sql)
@@ -75,7 +76,6 @@ int CPreviewDatabase::QryExec(const char* sql, int iqry)
     if (query >= 0)
     {
         m_sources[query] = source;
-        CPreviewRecorder::Get().Query(source.table);
     }
     else
     {
@@ -92,7 +92,6 @@ bool CPreviewDatabase::QryEof(int iqry)
 void CPreviewDatabase::QryNext(int iqry)
 {
     Tell(iqry, [&] { m_db.QryNext(iqry); });
-    CPreviewRecorder::Get().NextRow();
 }
 
 // A query that came to its end makes up for an earlier try that did not.
@@ -106,55 +105,54 @@ void CPreviewDatabase::QryFree(int iqry)
     }
 }
 
-void CPreviewDatabase::Note(int iqry, int column)
+std::string CPreviewDatabase::Table(int iqry) const
 {
-    if (!CPreviewRecorder::Get().IsRecording() || column < 0 || column >= m_db.QryFldCount(iqry))
+    const auto source = m_sources.find(iqry);
+    return source != m_sources.end() ? source->second.table : "";
+}
+
+std::optional<PreviewCell> CPreviewDatabase::Cell(int iqry, int column)
+{
+    if (column < 0 || column >= m_db.QryFldCount(iqry))
     {
-        return;
+        return std::nullopt;
     }
     const Source& source = m_sources[iqry];
     const bool isName = source.joinsNames && column < kJoinedColumns;
-    CPreviewRecorder::Get().Read({isName ? "tbSM" : source.table, m_db.QryFldName(iqry, column),
-                                  m_db.QryGetStrAt(iqry, column), m_db.QryGetIntAt(iqry, column)});
+    return PreviewCell{isName ? kNamesTable : source.table, m_db.QryFldName(iqry, column),
+                       m_db.QryGetStrAt(iqry, column), m_db.QryGetIntAt(iqry, column)};
 }
 
-// By name the first column counts, in whatever case, as it does for the library.
-void CPreviewDatabase::Note(int iqry, const char* column)
+std::optional<PreviewCell> CPreviewDatabase::Cell(int iqry, const std::string& column)
 {
-    const int count = CPreviewRecorder::Get().IsRecording() ? m_db.QryFldCount(iqry) : 0;
+    const int count = m_db.QryFldCount(iqry);
     for (int i = 0; i < count; ++i)
     {
-        if (strcasecmp(m_db.QryFldName(iqry, i), column) == 0)
+        if (strcasecmp(m_db.QryFldName(iqry, i), column.c_str()) == 0)
         {
-            Note(iqry, i);
-            return;
+            return Cell(iqry, i);
         }
     }
+    return std::nullopt;
 }
 
 int CPreviewDatabase::QryGetIntAt(int iqry, int iFld)
 {
-    const int value = Tell(iqry, [&] { return m_db.QryGetIntAt(iqry, iFld); });
-    Note(iqry, iFld);
-    return value;
+    return Tell(iqry, [&] { return m_db.QryGetIntAt(iqry, iFld); });
 }
 
 int CPreviewDatabase::QryGetInt(int iqry, const char* fld)
 {
-    const int value = Tell(iqry, [&] { return m_db.QryGetInt(iqry, fld); });
-    Note(iqry, fld);
-    return value;
+    return Tell(iqry, [&] { return m_db.QryGetInt(iqry, fld); });
 }
 
 const char* CPreviewDatabase::QryGetStrAt(int iqry, int iFld)
 {
-    Note(iqry, iFld);
     return Tell(iqry, [&] { return m_db.QryGetStrAt(iqry, iFld); });
 }
 
 const char* CPreviewDatabase::QryGetStr(int iqry, const char* fld)
 {
-    Note(iqry, fld);
     return Tell(iqry, [&] { return m_db.QryGetStr(iqry, fld); });
 }
 

@@ -1,14 +1,16 @@
 // A host's database as a preview reads it: through the library that the daemon loads, without any
-// write, telling the recorder about every cell that is read and every failure that is thrown.
+// write, telling the recorder about every failure that is thrown.
 //
 // Owns its database object. Failure: as the library's; Require throws CCliError. Main thread.
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <vector>
 
 #include "db/DbInterface.h"
+#include "vkctl/preview/Preview.h"
 #include "vkdb/Database.h"
 #include "vkdb/Manager.h"
 
@@ -36,6 +38,15 @@ public:
     const char* QryGetStrAt(int iqry, int iFld) override;
     const char* QryGetStr(int iqry, const char* fld) override;
 
+    // The table that a query reads; empty where it is not known.
+    std::string Table(int iqry) const;
+
+    // What the current row of a query has in a column, by its number or by its name, of which the
+    // first one counts, in whatever case, as it does for the library. Nothing without such a
+    // column.
+    std::optional<PreviewCell> Cell(int iqry, int column);
+    std::optional<PreviewCell> Cell(int iqry, const std::string& column);
+
 private:
     // What a query reads from.
     struct Source
@@ -48,9 +59,6 @@ private:
 
     // Runs an operation of the library on a query; what it throws is told, and thrown on.
     template <typename Operation> auto Tell(int iqry, Operation operation);
-    void Note(int iqry, int column);
-    void Note(int iqry, const char* column);
-
     vkdb::CDatabase m_db;
     std::map<int, Source> m_sources; // by query index
 };

@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <set>
 
-#include "vkctl/preview/PreviewHead.h"
+#include "app/AppRules.h"
 #include "vkctl/preview/PreviewSource.h"
 
 namespace vkctl
@@ -12,259 +12,290 @@ namespace vkctl
 namespace
 {
 
-constexpr char kFieldSection[] = "POST.xFld";
+// --- Heads ---------------------------------------------------------------------------------------
 
-bool is_whole_byte(int value)
+// Where the eight values of Fmt0 come from, by the row of the body's kind.
+class CHeadSources
 {
-    return value == 0x00 || value == 0x0F || value == 0xF0 || value == 0xFF;
-}
+public:
+    CHeadSources(const PreviewBody& body, const CAppPost& poster)
+        : m_body(body), m_poster(poster), m_ini(poster.m_ini)
+    {
+    }
 
-std::string field_key(int type, const std::string& column)
+    std::string Of(HeadValue value) const
+    {
+        const HeadField& field = body_kind(m_body.kind).Field(value);
+        const std::string column = field.column != nullptr ? field.column : "";
+        switch (field.source)
+        {
+        case HeadSource::kSetting:
+            return OfSetting(value);
+        case HeadSource::kColumn:
+            return OfColumn(value, column);
+        case HeadSource::kState:
+            return OfState(find_cell(m_body.head, column), column);
+        case HeadSource::kKnownName:
+        case HeadSource::kKnownFirst:
+            return NameByDiscovery();
+        case HeadSource::kZero:
+            return IsOfHost(value) ? "the host" : "always 0";
+        case HeadSource::kPlace:
+            return std::to_string(kFirstGeneralSid) +
+                   " and the table's place among the general ones";
+        case HeadSource::kOutput:
+            return value == HeadValue::kName ? "DO and the number of the output"
+                                             : "number of the output";
+        case HeadSource::kOutputState:
+            return OfOutputState();
+        case HeadSource::kNow:
+            return "time of reading";
+        case HeadSource::kAlarmClass:
+            return "class of the alarm, bits 8 to 15 of " + from_number(m_body.head, column) +
+                   ByTitle(column);
+        case HeadSource::kAlarmState:
+            return OfAlarmState(column);
+        }
+        return {};
+    }
+
+private:
+    bool IsOfHost(HeadValue value) const
+    {
+        return m_body.kind == BodyKind::kHost &&
+               (value == HeadValue::kSid || value == HeadValue::kType);
+    }
+
+    std::string OfSetting(HeadValue value) const
+    {
+        const bool isGeneral = m_body.kind == BodyKind::kGeneral;
+        switch (value)
+        {
+        case HeadValue::kType:
+            return setting(m_ini, setting_place(SettingId::kGeneralType, m_body.table));
+        case HeadValue::kName:
+            return setting(m_ini, isGeneral ? setting_place(SettingId::kGeneralName, m_body.table)
+                                            : setting_place(SettingId::kDeptName));
+        case HeadValue::kState:
+            return setting(m_ini, setting_place(state_setting(0)));
+        default:
+            return setting(m_ini, setting_place(SettingId::kDept));
+        }
+    }
+
+    std::string OfColumn(HeadValue value, const std::string& column) const
+    {
+        if (value == HeadValue::kTime)
+        {
+            return from_cell(m_body.head, column);
+        }
+        if (value != HeadValue::kName)
+        {
+            return from_number(m_body.head, column);
+        }
+        const PreviewCell* name = find_cell(m_body.head, column);
+        return name != nullptr && name->value.empty() ? NoName() : from_cell(m_body.head, column);
+    }
+
+    // What discovery has read from tbSM: of several rows for a SID the last. An empty name stands
+    // there, too, for a device that tbSM does not know.
+    std::string NameByDiscovery() const
+    {
+        const auto known = m_poster.m_mapSmName.find(m_body.sid);
+        return known != m_poster.m_mapSmName.end() && !known->second.empty()
+                   ? "tbSM.Name = " + shown_value(known->second)
+                   : NoName();
+    }
+
+    std::string NoName() const { return "tbSM has no name for SID " + std::to_string(m_body.sid); }
+
+    // A class that the words of the title refine.
+    std::string ByTitle(const std::string& column) const
+    {
+        const PreviewCell* type = find_cell(m_body.head, column);
+        const bool isTitled = type != nullptr && alarm_class(type->number) == kTitledClass;
+        return isTitled ? "; class 9 by " + from_cell(m_body.head, "AlmBrief") : "";
+    }
+
+    std::string OfAlarmState(const std::string& column) const
+    {
+        const PreviewCell* cell = find_cell(m_body.head, column);
+        const bool cleared = cell != nullptr && is_alarm_cleared(cell->number);
+        return from_number(m_body.head, column) +
+               (cleared ? ", bit 4: cleared: " : ", without bit 4: active: ") +
+               setting(m_ini, setting_place(state_setting(alarm_state(cleared))));
+    }
+
+    std::string OfState(const PreviewCell* cell, const std::string& column) const
+    {
+        const int state = cell != nullptr ? cell->number : 0;
+        return (cell != nullptr ? number_text(*cell) : "no column " + column) + ": " +
+               setting(m_ini, setting_place(state_setting(state)));
+    }
+
+    // An output's own column is that of the pair behind the head.
+    std::string OfOutputState() const
+    {
+        const auto own = std::find_if(m_body.parts.begin(), m_body.parts.end(),
+                                      [](const PreviewPart& part)
+                                      { return part.origin == PartOrigin::kNumber; });
+        const bool isKnown = own != m_body.parts.end() && !own->cells.empty();
+        return OfState(isKnown ? &own->cells.front() : nullptr, "of the output");
+    }
+
+    const PreviewBody& m_body;
+    const CAppPost& m_poster;
+    const SimpleIni& m_ini;
+};
+
+// --- Columns -------------------------------------------------------------------------------------
+
+// A text of a value, or the one that stands in for it.
+std::string label(const SimpleIni& ini, const std::string& key, int kind, const std::string& suffix)
 {
-    return std::to_string(type) + "." + column;
+    const bool hasFallback =
+        kind == kFirstFieldKind && ini.GetLine(kFieldSection, key + suffix) == 0;
+    const std::string name = key + (hasFallback ? kFallbackSuffix : suffix);
+    return ini.GetLine(kFieldSection, name) > 0 ? ", " + setting(ini, {kFieldSection, name})
+                                                : ", no text " + name;
 }
 
 std::string column_source(const SimpleIni& ini, int type, const PreviewCell& cell)
 {
     const std::string key = field_key(type, cell.column);
-    const int kind = ini.GetValue<int>(kFieldSection, key, 0);
-    if (kind < 1 || kind > 4)
+    const int kind = field_kind(ini, key);
+    if (!is_text_kind(kind))
     {
         return cell_text(cell) + ", as stored";
     }
     std::string source =
-        number_text(cell) + ", kind " + std::to_string(kind) + line_of(ini, kFieldSection, key);
-    const std::vector<std::string> texts = text_keys(ini, type, cell.column, cell.number);
-    if (texts.empty())
+        number_text(cell) + ", kind " + std::to_string(kind) + line_of(ini, {kFieldSection, key});
+    const std::vector<std::string> suffixes = field_suffixes(kind, cell.number);
+    if (suffixes.empty())
     {
         source += cell.number == 0 ? ", no bit is set" : ", no bit is set that the kind looks at";
     }
-    for (const std::string& text : texts)
+    for (const std::string& suffix : suffixes)
     {
-        const int line = ini.GetLine(kFieldSection, text);
-        source += line > 0 ? ", " + setting(ini, kFieldSection, text) : ", no text " + text;
+        source += label(ini, key, kind, suffix);
     }
     return source;
 }
 
-// What a column would be posted as; empty when it is not.
-std::string rendered(const SimpleIni& ini, int type, const PreviewCell& cell)
-{
-    const int kind = ini.GetValue<int>(kFieldSection, field_key(type, cell.column), 0);
-    if (kind < 1 || kind > 4)
-    {
-        return cell.value;
-    }
-    std::string value;
-    for (const std::string& key : text_keys(ini, type, cell.column, cell.number))
-    {
-        value += (value.empty() ? "" : " ") + ini.GetValue(kFieldSection, key, "");
-    }
-    return value;
-}
-
 // --- Detail rows ---------------------------------------------------------------------------------
 
-struct DetailMode
-{
-    int mode;
-    std::vector<const char*> columns; // that it reads; the one that decides comes first
-};
-
-const DetailMode* find_mode(int mode)
-{
-    static const std::vector<DetailMode> kModes = {
-        {100, {"Addr", "State", "Vol", "Reg", "Tem"}},
-        {101, {"Fld", "State", "V", "T"}},
-        {102, {"Fld", "Vol", "Tem", "bSt"}},
-        {103, {"Fld", "dat0"}},
-        {200, {"ValStr", "Fld", "Val"}},
-        {201, {"Val", "Fld"}},
-        {202, {"Val", "Fld"}},
-    };
-    const auto found = std::find_if(kModes.begin(), kModes.end(),
-                                    [&](const DetailMode& known) { return known.mode == mode; });
-    return found != kModes.end() ? &*found : nullptr;
-}
-
-// Why a row that was read has become nothing.
-std::string left_out_row(const DetailMode& mode, const std::vector<PreviewCell>& cells)
-{
-    const PreviewCell* decisive = find_cell(cells, mode.columns.front());
-    if (mode.mode >= 200 && decisive != nullptr && decisive->value.empty())
-    {
-        return std::string(", no ") + mode.columns.front();
-    }
-    const bool isComplete =
-        std::all_of(mode.columns.begin(), mode.columns.end(),
-                    [&](const char* column) { return find_cell(cells, column) != nullptr; });
-    return isComplete ? kNoRoom : ", a column of that mode is missing";
-}
-
-// A row of a detail table: every cell once, in the order of their names, since they are read in
-// no order that would mean anything; and the mode that lays them out. Of a row that has become
-// nothing its number is told, since the cells that would tell it apart may not have been read.
+// Every cell once, in the order of their names, since they are read in no order that would mean
+// anything; and the mode that lays them out. Of a row that has become nothing its number is told,
+// since the cells that would tell it apart may not have been read.
 std::string detail_source(const SimpleIni& ini, const PreviewBody& body, const PreviewPart& part,
                           int row)
 {
-    const std::string& table = part.cells.back().table;
     std::set<std::string> cells;
     for (const PreviewCell& cell : part.cells)
     {
         cells.insert(cell.column + "=" + (cell.value.empty() ? "" : shown_value(cell.value)));
     }
-    std::string source =
-        table +
-        (part.text.empty() ? ", row " + std::to_string(row) + " of SID " + std::to_string(body.sid)
-                           : "") +
-        ":";
+    std::string source = part.table;
+    if (part.leftOut)
+    {
+        source += ", row " + std::to_string(row) + " of SID " + std::to_string(body.sid);
+    }
+    source += ":";
     for (const std::string& cell : cells)
     {
         source += " " + cell;
     }
-    const int mode = ini.GetValue<int>("POST.Detail", table, 0);
-    source += ", mode " + std::to_string(mode) + line_of(ini, "POST.Detail", table);
-    const DetailMode* known = find_mode(mode);
-    return part.text.empty() && known != nullptr ? source + left_out_row(*known, part.cells)
-                                                 : source;
+    source += (cells.empty() ? " mode " : ", mode ") + std::to_string(part.number) +
+              line_of(ini, setting_place(SettingId::kDetailMode, part.table));
+    return part.leftOut == LeftOut::kEmpty ? source + ", no " + part.cells.front().column : source;
 }
 
-bool is_detail(const SimpleIni& ini, const PreviewBody& body, const PreviewPart& part)
-{
-    return body.kind == BodyKind::kDevice && !part.cells.empty() &&
-           part.cells.back().table == ini.GetValue("POST.Master", body.table, "");
-}
+// --- All -----------------------------------------------------------------------------------------
 
-std::string pair_name(const std::string& pair)
+// Why it was left out, where the source does not say so already.
+std::string reason(const PreviewPart& part)
 {
-    return pair.substr(0, pair.find('='));
-}
-
-// --- Other pairs ---------------------------------------------------------------------------------
-
-std::string alarm_source(const std::string& name, const std::vector<PreviewCell>& cells)
-{
-    if (name == "level")
+    if (part.leftOut == LeftOut::kNoRoom)
     {
-        return "class of the alarm, from " + from_number(cells, "Type");
+        return ", no room left in the body";
     }
-    if (name == "location" || name == "datainfo")
-    {
-        return "always empty";
-    }
-    if (name == "recovertime")
-    {
-        const PreviewCell* alarm = find_cell(cells, "Alm");
-        return alarm != nullptr && is_cleared(*alarm) ? from_cell(cells, "LastUpd") : "not cleared";
-    }
-    return name == "suggestion" ? from_number(cells, "AlmMask")
-                                : from_cell(cells, name == "title" ? "AlmBrief" : "AlmImg");
+    return part.leftOut == LeftOut::kUnknownMode ? ", which is none" : "";
 }
 
-// The pairs of an alarm's body that did not fit.
-std::vector<Explanation> left_out_of_alarm(const PreviewBody& body)
+class CExplainer
 {
-    std::vector<Explanation> result;
-    for (const char* const name :
-         {"level", "title", "suggestion", "location", "datainfo", "recovertime", "AlmImg"})
+public:
+    CExplainer(const PreviewBody& body, const CAppPost& poster)
+        : m_body(body), m_ini(poster.m_ini), m_head(body, poster)
     {
-        const std::string begin = std::string("&") + name + "=";
-        const bool isPosted =
-            std::any_of(body.parts.begin(), body.parts.end(),
-                        [&](const PreviewPart& part) { return part.text.rfind(begin, 0) == 0; });
-        if (!isPosted)
+    }
+
+    std::string Source(const PreviewPart& part)
+    {
+        const PreviewCell* cell = part.cells.empty() ? nullptr : &part.cells.front();
+        switch (part.origin)
         {
-            result.push_back({"", alarm_source(name, head_cells(body)) + kNoRoom});
+        case PartOrigin::kHead:
+            return Head(part.number);
+        case PartOrigin::kRendered:
+            return cell == nullptr || part.leftOut == LeftOut::kNoColumn
+                       ? NoColumn(part)
+                       : column_source(m_ini, part.type, *cell);
+        case PartOrigin::kText:
+            return cell != nullptr ? cell_text(*cell) : "";
+        case PartOrigin::kNumber:
+            return cell != nullptr ? number_text(*cell) : "";
+        case PartOrigin::kDetailRow:
+            return detail_source(m_ini, m_body, part, ++m_row);
+        case PartOrigin::kAlarmLevel:
+            return "class of the alarm, from " + (cell != nullptr ? number_text(*cell) : "");
+        case PartOrigin::kNotCleared:
+            return "not cleared";
+        case PartOrigin::kNothing:
+            return "always empty";
+        case PartOrigin::kLoad:
+            return "/proc/loadavg, times 100";
+        case PartOrigin::kSystem:
+            return "/proc/meminfo, the CPU's highest clock in kHz, /dev/mtd* in MB";
         }
+        return {};
     }
-    return result;
-}
 
-std::string host_source(const std::string& pairs)
-{
-    return pairs.compare(0, 4, "cpu1") == 0
-               ? "/proc/loadavg, times 100"
-               : "/proc/meminfo, the CPU's highest clock in kHz, /dev/mtd* in MB";
-}
-
-std::string other_source(const PreviewBody& body, const PreviewPart& part, const std::string& pairs)
-{
-    const std::vector<PreviewCell> head = head_cells(body);
-    switch (body.kind)
+private:
+    // The next values of the head.
+    std::string Head(int values)
     {
-    case BodyKind::kAlarm:
-        return alarm_source(pair_name(pairs), head);
-    case BodyKind::kHost:
-        return host_source(pairs);
-    case BodyKind::kOutput:
-        return head.empty() ? "" : number_text(head.front());
-    default:
-        return part.cells.empty() ? "" : cell_text(part.cells.back());
+        std::string source;
+        for (const int end = m_value + values; m_value < end; ++m_value)
+        {
+            source += (source.empty() ? "" : "; ") + m_head.Of(static_cast<HeadValue>(m_value));
+        }
+        return source.empty() ? setting(m_ini, setting_place(SettingId::kFmt0)) : source;
     }
-}
+
+    static std::string NoColumn(const PreviewPart& part)
+    {
+        return part.table + ", column " + std::to_string(part.number + 1) +
+               ": not there, or beyond its .flds";
+    }
+
+    const PreviewBody& m_body;
+    const SimpleIni& m_ini;
+    const CHeadSources m_head;
+    int m_value = 0; // of the head, that comes next
+    int m_row = 0;   // of the detail table
+};
 
 } // namespace
 
-std::vector<std::string> text_keys(const SimpleIni& ini, int type, const std::string& column,
-                                   int value)
-{
-    const std::string key = field_key(type, column);
-    const int kind = ini.GetValue<int>(kFieldSection, key, 0);
-    if (kind == 1)
-    {
-        const std::string own = key + std::to_string(value);
-        return {ini.GetLine(kFieldSection, own) > 0 ? own : key + "x"};
-    }
-    if (kind == 2 && is_whole_byte(value))
-    {
-        return {key + format_text("%02X", static_cast<unsigned>(value))};
-    }
-    std::vector<std::string> keys;
-    for (int bit = 0; kind >= 2 && kind <= 4 && bit < (kind - 1) * 8; ++bit)
-    {
-        if ((static_cast<unsigned>(value) >> bit & 1U) != 0)
-        {
-            keys.push_back(key + std::to_string(bit));
-        }
-    }
-    return keys;
-}
-
 std::vector<Explanation> explain(const PreviewBody& body, const CAppPost& poster)
 {
-    const SimpleIni& ini = poster.m_ini;
-    std::vector<Explanation> result = explain_head(body, poster);
-    int row = 0;
+    CExplainer explainer(body, poster);
+    std::vector<Explanation> result;
     for (const PreviewPart& part : body.parts)
     {
-        if (part.part == BodyPart::kHead)
-        {
-            continue;
-        }
-        const std::string pairs = without_separator(part.text);
-        if (is_detail(ini, body, part))
-        {
-            result.push_back({pairs, detail_source(ini, body, part, ++row)});
-            continue;
-        }
-        if (body.kind != BodyKind::kDevice && body.kind != BodyKind::kGeneral)
-        {
-            result.push_back({pairs, other_source(body, part, pairs)});
-            continue;
-        }
-        for (size_t i = 0; i < part.cells.size(); ++i)
-        {
-            const PreviewCell& cell = part.cells[i];
-            const bool posted = !part.text.empty() && i + 1 == part.cells.size();
-            const bool hasNoRoom = !posted && !rendered(ini, body.type, cell).empty();
-            result.push_back({posted ? pairs : "",
-                              column_source(ini, body.type, cell) + (hasNoRoom ? kNoRoom : "")});
-        }
-    }
-    if (body.kind == BodyKind::kAlarm)
-    {
-        const std::vector<Explanation> more = left_out_of_alarm(body);
-        result.insert(result.end(), more.begin(), more.end());
+        const std::string source = explainer.Source(part); // in the order of the parts
+        result.push_back({without_separator(part.text), source + reason(part)});
     }
     return result;
 }

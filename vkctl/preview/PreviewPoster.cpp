@@ -3,7 +3,7 @@
 // their archive.
 #include <cstdarg>
 
-#include "app/AppBodyWriter.h"
+#include "app/AppBodyReport.h"
 #include "app/AppPause.h"
 #include "app/AppPost.h"
 #include "vkctl/preview/PreviewRecorder.h"
@@ -57,9 +57,24 @@ bool at_rest()
     return false;
 }
 
-void body_part(BodyPart part, const char* text, size_t length)
+void body_begun(const CHead& head)
 {
-    CPreviewRecorder::Get().Part(part, std::string(text, length));
+    CPreviewRecorder::Get().BodyBegun(head);
+}
+
+void body_part(BodyPart part, const char* text, size_t length, const PartSource& source)
+{
+    CPreviewRecorder::Get().Part(part, std::string(text, length), source);
+}
+
+void body_left_out(BodyPart part, const PartSource& source, LeftOut why)
+{
+    CPreviewRecorder::Get().PartLeftOut(part, source, why);
+}
+
+void body_details_begun(bool is_again)
+{
+    CPreviewRecorder::Get().DetailsBegun(is_again);
 }
 
 int trace_log_vkapppost(const char* /*tag*/, const char* format, ...)

@@ -3,7 +3,8 @@
 #include <algorithm>
 #include <utility>
 
-#include "vkctl/preview/PreviewSource.h"
+#include "app/AppRules.h"
+#include "vkctl/preview/PreviewDatabase.h"
 
 namespace vkctl
 {
@@ -11,14 +12,94 @@ namespace vkctl
 namespace
 {
 
-// Inputs and outputs are one step; the outputs come from a table of their own.
-constexpr char kOutputTable[] = "tbDio";
-
-// The number in the latest cell of that column; 0 without one.
-int number_of(const std::vector<PreviewCell>& cells, const char* column)
+// The poster's databases are a preview's.
+CPreviewDatabase* database_of(const CRows* rows)
 {
-    const PreviewCell* cell = find_cell(cells, column);
-    return cell != nullptr ? cell->number : 0;
+    return rows != nullptr ? dynamic_cast<CPreviewDatabase*>(&rows->Db()) : nullptr;
+}
+
+std::string table_of(const CRows* rows)
+{
+    const CPreviewDatabase* db = database_of(rows);
+    return db != nullptr ? db->Table(rows->Index()) : "";
+}
+
+// A column by its name or number; nothing when the row has no such column.
+template <typename Column>
+void add_cell(std::vector<PreviewCell>& cells, const CRows* rows, const Column& column)
+{
+    CPreviewDatabase* db = database_of(rows);
+    const auto cell = db != nullptr ? db->Cell(rows->Index(), column) : std::nullopt;
+    if (cell)
+    {
+        cells.push_back(*cell);
+    }
+}
+
+std::vector<PreviewCell> head_cells(const CHead& head)
+{
+    std::vector<PreviewCell> cells;
+    for (const HeadField& field : body_kind(head.kind).head)
+    {
+        if (field.column != nullptr)
+        {
+            add_cell(cells, head.rows, std::string(field.column));
+        }
+    }
+    if (head.kind == BodyKind::kAlarm)
+    {
+        add_cell(cells, head.rows, std::string("AlmBrief")); // which may refine the class
+    }
+    return cells;
+}
+
+// Of a row that its decisive column leaves out the daemon has read nothing else.
+std::vector<PreviewCell> detail_cells(const PartSource& source, std::optional<LeftOut> leftOut)
+{
+    std::vector<PreviewCell> cells;
+    const DetailMode* mode = find_detail_mode(source.number);
+    if (mode == nullptr)
+    {
+        return cells;
+    }
+    const std::vector<std::string> columns = leftOut == LeftOut::kEmpty
+                                                 ? std::vector<std::string>{mode->decisive}
+                                                 : detail_columns(*mode);
+    for (const std::string& column : columns)
+    {
+        add_cell(cells, source.rows, column);
+    }
+    return cells;
+}
+
+std::vector<PreviewCell> part_cells(const PartSource& source, std::optional<LeftOut> leftOut)
+{
+    if (source.origin == PartOrigin::kDetailRow)
+    {
+        return detail_cells(source, leftOut);
+    }
+    std::vector<PreviewCell> cells;
+    if (source.origin == PartOrigin::kRendered)
+    {
+        add_cell(cells, source.rows, source.number);
+    }
+    else if (source.column != nullptr)
+    {
+        add_cell(cells, source.rows, std::string(source.column));
+    }
+    return cells;
+}
+
+PreviewPart part_of(BodyPart part, const PartSource& source, std::optional<LeftOut> leftOut)
+{
+    return {part,
+            source.origin,
+            source.number,
+            source.type,
+            table_of(source.rows),
+            part_cells(source, leftOut),
+            "",
+            leftOut};
 }
 
 } // namespace
@@ -38,98 +119,81 @@ void CPreviewRecorder::Begin(CPreview::OnBody onBody, CPreview::OnLog onLog)
 
 void CPreviewRecorder::End()
 {
-    SetStep(std::nullopt);
+    m_composed.clear();
     m_onBody = nullptr;
     m_onLog = nullptr;
 }
 
-void CPreviewRecorder::SetStep(std::optional<BodyKind> step)
+PreviewBody* CPreviewRecorder::Composed()
 {
-    m_step = step;
-    m_table.clear();
-    m_cells.clear();
-    m_composed.clear();
-    m_inHead = false;
+    return m_onBody && !m_composed.empty() ? &m_composed.back() : nullptr;
 }
 
-// Cells that came to nothing at the end of a row still belong to the body that the row became.
-void CPreviewRecorder::KeepUnusedCells()
+void CPreviewRecorder::BodyBegun(const CHead& head)
 {
-    if (!m_composed.empty() && !m_cells.empty())
-    {
-        m_composed.back().parts.push_back({BodyPart::kPair, "", std::move(m_cells)});
-    }
-    m_cells.clear();
-}
-
-void CPreviewRecorder::Query(const std::string& table)
-{
-    KeepUnusedCells();
-    m_table = table;
-    m_inHead = false;
-}
-
-void CPreviewRecorder::NextRow()
-{
-    KeepUnusedCells();
-}
-
-void CPreviewRecorder::Read(PreviewCell cell)
-{
-    if (IsRecording())
-    {
-        m_cells.push_back(std::move(cell));
-    }
-}
-
-void CPreviewRecorder::BeginBody()
-{
-    PreviewBody body;
-    body.kind = m_table == kOutputTable ? BodyKind::kOutput : *m_step;
-    body.table = *m_step == BodyKind::kHost ? "" : m_table;
-    body.sid = number_of(m_cells, "SID");
-    body.type = number_of(m_cells, "Type");
-    m_composed.push_back(std::move(body));
-}
-
-void CPreviewRecorder::Part(BodyPart part, std::string text)
-{
-    if (!IsRecording())
+    if (!m_onBody)
     {
         return;
     }
-    const bool isHead = part == BodyPart::kHead;
-    if ((isHead && !m_inHead) || m_composed.empty())
+    const bool isNextOutput = head.kind == BodyKind::kOutput && !m_composed.empty() &&
+                              m_composed.back().kind == BodyKind::kOutput;
+    if (!isNextOutput)
     {
-        BeginBody();
+        m_composed.clear();
     }
-    m_inHead = isHead;
-    PreviewBody& body = m_composed.back();
-    body.text += text;
-    body.parts.push_back({part, std::move(text), std::move(m_cells)});
-    m_cells.clear();
+    PreviewBody body;
+    body.kind = head.kind;
+    body.table = table_of(head.rows);
+    body.sid = head.sid;
+    body.type = head.stype;
+    body.head = head_cells(head);
+    m_composed.push_back(std::move(body));
+}
+
+void CPreviewRecorder::Part(BodyPart part, std::string text, const PartSource& source)
+{
+    if (PreviewBody* body = Composed())
+    {
+        body->text += text;
+        body->parts.push_back(part_of(part, source, std::nullopt));
+        body->parts.back().text = std::move(text);
+    }
+}
+
+void CPreviewRecorder::PartLeftOut(BodyPart part, const PartSource& source, LeftOut why)
+{
+    if (PreviewBody* body = Composed())
+    {
+        body->parts.push_back(part_of(part, source, why));
+    }
+}
+
+void CPreviewRecorder::DetailsBegun(bool isAgain)
+{
+    PreviewBody* body = Composed();
+    if (body == nullptr)
+    {
+        return;
+    }
+    if (!isAgain)
+    {
+        m_detailParts = body->parts.size();
+        return;
+    }
+    for (; body->parts.size() > m_detailParts; body->parts.pop_back())
+    {
+        body->text.resize(body->text.size() - body->parts.back().text.size());
+    }
 }
 
 void CPreviewRecorder::Post(const char* text, std::vector<std::string> urls)
 {
-    if (!IsRecording())
+    if (!m_onBody || m_composed.empty())
     {
         return;
     }
-    KeepUnusedCells();
-    m_inHead = false;
-    // A body that was begun and dropped, its row gone bad, stands before the one that is posted.
-    while (!m_composed.empty() && m_composed.front().text != text)
-    {
-        m_composed.pop_front();
-    }
-    PreviewBody body;
-    body.kind = *m_step;
-    if (!m_composed.empty())
-    {
-        body = std::move(m_composed.front());
-        m_composed.pop_front();
-    }
+    PreviewBody body = std::move(m_composed.front());
+    m_composed.pop_front();
     body.text = text;
     body.urls = std::move(urls);
     m_onBody(body);

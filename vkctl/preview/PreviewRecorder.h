@@ -1,7 +1,10 @@
-// Collects what the poster reads, composes and posts while a preview runs.
+// Takes down what the poster composes, posts and logs while a preview runs, and what it fails to
+// read.
 //
 // There is one, since the poster's replaced functions have no other way to it. Begin and End
-// enclose a preview; outside of it everything is ignored. Owns copies of all texts. Main thread.
+// enclose a preview; outside of it everything is ignored. The poster tells what each part of a body
+// comes from; the values behind it are read from its row at once. Owns copies of all texts. Main
+// thread.
 #pragma once
 
 #include <deque>
@@ -22,14 +25,11 @@ public:
     void Begin(CPreview::OnBody onBody, CPreview::OnLog onLog);
     void End();
 
-    // Which step of the sweep the poster works on; none: what it reads is of no interest.
-    void SetStep(std::optional<BodyKind> step);
-
-    // Called by the databases and the poster's replaced functions.
-    void Query(const std::string& table); // a query on that table begins
-    void NextRow();                       // what was read of the last one belongs together
-    void Read(PreviewCell cell);
-    void Part(BodyPart part, std::string text);
+    // Called by the poster's replaced functions.
+    void BodyBegun(const CHead& head);
+    void Part(BodyPart part, std::string text, const PartSource& source);
+    void PartLeftOut(BodyPart part, const PartSource& source, LeftOut why);
+    void DetailsBegun(bool isAgain);
     void Post(const char* text, std::vector<std::string> urls);
     void Log(const std::string& message);
 
@@ -39,19 +39,13 @@ public:
     void Succeeded(const std::string& sql);
     const std::vector<PreviewFailure>& Failures() const { return m_failures; }
 
-    bool IsRecording() const { return m_step.has_value(); }
-
 private:
-    void BeginBody();
-    void KeepUnusedCells();
+    PreviewBody* Composed(); // the body that is being composed; null: nothing is recorded
 
     CPreview::OnBody m_onBody;
     CPreview::OnLog m_onLog;
-    std::optional<BodyKind> m_step;
-    std::string m_table;                    // of the latest query
-    std::vector<PreviewCell> m_cells;       // read and not yet part of a body
     std::deque<PreviewBody> m_composed;     // begun and not yet posted
-    bool m_inHead = false;                  // the latest part was a group of a head
+    size_t m_detailParts = 0;               // how many parts a body has in front of its detail rows
     std::vector<PreviewFailure> m_failures; // since Begin, those without a later success
 };
 

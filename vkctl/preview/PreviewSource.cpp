@@ -4,6 +4,8 @@
 
 #include <algorithm>
 
+#include "app/AppPostConfig.h"
+
 namespace vkctl
 {
 
@@ -14,16 +16,16 @@ constexpr size_t kLongestValue = 200; // bytes of a stored value that are shown
 
 } // namespace
 
-std::string line_of(const SimpleIni& ini, const std::string& section, const std::string& key)
+std::string line_of(const SimpleIni& ini, const SettingPlace& place)
 {
-    const int line = ini.GetLine(section, key);
+    const int line = ini.GetLine(place.section, place.key);
     return line > 0 ? std::string(" (") + kConfigFile + ":" + std::to_string(line) + ")"
                     : " (default)";
 }
 
-std::string setting(const SimpleIni& ini, const std::string& section, const std::string& key)
+std::string setting(const SimpleIni& ini, const SettingPlace& place)
 {
-    return key + line_of(ini, section, key);
+    return place.key + line_of(ini, place);
 }
 
 std::string shown_value(const std::string& value)
@@ -45,26 +47,13 @@ std::string cell_text(const PreviewCell& cell)
     return cell.table + "." + cell.column + " = " + shown_value(cell.value);
 }
 
-std::vector<PreviewCell> head_cells(const PreviewBody& body)
-{
-    std::vector<PreviewCell> cells;
-    for (const PreviewPart& part : body.parts)
-    {
-        if (part.part == BodyPart::kHead)
-        {
-            cells.insert(cells.end(), part.cells.begin(), part.cells.end());
-        }
-    }
-    return cells;
-}
-
 const PreviewCell* find_cell(const std::vector<PreviewCell>& cells, const std::string& column)
 {
-    const auto found = std::find_if(cells.rbegin(), cells.rend(),
+    const auto found = std::find_if(cells.begin(), cells.end(),
                                     [&](const PreviewCell& cell) {
                                         return strcasecmp(cell.column.c_str(), column.c_str()) == 0;
                                     });
-    return found != cells.rend() ? &*found : nullptr;
+    return found != cells.end() ? &*found : nullptr;
 }
 
 std::string from_cell(const std::vector<PreviewCell>& cells, const std::string& column)
@@ -83,12 +72,6 @@ std::string from_number(const std::vector<PreviewCell>& cells, const std::string
 {
     const PreviewCell* cell = find_cell(cells, column);
     return cell != nullptr ? number_text(*cell) : "no column " + column;
-}
-
-bool is_cleared(const PreviewCell& alarm)
-{
-    constexpr int kClearedBit = 4;
-    return (alarm.number & kClearedBit) != 0;
 }
 
 std::string without_separator(const std::string& text)

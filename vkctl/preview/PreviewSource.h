@@ -5,16 +5,17 @@
 #include <string>
 #include <vector>
 
+#include "app/AppSettings.h"
 #include "vkctl/preview/Preview.h"
 
 namespace vkctl
 {
 
 // " (vkApp.ini:41)", or " (default)" for a key that the file does not have.
-std::string line_of(const SimpleIni& ini, const std::string& section, const std::string& key);
+std::string line_of(const SimpleIni& ini, const SettingPlace& place);
 
 // The key and its line.
-std::string setting(const SimpleIni& ini, const std::string& section, const std::string& key);
+std::string setting(const SimpleIni& ini, const SettingPlace& place);
 
 // A stored value, "(empty)", or the begin of a very long one and its length.
 std::string shown_value(const std::string& value);
@@ -22,11 +23,7 @@ std::string shown_value(const std::string& value);
 // "tbUps.Load = 42.7"
 std::string cell_text(const PreviewCell& cell);
 
-// All cells that a body's head was made of.
-std::vector<PreviewCell> head_cells(const PreviewBody& body);
-
-// The latest cell of that column, whatever its case, as the daemon finds it; null when none was
-// read.
+// The cell of that column, whatever its case, as the daemon finds it; null when there is none.
 const PreviewCell* find_cell(const std::vector<PreviewCell>& cells, const std::string& column);
 
 // cell_text of it, or "no column ...".
@@ -36,12 +33,7 @@ std::string from_cell(const std::vector<PreviewCell>& cells, const std::string& 
 std::string from_number(const std::vector<PreviewCell>& cells, const std::string& column);
 std::string number_text(const PreviewCell& cell);
 
-// Whether the cell Alm of an alarm says that it has gone.
-bool is_cleared(const PreviewCell& alarm);
-
 // A part of a body as it reads without what joins it to the one before.
 std::string without_separator(const std::string& text);
-
-constexpr char kNoRoom[] = ", no room left in the body";
 
 } // namespace vkctl

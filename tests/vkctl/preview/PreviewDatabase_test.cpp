@@ -1,14 +1,12 @@
-// A host's database as a preview reads it: every cell is told, the library's rules stay, and a
-// database that cannot be read says why.
+// A host's database as a preview reads it: its cells can be asked for, the library's rules stay,
+// and a database that cannot be read says why.
 #include "tests/vkctl/preview/PreviewTest.h"
 
 #include "vkctl/base/CliError.h"
 #include "vkctl/preview/PreviewDatabase.h"
 #include "vkctl/preview/PreviewRecorder.h"
 
-using ::testing::ElementsAre;
 using ::testing::HasSubstr;
-using ::testing::IsEmpty;
 using vkctl::CPreviewDatabase;
 using vkctl::CPreviewRecorder;
 
@@ -18,29 +16,18 @@ namespace
 class PreviewDatabase : public ::testing::Test
 {
 protected:
-    PreviewDatabase()
-    {
-        host.SimpleRoom();
-        CPreviewRecorder::Get().Begin([&](const vkctl::PreviewBody& body)
-                                      { bodies.push_back(body); },
-                                      [](const std::string&) {});
-    }
-    ~PreviewDatabase() override { CPreviewRecorder::Get().End(); }
+    PreviewDatabase() { host.SimpleRoom(); }
 
     std::string Path() const { return host.File("tmp/dbDat0.db3"); }
 
-    // The cells that were read since the recording began: those of a body that is posted now.
-    Texts Cells()
+    // A cell as "tbDev.SID=7/7", its text and its number; "none" without one.
+    template <typename Column>
+    static std::string Cell(CPreviewDatabase& db, int query, const Column& column)
     {
-        CPreviewRecorder::Get().Part(BodyPart::kHead, "head");
-        CPreviewRecorder::Get().Post("head", {});
-        Texts cells;
-        for (const vkctl::PreviewCell& cell : bodies.back().parts.at(0).cells)
-        {
-            cells.push_back(cell.table + "." + cell.column + "=" + cell.value + "/" +
-                            std::to_string(cell.number));
-        }
-        return cells;
+        const std::optional<vkctl::PreviewCell> cell = db.Cell(query, column);
+        return cell ? cell->table + "." + cell->column + "=" + cell->value + "/" +
+                          std::to_string(cell->number)
+                    : "none";
     }
 
     static std::string Refused(const std::string& path)
@@ -57,22 +44,17 @@ protected:
     }
 
     CHostDir host;
-    std::vector<vkctl::PreviewBody> bodies;
 };
 
 } // namespace
 
-TEST_F(PreviewDatabase, CellsAreToldAsTheyAreRead)
+TEST_F(PreviewDatabase, CellsAreFoundByNumberAndByName)
 {
     CPreviewDatabase db(Path());
     const int query = db.QryExec("select * from tbDev where SID=7", -1);
-    CPreviewRecorder::Get().SetStep(BodyKind::kDevice);
-    EXPECT_EQ(db.QryGetInt(query, "SID"), 7);
-    EXPECT_STREQ(db.QryGetStrAt(query, 6), "2024-05-01 12:00:00");
-    EXPECT_STREQ(db.QryGetStr(query, "v"), "1");
-    EXPECT_EQ(db.QryGetIntAt(query, 1), 5);
-    EXPECT_THAT(Cells(), ElementsAre("tbDev.SID=7/7", "tbDev.DateUpd=2024-05-01 12:00:00/2024",
-                                     "tbDev.V=1/1", "tbDev.Type=5/5"));
+    EXPECT_EQ(Cell(db, query, "SID"), "tbDev.SID=7/7");
+    EXPECT_EQ(Cell(db, query, 6), "tbDev.DateUpd=2024-05-01 12:00:00/2024");
+    EXPECT_EQ(Cell(db, query, "v"), "tbDev.V=1/1");
 }
 
 TEST_F(PreviewDatabase, JoinedColumnsAreThoseOfTbSM)
@@ -81,30 +63,34 @@ TEST_F(PreviewDatabase, JoinedColumnsAreThoseOfTbSM)
     const int query = db.QryExec("select s.Name,s.Note,s.Tag1,s.ASubSys,x.* from tbDev x"
                                  " left join tbSM s on s.SID=x.SID where x.SID=7",
                                  -1);
-    CPreviewRecorder::Get().SetStep(BodyKind::kDevice);
-    db.QryGetStr(query, "Name");
-    db.QryGetInt(query, "ASubSys");
-    db.QryGetInt(query, "SID");
-    EXPECT_THAT(Cells(), ElementsAre("tbSM.Name=Dev7/0", "tbSM.ASubSys=2/2", "tbDev.SID=7/7"));
+    EXPECT_EQ(Cell(db, query, "Name"), "tbSM.Name=Dev7/0");
+    EXPECT_EQ(Cell(db, query, "ASubSys"), "tbSM.ASubSys=2/2");
+    EXPECT_EQ(Cell(db, query, "SID"), "tbDev.SID=7/7");
 }
 
-TEST_F(PreviewDatabase, ColumnThatIsNotThereThrowsAndIsNotTold)
+TEST_F(PreviewDatabase, ColumnThatIsNotThereHasNoCell)
 {
     CPreviewDatabase db(Path());
     const int query = db.QryExec("select * from tbDev", -1);
-    CPreviewRecorder::Get().SetStep(BodyKind::kDevice);
+    EXPECT_EQ(Cell(db, query, "Nothing"), "none");
+    EXPECT_EQ(Cell(db, query, 99), "none");
+    EXPECT_EQ(Cell(db, query, -1), "none");
+}
+
+TEST_F(PreviewDatabase, FailureIsToldUntilALaterTrySucceeds)
+{
+    CPreviewRecorder& recorder = CPreviewRecorder::Get();
+    recorder.Begin({}, {});
+    CPreviewDatabase db(Path());
+    const int query = db.QryExec("select * from tbDev", -1);
     EXPECT_THROW(db.QryGetInt(query, "Nothing"), CppSQLite3Exception);
-    EXPECT_STREQ(db.QryGetStrAt(query, 99), "");
-    EXPECT_THAT(Cells(), IsEmpty());
-}
-
-TEST_F(PreviewDatabase, OutsideOfAStepNothingIsTold)
-{
-    CPreviewDatabase db(Path());
-    const int query = db.QryExec("select * from tbDev", -1);
-    db.QryGetInt(query, "SID");
-    CPreviewRecorder::Get().SetStep(BodyKind::kDevice);
-    EXPECT_THAT(Cells(), IsEmpty());
+    db.QryFree(query);
+    ASSERT_EQ(recorder.Failures().size(), 1U);
+    EXPECT_EQ(recorder.Failures()[0].table, "tbDev");
+    EXPECT_EQ(recorder.Failures()[0].message, "no such column: Nothing");
+    db.QryFree(db.QryExec("select * from tbDev", -1));
+    EXPECT_TRUE(recorder.Failures().empty());
+    recorder.End();
 }
 
 TEST_F(PreviewDatabase, NothingIsWritten)

@@ -2,6 +2,8 @@
 // are those that CHostDir writes: sections and keys by name, [POST] with its keys first.
 #include "tests/vkctl/preview/PreviewTest.h"
 
+#include "vkctl/preview/PreviewRecorder.h"
+
 using ::testing::Contains;
 using ::testing::ElementsAre;
 using ::testing::HasSubstr;
@@ -270,7 +272,30 @@ TEST_F(PreviewExplain, DetailRowsAreLeftOutOneByOne)
 
 TEST_F(PreviewExplain, UnknownModeAddsNothing)
 {
-    EXPECT_THAT(Detail("999", "Fld,Val", "1,6"), IsEmpty());
+    EXPECT_THAT(Detail("999", "Fld,Val", "1,6"),
+                ElementsAre(" <- tbCell, row 1 of SID 7: mode 999 (vkApp.ini:6), which is none"));
+}
+
+TEST_F(PreviewExplain, ExtensionFromTheDetailTableIsNoDetailRow)
+{
+    host.Ini("POST.Detail", "tbCell", "103");
+    host.Ini("POST.Master", "tbDev", "tbCell");
+    host.Ini("POST.Ext.5", "tbCell", "3");
+    host.Ini("POST.Ext.5", "tbCell.flds", "2");
+    host.Ini("POST.xFld", "5.Fld", "1");
+    host.Ini("POST.xFld", "5.dat0", "1");
+    host.Data("create table tbCell(SID,Type,Fld,dat0); insert into tbCell values(8,5,1,6)");
+    EXPECT_THAT(Explained(kHeadGroups + 1),
+                ElementsAre(" <- tbCell.Fld = 1, kind 1 (vkApp.ini:15), no text 5.Fldx",
+                            " <- tbCell.dat0 = 6, kind 1 (vkApp.ini:16), no text 5.dat0x"));
+}
+
+TEST_F(PreviewExplain, DetailTableWithoutAColumnOfItsModeIsAFailureAndNoRow)
+{
+    EXPECT_THAT(Detail("101", "Fld,State,V", "1,0,5"), IsEmpty());
+    const auto& failures = vkctl::CPreviewRecorder::Get().Failures();
+    ASSERT_EQ(failures.size(), 1U);
+    EXPECT_EQ(failures[0].table + ": " + failures[0].message, "tbCell: no such column: T");
 }
 
 TEST_F(PreviewExplain, ExtensionColumnsAreColumnsOfTheirTable)
@@ -360,10 +385,19 @@ TEST_F(PreviewExplain, BitBeyondTheKindIsNotCalledUnset)
                           "looks at"));
 }
 
+TEST_F(PreviewExplain, PairThatDidNotFitIsToldBesideAHeadOfItsName)
+{
+    host.Post("Fmt0", "suid=%s&title=none");
+    host.Alarm(1, 7, std::string(2040, 't'));
+    EXPECT_THAT(Explained(0, Only(BodyKind::kAlarm)),
+                Contains(" <- tbSMAlarm.AlmBrief = " + std::string(200, 't') +
+                         "... (2040 bytes), no room left in the body"));
+}
+
 TEST_F(PreviewExplain, PairOfAnAlarmThatDidNotFitIsTold)
 {
     host.Alarm(1, 7, std::string(2000, 't'));
     const Texts lines = Explained(kHeadGroups, Only(BodyKind::kAlarm));
-    EXPECT_EQ(lines.back(), " <- tbSMAlarm.AlmBrief = " + std::string(200, 't') +
-                                "... (2000 bytes), no room left in the body");
+    EXPECT_EQ(lines.at(1), " <- tbSMAlarm.AlmBrief = " + std::string(200, 't') +
+                               "... (2000 bytes), no room left in the body");
 }
