@@ -129,13 +129,13 @@ void CBodyWriter::Head(const std::string& format, const CHead& head)
 {
     body_begun(head);
     HeadCursor cursor{format};
-    bool needsNoSeparator = false; // what came before was left out
+    bool needs_no_separator = false; // what came before was left out
     while (cursor.at < format.size())
     {
         const size_t group = cursor.at;
         const size_t before = m_pos;
         const size_t first = cursor.arg;
-        if (needsNoSeparator && format[group] == '&')
+        if (needs_no_separator && format[group] == '&')
         {
             ++cursor.at;
         }
@@ -147,10 +147,10 @@ void CBodyWriter::Head(const std::string& format, const CHead& head)
             m_pos = before;
             m_buffer[m_pos] = '\0';
             LeaveOut(format.c_str() + group, BodyPart::kHead, source);
-            needsNoSeparator = needsNoSeparator || group == 0;
+            needs_no_separator = needs_no_separator || group == 0;
             continue;
         }
-        needsNoSeparator = false;
+        needs_no_separator = false;
         body_part(BodyPart::kHead, m_buffer + before, m_pos - before, source);
     }
 }

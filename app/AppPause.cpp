@@ -9,15 +9,15 @@ namespace
 {
 
 // Read by the alarm signal's handler on the same thread.
-thread_local volatile std::sig_atomic_t is_resting = 0;
+thread_local volatile std::sig_atomic_t g_is_resting = 0;
 
 // Marks the thread as resting. A pause inside the alarm routine, which itself runs inside a
 // pause, leaves the mark as it found it.
 class CRestMark
 {
 public:
-    CRestMark() : m_before(is_resting) { is_resting = 1; }
-    ~CRestMark() { is_resting = m_before; }
+    CRestMark() : m_before(g_is_resting) { g_is_resting = 1; }
+    ~CRestMark() { g_is_resting = m_before; }
     CRestMark(const CRestMark&) = delete;
     CRestMark& operator=(const CRestMark&) = delete;
 
@@ -29,7 +29,7 @@ private:
 
 bool at_rest()
 {
-    return is_resting != 0;
+    return g_is_resting != 0;
 }
 
 void pause_ms(int ms)

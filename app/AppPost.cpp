@@ -17,7 +17,6 @@
 namespace
 {
 
-
 // A library that throws where it should answer is taken at its word: not usable.
 DbManager* ask_for_manager(DbManager* (*ask)())
 try
@@ -32,7 +31,8 @@ catch (...)
 // Looks both functions of the library up; the manager is asked for only when both are there.
 void get_manager(CAppPost& app)
 {
-    app.m_pfnGetDbManager = reinterpret_cast<DbManager* (*)()>(dlsym(app.m_hDbLib, kDbManagerEntry));
+    app.m_pfnGetDbManager =
+        reinterpret_cast<DbManager* (*)()>(dlsym(app.m_hDbLib, kDbManagerEntry));
     app.m_pfnFreeDbManager = reinterpret_cast<void (*)()>(dlsym(app.m_hDbLib, kDbReleaseEntry));
     if (app.m_pfnGetDbManager != nullptr && app.m_pfnFreeDbManager != nullptr)
     {

@@ -39,8 +39,8 @@ struct Alarm
 struct AlarmRun
 {
     int failures = 0;
-    bool hasLast = false;
-    int lastDid = 0;
+    bool has_last = false;
+    int last_did = 0;
     int64_t posts = 0;
 };
 
@@ -223,15 +223,15 @@ bool post_next_alarm(CAppPost& app, AlarmRun& run)
         return false;
     }
     const Alarm alarm = read_alarm(rows);
-    if (run.hasLast && alarm.did == run.lastDid)
+    if (run.has_last && alarm.did == run.last_did)
     {
         // Its update left it unmarked: going on would post it for ever.
         VKLOG_TRACE("CAppPost::OnAlmIns DID: %d cannot be marked as sent\r\n", alarm.did);
         rows.Free();
         return false;
     }
-    run.hasLast = true;
-    run.lastDid = alarm.did;
+    run.has_last = true;
+    run.last_did = alarm.did;
 
     char body[kAlarmBodyBytes];
     compose_alarm(app, rows, alarm, body);

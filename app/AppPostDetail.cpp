@@ -82,7 +82,7 @@ void append_detail_rows(CAppPost& app, CBodyWriter& body, CRows& rows, int mode)
 
 // One try to append a device's detail rows. True when it succeeded.
 bool try_detail(CAppPost& app, CBodyWriter& body, const std::string& table, int sid, int mode,
-                int tryNumber)
+                int try_number)
 {
     app.SendMsgToTray(0, 1);
     CRows rows(*app.pDb);
@@ -96,12 +96,12 @@ bool try_detail(CAppPost& app, CBodyWriter& body, const std::string& table, int 
         }
         // The text ends in a backslash and an n, on purpose: log readers look for it.
         VKLOG_TRACE("   PostDetail...%s Error, TryCnt=%d iqryX=%d iSID=%d\\n", table.c_str(),
-                    tryNumber, rows.Index(), sid);
+                    try_number, rows.Index(), sid);
         pause_ms(kDetailFailedPauseMs);
     }
     catch (...)
     {
-        VKLOG_TRACE("   PostDetail...%s  exception, TryCnt=%d\n", table.c_str(), tryNumber);
+        VKLOG_TRACE("   PostDetail...%s  exception, TryCnt=%d\n", table.c_str(), try_number);
         app.SendMsgToTray(0, 1);
         pause_ms(kDetailExceptionPauseMs);
     }
@@ -116,7 +116,7 @@ void append_extension(CAppPost& app, CBodyWriter& body, const CRows& rows, int t
     const bool has_row = !rows.End();
     for (const ExtensionColumn& one : extension_columns(app.m_ini, type, table, first, columns))
     {
-        if (!one.isPosted)
+        if (!one.is_posted)
         {
             VKLOG_TRACE("Err,%s %s line=%d,iindextmp=%d\n", kSource, "PostExt", kLinePostExtIndex,
                         static_cast<int>(one.column));
@@ -156,11 +156,11 @@ int CAppPost::PostDetail(int iPos, std::string sTbl, int iSid, char* pBuf)
 
     int appended = 0;
     bool done = false;
-    for (int tryNumber = 1; !done && tryNumber <= kDetailTries; ++tryNumber)
+    for (int try_number = 1; !done && try_number <= kDetailTries; ++try_number)
     {
         CBodyWriter body(pBuf, kPostBufBytes, iPos); // each try begins afresh
-        body_details_begun(tryNumber > 1);
-        done = try_detail(*this, body, sTbl, iSid, mode, tryNumber);
+        body_details_begun(try_number > 1);
+        done = try_detail(*this, body, sTbl, iSid, mode, try_number);
         body.LogLeftOut("sid", iSid);
         appended = body.Appended();
     }

@@ -18,19 +18,19 @@ constexpr int kLoggedPieces = 1000;
 
 // The post that this thread is making. libcurl's callback is given the poster alone, and alarms
 // may be posted by another thread at the same time, or by this one in the middle of a post.
-thread_local CReplyShare* current_share = nullptr;
+thread_local CReplyShare* g_current_share = nullptr;
 
 } // namespace
 
 CReplyShare::CReplyShare(int timeout_s)
-    : m_outer(current_share), m_beginMs(steady_ms()), m_limitMs(int64_t{1000} * timeout_s)
+    : m_outer(g_current_share), m_beginMs(steady_ms()), m_limitMs(int64_t{1000} * timeout_s)
 {
-    current_share = this;
+    g_current_share = this;
 }
 
 CReplyShare::~CReplyShare()
 {
-    current_share = m_outer;
+    g_current_share = m_outer;
 }
 
 bool CReplyShare::Take(size_t bytes)
@@ -53,7 +53,7 @@ bool CReplyShare::Take(size_t bytes)
 
 size_t _PostOnWrite(void* ptr, size_t size, size_t nmemb, void* userdata)
 {
-    if (current_share != nullptr && !current_share->Take(size * nmemb))
+    if (g_current_share != nullptr && !g_current_share->Take(size * nmemb))
     {
         return size * nmemb;
     }

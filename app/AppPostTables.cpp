@@ -55,12 +55,12 @@ bool read_names(CAppPost& app, CRows& rows)
     return started;
 }
 
-Try read_tables_and_names(CAppPost& app, int tryNumber, CRows& rows, bool& has_names)
+Try read_tables_and_names(CAppPost& app, int try_number, CRows& rows, bool& has_names)
 {
     if (!rows.Open(tables_query()))
     {
         VKLOG_TRACE("[CAppPost::GetTbls] Read Tables: qryExec Error! iqry=%d, Try Count: %d\n",
-                    rows.Index(), tryNumber);
+                    rows.Index(), try_number);
         return Try::kNoQuery;
     }
     for (; !rows.End(); rows.Next())
@@ -74,12 +74,12 @@ Try read_tables_and_names(CAppPost& app, int tryNumber, CRows& rows, bool& has_n
 }
 
 // The query of one that threw is freed at the end, behind the line about it.
-Try try_tables_and_names(CAppPost& app, int tryNumber, bool& has_names)
+Try try_tables_and_names(CAppPost& app, int try_number, bool& has_names)
 {
     CRows rows(*app.pDb);
     try
     {
-        return read_tables_and_names(app, tryNumber, rows, has_names);
+        return read_tables_and_names(app, try_number, rows, has_names);
     }
     catch (const CppSQLite3Exception& e)
     {
@@ -106,7 +106,7 @@ void publish_names_of_try(CAppPost& app, bool has_all)
 }
 
 // has_names: whether all names were read, be there any or none.
-Try try_tables(CAppPost& app, int tryNumber, bool& has_names)
+Try try_tables(CAppPost& app, int try_number, bool& has_names)
 {
     has_names = false;
     app.m_vTbls.clear();
@@ -114,7 +114,7 @@ Try try_tables(CAppPost& app, int tryNumber, bool& has_names)
     app.m_mapSmName.clear();
     app.SendMsgToTray(0, 1);
 
-    if (try_tables_and_names(app, tryNumber, has_names) == Try::kNoQuery)
+    if (try_tables_and_names(app, try_number, has_names) == Try::kNoQuery)
     {
         return Try::kNoQuery;
     }
@@ -124,7 +124,7 @@ Try try_tables(CAppPost& app, int tryNumber, bool& has_names)
     {
         return Try::kDone;
     }
-    VKLOG_TRACE("Read Tables Error! Try Count: %d\n", tryNumber);
+    VKLOG_TRACE("Read Tables Error! Try Count: %d\n", try_number);
     return Try::kFailed;
 }
 
@@ -135,18 +135,18 @@ struct SidReader
 {
     std::string sql;
     const char* what; // named in the line about a query that could not be started
-    bool saysFailed;  // whether a try that threw is logged as failed
-    void (*onRow)(CAppPost& app, const CRows& rows, const std::string& table);
-    std::string table; // for onRow, where there is one
+    bool says_failed; // whether a try that threw is logged as failed
+    void (*on_row)(CAppPost& app, const CRows& rows, const std::string& table);
+    std::string table; // for on_row, where there is one
 };
 
-void log_no_query(const char* what, int iqry, int tryNumber)
+void log_no_query(const char* what, int iqry, int try_number)
 {
     VKLOG_TRACE("[CAppPost::GetTbls] Read %s: qryExec Error! iqry=%d, Try Count: %d\n", what, iqry,
-                tryNumber);
+                try_number);
 }
 
-Try try_sids(CAppPost& app, const SidReader& reader, int tryNumber)
+Try try_sids(CAppPost& app, const SidReader& reader, int try_number)
 {
     app.SendMsgToTray(0, 1);
     CRows rows(*app.pDb);
@@ -154,12 +154,12 @@ Try try_sids(CAppPost& app, const SidReader& reader, int tryNumber)
     {
         if (!rows.Open(reader.sql))
         {
-            log_no_query(reader.what, rows.Index(), tryNumber);
+            log_no_query(reader.what, rows.Index(), try_number);
             return Try::kNoQuery;
         }
         for (; !rows.End(); rows.Next())
         {
-            reader.onRow(app, rows, reader.table);
+            reader.on_row(app, rows, reader.table);
         }
         rows.Free();
         return Try::kDone;
@@ -172,9 +172,9 @@ Try try_sids(CAppPost& app, const SidReader& reader, int tryNumber)
     catch (...) // the try has failed, whoever threw
     {
     }
-    if (reader.saysFailed)
+    if (reader.says_failed)
     {
-        VKLOG_TRACE("Read Tables Error! Try Count: %d\n", tryNumber);
+        VKLOG_TRACE("Read Tables Error! Try Count: %d\n", try_number);
     }
     return Try::kFailed;
 }
@@ -210,9 +210,9 @@ void add_camera(CAppPost& app, const CRows& rows, const std::string&)
 // Up to kDiscoveryTries tries with their pauses. attempt(n) makes try n, counted from 1.
 template <typename Attempt> void with_tries(CAppPost& app, Attempt attempt)
 {
-    for (int tryNumber = 1; tryNumber <= kDiscoveryTries; ++tryNumber)
+    for (int try_number = 1; try_number <= kDiscoveryTries; ++try_number)
     {
-        const Try result = attempt(tryNumber);
+        const Try result = attempt(try_number);
         if (result == Try::kDone)
         {
             return;
@@ -230,7 +230,7 @@ template <typename Attempt> void with_tries(CAppPost& app, Attempt attempt)
 void discover_tables(CAppPost& app)
 {
     bool has_names = false;
-    with_tries(app, [&](int tryNumber) { return try_tables(app, tryNumber, has_names); });
+    with_tries(app, [&](int try_number) { return try_tables(app, try_number, has_names); });
     if (has_names && app.m_mapSmName.empty())
     {
         publish_names(app); // in all tries there were none: the last discovery's are no longer true
@@ -250,7 +250,7 @@ void discover_devices(CAppPost& app)
     for (const std::string& table : app.m_vTbls)
     {
         const SidReader reader{sids_query(table), "SID", true, add_device, table};
-        with_tries(app, [&](int tryNumber) { return try_sids(app, reader, tryNumber); });
+        with_tries(app, [&](int try_number) { return try_sids(app, reader, try_number); });
     }
 }
 
@@ -259,11 +259,11 @@ void discover_inputs(CAppPost& app)
     VKLOG_TRACE("[CAppPost::GetTbls] Read DI\n");
     const SidReader reader{inputs_query(), "DI", true, add_input, ""};
     with_tries(app,
-               [&](int tryNumber)
+               [&](int try_number)
                {
                    app.m_vDiSid.clear();
                    app.m_vDiTry.clear();
-                   return try_sids(app, reader, tryNumber);
+                   return try_sids(app, reader, try_number);
                });
 }
 
@@ -274,11 +274,11 @@ void discover_cameras(CAppPost& app)
     // the lines that log readers know.
     const SidReader reader{cameras_query(), "DI", false, add_camera, ""};
     with_tries(app,
-               [&](int tryNumber)
+               [&](int try_number)
                {
                    app.m_vCamSid.clear();
                    app.m_vCamTry.clear();
-                   return try_sids(app, reader, tryNumber);
+                   return try_sids(app, reader, try_number);
                });
 }
 

@@ -200,16 +200,16 @@ public:
         wall_clock_ms(after);
         if (code != CURLM_OK || ready > 0 || after != before || longest == 0)
         {
-            m_doze_ms = 1;
+            m_dozeMs = 1;
             return code;
         }
-        pause_ms(std::min(m_doze_ms, longest));
-        m_doze_ms = std::min(m_doze_ms * 2, kLongestDozeMs);
+        pause_ms(std::min(m_dozeMs, longest));
+        m_dozeMs = std::min(m_dozeMs * 2, kLongestDozeMs);
         return code;
     }
 
 private:
-    int m_doze_ms = 1;
+    int m_dozeMs = 1;
 };
 
 // One round of all transfers: false when libcurl refused, which it may get over.

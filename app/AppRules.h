@@ -57,7 +57,7 @@ ColumnRange general_columns(const SimpleIni& ini, const std::string& table, int 
 struct ExtensionColumn
 {
     int64_t column;  // counted from 0
-    bool isPosted;   // false: outside of what the table and its ".flds" allow
+    bool is_posted;  // false: outside of what the table and its ".flds" allow
     std::string key; // of the list that names it; empty where there is no list
 };
 

@@ -248,12 +248,12 @@ const SettingRange* setting_range(SettingId id, int number)
 int taken_number(SettingId id, int number)
 {
     const SettingRange* const range = setting_range(id, number);
-    return range != nullptr && range->isTaken ? range->taken : number;
+    return range != nullptr && range->is_taken ? range->taken : number;
 }
 
 std::string range_effect(const SettingRange& range)
 {
-    return (range.isTaken ? std::to_string(range.taken) + " " : "") + range.effect;
+    return (range.is_taken ? std::to_string(range.taken) + " " : "") + range.effect;
 }
 
 bool fits_pattern(const std::string& pattern, const std::string& name)

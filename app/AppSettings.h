@@ -69,7 +69,7 @@ struct SettingRange
 {
     int from;
     int to;             // included
-    bool isTaken;       // another number is taken in their place:
+    bool is_taken;      // another number is taken in their place:
     int taken;          // this one
     const char* effect; // what comes of them; behind that number, where there is one
 };

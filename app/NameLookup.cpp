@@ -18,7 +18,7 @@
 namespace
 {
 
-std::atomic<int> limit_seconds{0};
+std::atomic<int> g_limit_seconds{0};
 
 using Text = std::optional<std::string>;
 
@@ -185,10 +185,10 @@ int CNameLookups::Find(const char* node, const char* service, const addrinfo* hi
 
 void limit_name_lookups(int limit_s)
 {
-    limit_seconds = limit_s;
+    g_limit_seconds = limit_s;
 }
 
 int name_lookup_limit_s()
 {
-    return limit_seconds;
+    return g_limit_seconds;
 }

@@ -21,8 +21,8 @@ void read_key(std::string line, size_t comment, IniItem& item)
         line.erase(comment);
     }
     const size_t equals = line.find('=');
-    item.hasEquals = equals != std::string::npos;
-    if (item.hasEquals)
+    item.has_equals = equals != std::string::npos;
+    if (item.has_equals)
     {
         item.value = SimpleIni::Trim(line.substr(equals + 1));
         line.erase(equals);

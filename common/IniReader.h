@@ -25,7 +25,7 @@ struct IniItem
     std::string key;     // trimmed
     std::string value;   // trimmed; empty when there is no "="
     std::string comment; // behind the first ";" or "#", without that character, not trimmed
-    bool hasEquals = false;
+    bool has_equals = false;
 };
 
 class CIniReader

@@ -49,9 +49,9 @@ int CRoomAlarms::Raise(const AlarmOrder& order, const std::string& time)
 {
     const KnownDevice& device =
         order.sid != 0 ? Find(order.sid) : m_vDevices[m_uNext++ % m_vDevices.size()];
-    const int type = order.alarmClass == kOwnClass
+    const int type = order.alarm_class == kOwnClass
                          ? device.type
-                         : (device.type & ~kClassMask) | order.alarmClass << 8;
+                         : (device.type & ~kClassMask) | order.alarm_class << 8;
     CTransaction transaction(m_alarms);
     const int did = Value("select coalesce(max(DID),0)+1 from tbSMAlarm");
     CStatement insert(m_alarms, "insert into tbSMAlarm(DID,SID,Type,Alm,LastUpd,AlmBrief,AlmMask)"

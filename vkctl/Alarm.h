@@ -16,10 +16,10 @@ constexpr int kOwnClass = -1; // the class in the device's type
 
 struct AlarmOrder
 {
-    int sid = 0;                // 0: the next device of the room, one after the other
-    int alarmClass = kOwnClass; // bits 8 to 15 of the alarm's type
-    std::string title;          // empty: made from the device's name
-    int mask = 0x41;            // who is told
+    int sid = 0;                 // 0: the next device of the room, one after the other
+    int alarm_class = kOwnClass; // bits 8 to 15 of the alarm's type
+    std::string title;           // empty: made from the device's name
+    int mask = 0x41;             // who is told
 };
 
 class CRoomAlarms
@@ -49,7 +49,7 @@ private:
 
     CSqliteFile m_alarms;
     std::vector<KnownDevice> m_vDevices; // in SID order, without cameras and the host's own module
-    std::size_t m_uNext = 0;
+    size_t m_uNext = 0;
 };
 
 } // namespace vkctl

@@ -33,17 +33,17 @@ int run_alarm(const AlarmCommand& command)
 {
     if (command.pid != 0)
     {
-        expect_daemon(command.pid, command.pidFile); // before anything is changed
+        expect_daemon(command.pid, command.pid_file); // before anything is changed
     }
     change_alarms(command);
-    const pid_t pid = command.pid != 0 ? command.pid : daemon_pid(command.pidFile);
+    const pid_t pid = command.pid != 0 ? command.pid : daemon_pid(command.pid_file);
     if (pid == 0)
     {
-        throw CCliError("no daemon was told: none holds the lock on " + command.pidFile +
+        throw CCliError("no daemon was told: none holds the lock on " + command.pid_file +
                             "; start it, or name it with --pid",
                         kExitNoDaemon);
     }
-    signal_alarm(pid, command.pidFile);
+    signal_alarm(pid, command.pid_file);
     std::cout << "told process " << pid << "\n";
     return 0;
 }

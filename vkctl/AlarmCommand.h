@@ -15,7 +15,7 @@ struct AlarmCommand
     AlarmOrder order;
     int count = 1;
     bool clear = false;
-    std::string pidFile = kPidFile;
+    std::string pid_file = kPidFile;
     int pid = 0; // 0: the one that holds the lock on the pid file
 };
 

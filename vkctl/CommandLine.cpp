@@ -45,9 +45,9 @@ public:
         return help_entry(command->get_name(), command->get_description());
     }
 
-    std::string make_option(const CLI::Option* option, bool isPositional) const override
+    std::string make_option(const CLI::Option* option, bool is_positional) const override
     {
-        return help_entry(make_option_name(option, isPositional) + Value(*option),
+        return help_entry(make_option_name(option, is_positional) + Value(*option),
                           option->get_description() + Remarks(*option));
     }
 
@@ -128,13 +128,13 @@ void add_ini_options(CLI::App& command, RoomIni& ini)
     begin_group(command, "What vkApp.ini says");
     for (CLI::Option* option :
          {command.add_option("--url", ini.urls, "Where readings go; may be given again"),
-          command.add_option("--alarm-url", ini.alarmUrls, "Where alarms go; may be given again")})
+          command.add_option("--alarm-url", ini.alarm_urls, "Where alarms go; may be given again")})
     {
         option->allow_extra_args(false)->type_name("URL")->default_str("");
     }
-    command.add_option("--delay", ini.delayMs, "Milliseconds between two sweeps");
-    command.add_option("--timeout", ini.timeoutS, "Seconds that one transfer may take");
-    command.add_option("--retbls", ini.reTbls, "Passes between two searches for tables, 0: never");
+    command.add_option("--delay", ini.delay_ms, "Milliseconds between two sweeps");
+    command.add_option("--timeout", ini.timeout_s, "Seconds that one transfer may take");
+    command.add_option("--retbls", ini.re_tbls, "Passes between two searches for tables, 0: never");
     command.add_option("--encoding", ini.encoding, "Encoding of the bodies, such as GBK");
     command.add_option("--ca", ini.ca, "PEM file that https servers are checked against")
         ->type_name("FILE");
@@ -163,7 +163,7 @@ void add_room(CLI::App& command, RoomOptions& options)
     set_duration(command, "--seconds", options.limit, "Stop moving after this time", "");
     add_content_options(command, options.content);
     add_ini_options(command, options.ini);
-    command.callback([&] { options.hasContent = was_content_given(command); });
+    command.callback([&] { options.has_content = was_content_given(command); });
 }
 
 void add_server_options(CLI::App& command, ReceiveOptions& options)
@@ -176,7 +176,7 @@ void add_server_options(CLI::App& command, ReceiveOptions& options)
         ->type_name("ADDRESS");
     CLI::Option* tls =
         command.add_flag("--tls", server.tls, "https, with a certificate made on the spot");
-    command.add_option("--ca-out", options.caOut, "File for the CA certificate of --tls")
+    command.add_option("--ca-out", options.ca_out, "File for the CA certificate of --tls")
         ->needs(tls)
         ->type_name("FILE");
     command.add_option("--status", server.status, "HTTP status of every answer")
@@ -252,7 +252,7 @@ void add_alarm(CLI::App& command, AlarmCommand& options)
         ->capture_default_str();
     CLI::Option* clear = command.add_flag("--clear", options.clear, "The newest alarms have gone");
     for (CLI::Option* option :
-         {command.add_option("--class", order.alarmClass, "Alarm class (default: the device's)")
+         {command.add_option("--class", order.alarm_class, "Alarm class (default: the device's)")
               ->check(CLI::Range(0, 255)),
           command.add_option("--sid", order.sid, "Device (default: one after the other)"),
           command.add_option("--title", order.title, "Title (default: from the device's name)"),
@@ -261,7 +261,7 @@ void add_alarm(CLI::App& command, AlarmCommand& options)
         option->excludes(clear);
     }
     command.add_option("--pid", options.pid, "Process of the daemon");
-    add_pid_file(command, options.pidFile);
+    add_pid_file(command, options.pid_file);
 }
 
 void add_post(CLI::App& command, PostCommand& options)
@@ -271,13 +271,13 @@ void add_post(CLI::App& command, PostCommand& options)
         ->check(CLI::Range(0, kLargestSid));
     command.add_option("--lparam", options.lParam, "Number that the daemon only logs")
         ->capture_default_str();
-    add_pid_file(command, options.pidFile);
+    add_pid_file(command, options.pid_file);
 }
 
 void add_tray(CLI::App& command, TrayCommand& options)
 {
     command.add_flag("--take", options.take, "Take the reports out of the queue");
-    add_pid_file(command, options.pidFile);
+    add_pid_file(command, options.pid_file);
 }
 
 // The option or subcommand that a word which was not understood was meant to be; empty: none.
@@ -425,9 +425,9 @@ int run_command_line(int argc, char** argv)
     }
     catch (const CLI::ParseError& error)
     {
-        const bool isUnderstood = app.exit(error) == 0; // help, version
+        const bool is_understood = app.exit(error) == 0; // help, version
         flush_output();
-        return isUnderstood ? 0 : kExitUsage;
+        return is_understood ? 0 : kExitUsage;
     }
     const int status = given->run(options);
     flush_output();

@@ -9,23 +9,22 @@ namespace vkctl
 namespace
 {
 
-constexpr std::size_t kNameColumns = 26; // of a name, with what stands around it
+constexpr size_t kNameColumns = 26; // of a name, with what stands around it
 
 // Slips that lead from one word to the other; each letter takes part in one of them.
-std::size_t slips(const std::string& a, const std::string& b)
+size_t slips(const std::string& a, const std::string& b)
 {
-    std::vector<std::vector<std::size_t>> table(a.size() + 1,
-                                                std::vector<std::size_t>(b.size() + 1));
-    for (std::size_t i = 0; i <= a.size(); ++i)
+    std::vector<std::vector<size_t>> table(a.size() + 1, std::vector<size_t>(b.size() + 1));
+    for (size_t i = 0; i <= a.size(); ++i)
     {
-        for (std::size_t j = 0; j <= b.size(); ++j)
+        for (size_t j = 0; j <= b.size(); ++j)
         {
             if (i == 0 || j == 0)
             {
                 table[i][j] = i + j;
                 continue;
             }
-            const std::size_t changed = a[i - 1] == b[j - 1] ? 0 : 1;
+            const size_t changed = a[i - 1] == b[j - 1] ? 0 : 1;
             table[i][j] =
                 std::min({table[i - 1][j] + 1, table[i][j - 1] + 1, table[i - 1][j - 1] + changed});
             if (i > 1 && j > 1 && a[i - 1] == b[j - 2] && a[i - 2] == b[j - 1])
@@ -44,7 +43,7 @@ std::string help_entry(const std::string& name, const std::string& description)
     const std::string indent(kNameColumns, ' ');
     std::string text = "  " + name;
     text += text.size() + 2 <= kNameColumns ? indent.substr(text.size()) : "\n" + indent;
-    std::size_t used = kNameColumns;
+    size_t used = kNameColumns;
     std::istringstream words(description);
     for (std::string word; words >> word;)
     {
@@ -69,13 +68,13 @@ std::string help_entry(const std::string& name, const std::string& description)
 
 std::string closest_word(const std::string& word, const std::vector<std::string>& candidates)
 {
-    constexpr std::size_t kMostSlips = 2;
+    constexpr size_t kMostSlips = 2;
     std::string closest;
-    std::size_t least = kMostSlips + 1;
+    size_t least = kMostSlips + 1;
     for (const std::string& candidate : candidates)
     {
-        const bool isBeginning = word.size() > 1 && candidate.compare(0, word.size(), word) == 0;
-        const std::size_t distance = isBeginning ? 1 : slips(word, candidate);
+        const bool is_beginning = word.size() > 1 && candidate.compare(0, word.size(), word) == 0;
+        const size_t distance = is_beginning ? 1 : slips(word, candidate);
         if (distance < least && distance < candidate.size() - 1)
         {
             least = distance;

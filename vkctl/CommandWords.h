@@ -9,7 +9,7 @@
 namespace vkctl
 {
 
-constexpr std::size_t kHelpWidth = 80; // columns
+constexpr size_t kHelpWidth = 80; // columns
 
 // "  name        description", broken between words; a name that is too long has a line of its own.
 std::string help_entry(const std::string& name, const std::string& description);

@@ -43,7 +43,7 @@ void post_requests(const std::vector<int>& sids, long lParam)
 
 int run_post(const PostCommand& command)
 {
-    const DaemonVerdict daemon = look_at_daemon(command.pidFile);
+    const DaemonVerdict daemon = look_at_daemon(command.pid_file);
     if (daemon.health == DaemonHealth::kNone)
     {
         throw CCliError(daemon.text + "; nothing was requested", kExitNoDaemon);

@@ -15,7 +15,7 @@ struct PostCommand
 {
     std::vector<int> sids;
     long lParam = 0; // the daemon only logs it
-    std::string pidFile = kPidFile;
+    std::string pid_file = kPidFile;
 };
 
 // Puts one request for each SID on the request queue. Throws CCliError when there is no queue or

@@ -80,7 +80,8 @@ std::string report_text(long wParam, long lParam)
 
 int run_tray(const TrayCommand& command)
 {
-    const DaemonVerdict daemon = look_at_daemon(command.pidFile); // before --take empties the queue
+    const DaemonVerdict daemon =
+        look_at_daemon(command.pid_file); // before --take empties the queue
     if (daemon.health == DaemonHealth::kNone && msgget(kTrayQueueKey, 0) < 0)
     {
         throw CCliError(daemon.text + ", and there is no tray queue", kExitNoDaemon);

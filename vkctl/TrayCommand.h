@@ -14,7 +14,7 @@ std::string report_text(long wParam, long lParam);
 struct TrayCommand
 {
     bool take = false; // out of the queue, as the tray process would
-    std::string pidFile = kPidFile;
+    std::string pid_file = kPidFile;
 };
 
 // Prints what is waiting, then on standard error how the daemon is. The exit status tells it too.

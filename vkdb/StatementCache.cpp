@@ -166,7 +166,7 @@ void CStatementCache::GiveBack(std::unique_ptr<CCompiled> compiled)
     m_vKept.push_back(std::move(compiled));
     if (m_vKept.size() > kStatements)
     {
-        m_vKept.erase(m_vKept.begin() + static_cast<std::ptrdiff_t>(m_draw() % kStatements));
+        m_vKept.erase(m_vKept.begin() + static_cast<ptrdiff_t>(m_draw() % kStatements));
     }
 }
 

@@ -11,10 +11,10 @@ namespace
 void show_modbus_request()
 {
     const unsigned char meter = 1;
-    const unsigned char readRegisters = 3;
+    const unsigned char read_registers = 3;
 
     unsigned char rtu[8];
-    const int length = CBufHelper::ModBusCmd(rtu, meter, readRegisters, 0, 1);
+    const int length = CBufHelper::ModBusCmd(rtu, meter, read_registers, 0, 1);
     char digits[3 * sizeof(rtu) + 1];
     CBufHelper::HexStr2AsciiStr(digits, rtu, length, ' ');
     std::printf("Modbus RTU request: %s\n", digits);

@@ -27,9 +27,9 @@ const timer_t kTimer = reinterpret_cast<timer_t>(7);
 
 struct SystemScript
 {
-    bool atRest = false;
-    bool timerFails = false;
-    int killResult = 0;
+    bool is_at_rest = false;
+    bool timer_fails = false;
+    int kill_result = 0;
     std::vector<std::string> calls; // what was asked of the system
 };
 SystemScript script;
@@ -38,7 +38,7 @@ SystemScript script;
 
 bool at_rest()
 {
-    return script.atRest;
+    return script.is_at_rest;
 }
 
 extern "C"
@@ -49,7 +49,7 @@ extern "C"
         EXPECT_EQ(event->sigev_notify, SIGEV_SIGNAL);
         script.calls.push_back("timer for signal " + std::to_string(event->sigev_signo));
         *timer = kTimer;
-        return script.timerFails ? -1 : 0;
+        return script.timer_fails ? -1 : 0;
     }
 
     int timer_settime(timer_t timer, int flags, const itimerspec* when, itimerspec* before) noexcept
@@ -67,7 +67,7 @@ extern "C"
     {
         EXPECT_EQ(pthread_equal(thread, pthread_self()), 0);
         script.calls.push_back("pass on signal " + std::to_string(sig));
-        return script.killResult;
+        return script.kill_result;
     }
 }
 
@@ -125,7 +125,7 @@ TEST_F(AlarmSignalTest, PreparingMakesATimerThatSendsTheSignal)
 
 TEST_F(AlarmSignalTest, WithoutARequestThreadTheRoutineRunsHereAtRest)
 {
-    script.atRest = true;
+    script.is_at_rest = true;
     Run(
         []
         {
@@ -146,7 +146,7 @@ TEST_F(AlarmSignalTest, WithoutARequestThreadAWorkingThreadGetsTheSignalAgain)
 
 TEST_F(AlarmSignalTest, TheRequestThreadRunsTheRoutineAtRest)
 {
-    script.atRest = true;
+    script.is_at_rest = true;
     Run(
         []
         {
@@ -180,7 +180,7 @@ TEST_F(AlarmSignalTest, AnotherThreadAtWorkPassesTheSignalOn)
 
 TEST_F(AlarmSignalTest, AnotherThreadPassesTheSignalOnAlsoAtRest)
 {
-    script.atRest = true; // or two runs of the routine could meet
+    script.is_at_rest = true; // or two runs of the routine could meet
     Run(
         []
         {
@@ -192,7 +192,7 @@ TEST_F(AlarmSignalTest, AnotherThreadPassesTheSignalOnAlsoAtRest)
 
 TEST_F(AlarmSignalTest, ASignalThatCannotBePassedOnComesAgain)
 {
-    script.killResult = ESRCH;
+    script.kill_result = ESRCH;
     Run(
         []
         {
@@ -204,7 +204,7 @@ TEST_F(AlarmSignalTest, ASignalThatCannotBePassedOnComesAgain)
 
 TEST_F(AlarmSignalTest, WithoutATimerNothingIsSet)
 {
-    script.timerFails = true;
+    script.timer_fails = true;
     Run(
         []
         {

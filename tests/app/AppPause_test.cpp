@@ -28,8 +28,8 @@ struct SystemScript
     std::vector<Length> asked;      // of each nanosleep
     std::deque<Length> interrupted; // what is left of the next ones when a signal comes
     int error = 0;                  // of nanosleep, where no signal comes
-    std::function<void()> onPause;  // during the first one
-    bool clockFails = false;
+    std::function<void()> on_pause; // during the first one
+    bool clock_fails = false;
     time_t now = 1714536000;
 };
 SystemScript script;
@@ -50,7 +50,7 @@ extern "C"
     int nanosleep(const timespec* length, timespec* left)
     {
         script.asked.emplace_back(length->tv_sec, length->tv_nsec);
-        const std::function<void()> hook = std::exchange(script.onPause, nullptr);
+        const std::function<void()> hook = std::exchange(script.on_pause, nullptr);
         if (hook)
         {
             hook();
@@ -67,7 +67,7 @@ extern "C"
     {
         now->tv_sec = 1714536000;
         now->tv_usec = 789999;
-        return script.clockFails ? -1 : 0;
+        return script.clock_fails ? -1 : 0;
     }
 
     time_t time(time_t* where) noexcept
@@ -127,7 +127,7 @@ TEST_F(AppPauseTest, AnotherFailureEndsThePause)
 TEST_F(AppPauseTest, AThreadIsAtRestInsideItsPauseOnly)
 {
     bool inside = false;
-    script.onPause = [&]
+    script.on_pause = [&]
     {
         inside = at_rest();
     };
@@ -141,9 +141,9 @@ TEST_F(AppPauseTest, AThreadStaysAtRestBetweenTwoPartsOfAnInterruptedPause)
 {
     bool inside = false;
     script.interrupted = {{1, 0}};
-    script.onPause = [&]
+    script.on_pause = [&]
     {
-        script.onPause = [&]
+        script.on_pause = [&]
         {
             inside = at_rest();
         };
@@ -155,7 +155,7 @@ TEST_F(AppPauseTest, AThreadStaysAtRestBetweenTwoPartsOfAnInterruptedPause)
 TEST_F(AppPauseTest, APauseInsideAPauseLeavesTheThreadAtRest)
 {
     bool after = false;
-    script.onPause = [&]
+    script.on_pause = [&]
     {
         pause_ms(200);
         after = at_rest();
@@ -168,7 +168,7 @@ TEST_F(AppPauseTest, APauseInsideAPauseLeavesTheThreadAtRest)
 TEST_F(AppPauseTest, OneThreadsRestIsNotAnothers)
 {
     bool other = true;
-    script.onPause = [&]
+    script.on_pause = [&]
     {
         std::thread([&] { other = at_rest(); }).join();
     };
@@ -187,7 +187,7 @@ TEST_F(AppPauseTest, TheWallClockIsInMillisecondsSince1970)
 
 TEST_F(AppPauseTest, AClockThatFailsLeavesTheTimeAlone)
 {
-    script.clockFails = true;
+    script.clock_fails = true;
     int64_t ms = 42;
     EXPECT_FALSE(wall_clock_ms(ms));
     EXPECT_EQ(ms, 42);

@@ -19,8 +19,8 @@ protected:
         app.m_mapSmName = {{7, "UPS-1"}};
         publish_names(app);
     }
-    void Alarm(const Row& row) { dbAlm.Rows(kColumns, {row}); }
-    void NoMore() { dbAlm.Rows(kColumns, {}); }
+    void Alarm(const Row& row) { db_alm.Rows(kColumns, {row}); }
+    void NoMore() { db_alm.Rows(kColumns, {}); }
 
     // The body of one alarm.
     std::string Body(const Row& row)
@@ -97,7 +97,7 @@ TEST_F(AlarmTest, TakesOneAlarmAfterTheOtherUntilNoneIsLeft)
 
 TEST_F(AlarmTest, AlarmThatCouldNotBePostedIsMarkedAllTheSame)
 {
-    rec.postResults = {0};
+    rec.post_results = {0};
     Body({"3", "7", "0", "0", "", "", "0", ""});
     EXPECT_EQ(rec.Count("log CAppPost::OnAlmIns post a fail\r\n"), 1);
     EXPECT_EQ(rec.CountStarting("post "), 1); // no second try
@@ -106,7 +106,7 @@ TEST_F(AlarmTest, AlarmThatCouldNotBePostedIsMarkedAllTheSame)
 
 TEST_F(AlarmTest, AnyOtherResultIsOk)
 {
-    rec.postResults = {-1};
+    rec.post_results = {-1};
     Body({"3", "7", "0", "0", "", "", "0", ""});
     EXPECT_EQ(rec.Count("log CAppPost::OnAlmIns post a ok\r\n"), 1);
 }
@@ -140,7 +140,7 @@ TEST_F(AlarmTest, AlarmOfNumberZeroIsAnAlarmLikeAnyOther)
 TEST_F(AlarmTest, AlarmThatCannotBeMarkedIsPostedOnceAndEndsTheCall)
 {
     const Row alarm{"3", "7", "0", "0", "", "", "0", ""};
-    dbAlm.On("").Rows(kColumns, {alarm});
+    db_alm.On("").Rows(kColumns, {alarm});
     app.OnAlmIns();
     EXPECT_THAT(rec.posts, SizeIs(1));
     EXPECT_EQ(rec.Count("log CAppPost::OnAlmIns DID: 3 cannot be marked as sent\r\n"), 1);
@@ -274,7 +274,7 @@ TEST_F(AlarmTest, UsesTheConfiguredHead)
 
 TEST_F(AlarmTest, FiveFailedQueriesEndTheCall)
 {
-    dbAlm.On("").FailAlways();
+    db_alm.On("").FailAlways();
     app.OnAlmIns();
     const std::string line = "log [CAppPost::OnAlmIns] : qryExec Error! iqry=-1, Try Count: ";
     EXPECT_THAT(rec.Events(), ElementsAre("open(NULL,0)", kQuery, line + "4\n", "pause 200", kQuery,
@@ -285,9 +285,9 @@ TEST_F(AlarmTest, FiveFailedQueriesEndTheCall)
 
 TEST_F(AlarmTest, FailuresAreCountedOverTheWholeCall)
 {
-    dbAlm.On("").Fail(3);
+    db_alm.On("").Fail(3);
     Alarm({"3", "7", "0", "0", "", "", "0", ""});
-    dbAlm.On("").FailAlways();
+    db_alm.On("").FailAlways();
     app.OnAlmIns();
     EXPECT_THAT(rec.posts, SizeIs(1));
     EXPECT_EQ(rec.Count(kQuery), 3 + 1 + 2);
@@ -296,8 +296,8 @@ TEST_F(AlarmTest, FailuresAreCountedOverTheWholeCall)
 
 TEST_F(AlarmTest, ExceptionEndsTheCallAndLeavesTheQueryToClose)
 {
-    dbAlm.ExpectLeftOpen(1);
-    dbAlm.ThrowIn("QryGetStr", 1, 10, "disk I/O error");
+    db_alm.ExpectLeftOpen(1);
+    db_alm.ThrowIn("QryGetStr", 1, 10, "disk I/O error");
     Alarm({"3", "7", "0", "0", "", "", "0", ""});
     app.OnAlmIns();
     EXPECT_THAT(rec.Events(),
@@ -308,7 +308,7 @@ TEST_F(AlarmTest, ExceptionEndsTheCallAndLeavesTheQueryToClose)
 
 TEST_F(AlarmTest, UpdateThatThrowsEndsTheCallAfterThePost)
 {
-    dbAlm.ThrowIn("Exec", 1, 5, "database is locked");
+    db_alm.ThrowIn("Exec", 1, 5, "database is locked");
     Alarm({"3", "7", "0", "0", "", "", "0", ""});
     app.OnAlmIns();
     EXPECT_THAT(rec.posts, SizeIs(1));
@@ -318,7 +318,7 @@ TEST_F(AlarmTest, UpdateThatThrowsEndsTheCallAfterThePost)
 
 TEST_F(AlarmTest, ForeignExceptionPassesToTheCaller)
 {
-    dbAlm.On("").ThrowForeign();
+    db_alm.On("").ThrowForeign();
     EXPECT_THROW(app.OnAlmIns(), ForeignError);
 }
 

@@ -138,9 +138,9 @@ TEST_F(CamTest, QueryWhoseFreeingThrowsIsFreedOnceMoreAndTheCameraTriedAgain)
 TEST_F(CamTest, PostThatThrowsDoesNotFreeTheQueryAgain)
 {
     Camera(40);
-    rec.onPost = [&]
+    rec.on_post = [&]
     {
-        rec.onPost = nullptr;
+        rec.on_post = nullptr;
         throw ForeignError{};
     };
     app.PostCam();

@@ -107,7 +107,7 @@ TEST_F(DeviceTest, FailedPostChangesNothing)
 {
     Device(7);
     Device(8);
-    rec.postResults = {0, 0};
+    rec.post_results = {0, 0};
     app.PostNormal();
     EXPECT_THAT(rec.Bodies(), ElementsAre(Head(7), Head(8)));
     EXPECT_THAT(rec.Pauses(), ElementsAre(20, 20));
@@ -115,7 +115,7 @@ TEST_F(DeviceTest, FailedPostChangesNothing)
 
 TEST_F(DeviceTest, GoesOnWhenTheDatabaseDoesNotOpen)
 {
-    db.openResult = 0;
+    db.open_result = 0;
     Device(7);
     app.PostNormal();
     EXPECT_THAT(rec.Bodies(), SizeIs(1));
@@ -423,7 +423,7 @@ TEST_F(DeviceTest, DeviceQueryIsClosedBeforeTheExtrasAndThePost)
     Ini("POST.Detail", {"tbBatt=103"});
     Device(7);
     db.On("from tbBatt").Rows("Fld,dat0", {});
-    rec.onPost = [&]
+    rec.on_post = [&]
     {
         EXPECT_EQ(db.OpenQueries(), 0);
     };
@@ -450,7 +450,7 @@ TEST_F(DeviceTest, RequestIsServedBetweenTwoDevices)
     Device(7);
     Device(8);
     app.m_mapCtrlReq[8] = 1;
-    rec.onPost = [&]
+    rec.on_post = [&]
     {
         app.m_devCtrlupdSta = rec.posts.size() == 1 ? 1 : 0;
     };
@@ -478,7 +478,7 @@ TEST_F(DeviceTest, RequestsAreServedAfterDevicesThatFailedOrAreNotPosted)
     Device(6, "", {}, "-1");
     db.On("x.SID=7").ThrowForeign();
     Device(7);
-    rec.onPause = [&](int)
+    rec.on_pause = [&](int)
     {
         app.m_devCtrlupdSta = 1;
     };

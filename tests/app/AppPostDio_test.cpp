@@ -265,7 +265,7 @@ TEST_F(DioTest, StartAtTheEndOfTheNumbersIsOneMoreMissingColumn)
 TEST_F(DioTest, ExceptionBetweenTwoPostsDropsTheRest)
 {
     Outputs("D09,D10,D11", {"1", "0", "1"});
-    rec.onPost = []
+    rec.on_post = []
     {
         if (Recorder::Get().posts.size() == 2)
         {

@@ -123,7 +123,7 @@ TEST_F(GeneralTest, RequestsAreServedBetweenTablesNotRows)
     app.m_vGenTbls = {"tbA", "tbB"};
     Table("tbA", "a", {{"1"}, {"2"}});
     Table("tbB", "a", {{"1"}});
-    rec.onPost = [&]
+    rec.on_post = [&]
     {
         app.m_devCtrlupdSta = 1;
     };
@@ -133,7 +133,7 @@ TEST_F(GeneralTest, RequestsAreServedBetweenTablesNotRows)
 
 TEST_F(GeneralTest, FailedPostDoesNotStopTheRows)
 {
-    rec.postResults = {0, 0};
+    rec.post_results = {0, 0};
     Table("tbLog", "a", {{"1"}, {"2"}});
     app.PostGeneral();
     EXPECT_THAT(rec.posts, SizeIs(2));

@@ -129,7 +129,7 @@ TEST_F(HostTest, TouchesNoDatabase)
 
 TEST_F(HostTest, FailedPostChangesNothing)
 {
-    rec.postResults = {0};
+    rec.post_results = {0};
     Body();
     EXPECT_EQ(rec.Events().back(), "tray(0,1)");
 }

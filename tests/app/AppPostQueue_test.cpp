@@ -29,7 +29,7 @@ struct Message
 struct Queues
 {
     std::deque<Message> waiting;
-    int getResult = 55;
+    int get_result = 55;
     bool removed = false; // whether receiving fails with EIDRM
     int throwing = 0;     // receives that throw
 };
@@ -43,14 +43,14 @@ protected:
         queues = Queues{};
         app.m_msgCtrlid = 55;
     }
-    void TearDown() override { rec.onPause = nullptr; } // the poster's end pauses no more
+    void TearDown() override { rec.on_pause = nullptr; } // the poster's end pauses no more
 
     void Request(long sid) { queues.waiting.push_back({38154, sid, 0}); }
 
     // Lets the request thread's loop make that many rounds.
     void Rounds(int count)
     {
-        rec.onPause = [left = count](int) mutable
+        rec.on_pause = [left = count](int) mutable
         {
             if (--left == 0)
             {
@@ -58,7 +58,7 @@ protected:
             }
         };
         EXPECT_THROW(app.ProcMsg(), EndOfTest);
-        rec.onPause = nullptr;
+        rec.on_pause = nullptr;
     }
     // The devices that a pick-up posts.
     std::vector<std::string> PickUp()
@@ -82,7 +82,7 @@ protected:
 extern "C" int msgget(key_t key, int flags) noexcept
 {
     Recorder::Get().Add("msgget(" + std::to_string(key) + "," + std::to_string(flags) + ")");
-    return queues.getResult;
+    return queues.get_result;
 }
 
 extern "C" int msgctl(int queue, int command, msqid_ds* /*buffer*/) noexcept
@@ -250,7 +250,7 @@ TEST_F(QueueTest, ThreadWithoutAPosterEndsWithALine)
 TEST_F(QueueTest, ThreadRunsTheLoopOfItsPoster)
 {
     Request(7);
-    rec.onPause = [](int)
+    rec.on_pause = [](int)
     {
         throw EndOfTest{};
     };
@@ -275,10 +275,10 @@ protected:
     {
         for (int did = 1; did <= count; ++did)
         {
-            dbAlm.Rows("DID,SID,Type,Alm,LastUpd,AlmBrief,AlmMask,AlmImg",
-                       {{std::to_string(did), "7", "0", "0", "T", "x", "0", ""}});
+            db_alm.Rows("DID,SID,Type,Alm,LastUpd,AlmBrief,AlmMask,AlmImg",
+                        {{std::to_string(did), "7", "0", "0", "T", "x", "0", ""}});
         }
-        dbAlm.Rows("DID", {});
+        db_alm.Rows("DID", {});
     }
     // The routine on the request thread, as the handler runs it there.
     void RunOnRequestThread()
@@ -455,7 +455,7 @@ TEST_F(QueueTest, RequestThatComesDuringThePickUpIsKeptForTheNext)
 {
     app.m_mapSidTbl = {{7, "tbUps"}, {8, "tbUps"}};
     app.m_mapCtrlReq = {{7, 1}};
-    rec.onPause = [&](int)
+    rec.on_pause = [&](int)
     {
         app.m_mapCtrlReq[8] = 1;
         app.m_devCtrlupdSta = 1;
@@ -470,7 +470,7 @@ TEST_F(QueueTest, LockIsFreeWhileADeviceIsPosted)
     app.m_mapSidTbl = {{7, "tbUps"}};
     app.m_mapCtrlReq = {{7, 1}};
     int result = -1;
-    rec.onPause = [&](int)
+    rec.on_pause = [&](int)
     {
         result = pthread_mutex_trylock(&app.m_mutex);
         app.Unlock();

@@ -17,7 +17,7 @@ class ReplyTest : public TransportFixture
 protected:
     void AnswerPieces(int pieces, size_t bytes)
     {
-        curl.onPerform = [=](CURL* easy)
+        curl.on_perform = [=](CURL* easy)
         {
             for (int i = 0; i < pieces; ++i)
             {
@@ -35,7 +35,7 @@ protected:
 
 TEST_F(ReplyTest, TheReplyIsLogged)
 {
-    curl.onPerform = [&](CURL* easy)
+    curl.on_perform = [&](CURL* easy)
     {
         EXPECT_EQ(curl.Reply(easy, "{\"code\":0}"), 10U);
     };
@@ -45,7 +45,7 @@ TEST_F(ReplyTest, TheReplyIsLogged)
 
 TEST_F(ReplyTest, EachPieceOfAReplyIsLoggedByItself)
 {
-    curl.onPerform = [&](CURL* easy)
+    curl.on_perform = [&](CURL* easy)
     {
         EXPECT_EQ(curl.Reply(easy, "abc"), 3U);
         EXPECT_EQ(curl.Reply(easy, "d"), 1U);
@@ -56,7 +56,7 @@ TEST_F(ReplyTest, EachPieceOfAReplyIsLoggedByItself)
 
 TEST_F(ReplyTest, TheCallbackTakesAllBytesWhateverTheElementSize)
 {
-    curl.onPerform = [&](CURL* easy)
+    curl.on_perform = [&](CURL* easy)
     {
         EXPECT_EQ(curl.Reply(easy, "abcdef", 2), 6U);
     };
@@ -67,7 +67,7 @@ TEST_F(ReplyTest, TheCallbackTakesAllBytesWhateverTheElementSize)
 TEST_F(ReplyTest, TheLargestPieceThatLibcurlGivesIsLoggedWhole)
 {
     const std::string piece(CURL_MAX_WRITE_SIZE, 'x');
-    curl.onPerform = [&](CURL* easy)
+    curl.on_perform = [&](CURL* easy)
     {
         EXPECT_EQ(curl.Reply(easy, piece), piece.size());
     };
@@ -112,7 +112,7 @@ TEST_F(ReplyTest, AQuarterOfAMegabyteIsLogged)
 TEST_F(ReplyTest, OneLineSaysThatFurtherBytesAreNot)
 {
     // Whole pieces only, and none behind the first that is left out, however small.
-    curl.onPerform = [&](CURL* easy)
+    curl.on_perform = [&](CURL* easy)
     {
         for (const size_t bytes : {16383U, 16384U, 16384U, 1U})
         {
@@ -139,7 +139,7 @@ TEST_F(ReplyTest, EachPostHasAShareOfItsOwn)
 TEST_F(ReplyTest, APostInTheMiddleOfAnotherTakesNothingOfItsShare)
 {
     // The alarm routine may post while a post of this thread is going on.
-    curl.onPerform = [&](CURL* easy)
+    curl.on_perform = [&](CURL* easy)
     {
         AnswerPieces(900, 1);
         app.DoPost("b=2", "http://alarm/");
@@ -158,7 +158,7 @@ TEST_F(ReplyTest, APostInTheMiddleOfAnotherTakesNothingOfItsShare)
 
 TEST_F(ReplyTest, APostOfAnotherThreadTakesNothingOfIt)
 {
-    curl.onPerform = [&](CURL* easy)
+    curl.on_perform = [&](CURL* easy)
     {
         AnswerPieces(900, 1);
         std::thread([&] { EXPECT_EQ(app.DoPost("b=2", "http://alarm/"), 1); }).join();
@@ -197,12 +197,12 @@ TEST_F(ReplyTest, NothingIsLoggedOnceThePostsTimeIsOver)
 {
     // Each log line takes 10 ms of a slow flash: one read of small pieces would last for minutes.
     app.m_iTimeout = 2;
-    curl.onPerform = [&](CURL* easy)
+    curl.on_perform = [&](CURL* easy)
     {
         for (int i = 0; i < 500; ++i)
         {
             EXPECT_EQ(curl.Reply(easy, "x"), 1U);
-            rec.steadyMs += 10;
+            rec.steady_clock_ms += 10;
         }
     };
     Post("http://h/");
@@ -213,9 +213,9 @@ TEST_F(ReplyTest, NothingIsLoggedOnceThePostsTimeIsOver)
 TEST_F(ReplyTest, WithoutATimeLimitALateReplyIsLogged)
 {
     app.m_iTimeout = 0;
-    curl.onPerform = [&](CURL* easy)
+    curl.on_perform = [&](CURL* easy)
     {
-        rec.steadyMs += 3'600'000;
+        rec.steady_clock_ms += 3'600'000;
         EXPECT_EQ(curl.Reply(easy, "late"), 4U);
     };
     Post("http://h/");
@@ -238,7 +238,7 @@ TEST_F(ReplyTest, SeveralUrlsAreHeldToTheTimeToo)
     app.m_iTimeout = 2;
     FakeRound slow;
     slow.replies = {{1, "early"}};
-    slow.waitedMs = 2001;
+    slow.waited_ms = 2001;
     FakeRound late;
     late.replies = {{1, "late"}};
     curl.rounds = {slow, late};

@@ -76,7 +76,7 @@ protected:
     {
         const size_t before = rec.Events().size();
         app.Run(state);
-        const auto first = rec.Events().begin() + static_cast<std::ptrdiff_t>(before);
+        const auto first = rec.Events().begin() + static_cast<ptrdiff_t>(before);
         return {first, rec.Events().end()};
     }
     void Passes(int count)
@@ -137,11 +137,11 @@ TEST_F(RunTest, EveryStepIsFollowedByATickAndAPause)
 TEST_F(RunTest, NextSweepBeginsDelayAfterTheEndOfTheLast)
 {
     Passes(8);
-    rec.clockMs += 3000; // the sweep takes its time
+    rec.clock_ms += 3000; // the sweep takes its time
     Passes(1);
-    rec.clockMs += 4999;
+    rec.clock_ms += 4999;
     EXPECT_EQ(Walk(2), "idle idle");
-    rec.clockMs += 1;
+    rec.clock_ms += 1;
     EXPECT_EQ(Walk(2), "PostNormal idle");
 }
 
@@ -156,7 +156,7 @@ TEST_F(RunTest, LongPauseBetweenStepsNeedsNoIdlePass)
 {
     Passes(9);
     Passes(7); // not due; they count as passes
-    rec.clockMs += 5000;
+    rec.clock_ms += 5000;
     EXPECT_EQ(Walk(3), "PostNormal idle PostGeneral"); // devices begin the count anew
 }
 
@@ -172,91 +172,91 @@ TEST_F(RunTest, DelayOfZeroOrLessNeverWaits)
 TEST_F(RunTest, ClockThatFailsKeepsTheLastTime)
 {
     Passes(9);
-    rec.clockWorks = false;
-    rec.clockMs += 100000;
+    rec.clock_works = false;
+    rec.clock_ms += 100000;
     EXPECT_EQ(Walk(1), "idle");
-    rec.clockWorks = true;
+    rec.clock_works = true;
     EXPECT_EQ(Walk(1), "PostNormal");
 }
 
 TEST_F(RunTest, ClockThatGoesBackEndsTheWait)
 {
     Passes(9);
-    rec.clockMs -= 60000;
+    rec.clock_ms -= 60000;
     EXPECT_EQ(Walk(9), "PostNormal idle PostGeneral idle PostDio idle PostCam idle PostOther");
     EXPECT_EQ(Walk(1), "idle"); // the next wait counts from the new time
-    rec.clockMs += 5000;
+    rec.clock_ms += 5000;
     EXPECT_EQ(Walk(1), "PostNormal");
 }
 
 TEST_F(RunTest, ClockThatGoesBackLessThanTheWaitHasLastedLengthensIt)
 {
     Passes(9);
-    rec.clockMs += 3000;
+    rec.clock_ms += 3000;
     EXPECT_EQ(Walk(1), "idle");
-    rec.clockMs -= 3000; // the very moment at which the sweep ended
+    rec.clock_ms -= 3000; // the very moment at which the sweep ended
     EXPECT_EQ(Walk(1), "idle");
-    rec.clockMs -= 1;
+    rec.clock_ms -= 1;
     EXPECT_EQ(Walk(1), "PostNormal");
 }
 
 TEST_F(RunTest, ClockThatGoesBackInTheMiddleOfASweepDoesNotHoldIt)
 {
     Passes(9);
-    rec.clockMs += 5000;
+    rec.clock_ms += 5000;
     EXPECT_EQ(Walk(2), "PostNormal idle");
-    rec.clockMs -= 3600000;
+    rec.clock_ms -= 3600000;
     EXPECT_EQ(Walk(7), "PostGeneral idle PostDio idle PostCam idle PostOther");
-    EXPECT_EQ(state.lastSweepMs, rec.clockMs);
+    EXPECT_EQ(state.lastSweepMs, rec.clock_ms);
 }
 
 TEST_F(RunTest, BoardThatStartsIn1970SweepsAtOnceAndThenKeepsTheDelay)
 {
-    rec.clockMs = 40; // less than Delay
+    rec.clock_ms = 40; // less than Delay
     EXPECT_EQ(Walk(10),
               "PostNormal idle PostGeneral idle PostDio idle PostCam idle PostOther idle");
-    rec.clockMs += 4999;
+    rec.clock_ms += 4999;
     EXPECT_EQ(Walk(1), "idle");
-    rec.clockMs += 1;
+    rec.clock_ms += 1;
     EXPECT_EQ(Walk(1), "PostNormal");
 }
 
 TEST_F(RunTest, ClockThatIsSetRightAfterAStartIn1970EndsTheWait)
 {
-    rec.clockMs = 40;
+    rec.clock_ms = 40;
     Passes(10);
-    rec.clockMs = 1714536000000;
+    rec.clock_ms = 1714536000000;
     EXPECT_EQ(Walk(1), "PostNormal");
 }
 
 TEST_F(RunTest, ClockBefore1970IsAClockLikeAnyOther)
 {
-    rec.clockMs = -7200000;
+    rec.clock_ms = -7200000;
     EXPECT_EQ(Walk(10),
               "PostNormal idle PostGeneral idle PostDio idle PostCam idle PostOther idle");
-    rec.clockMs += 5000;
+    rec.clock_ms += 5000;
     EXPECT_EQ(Walk(1), "PostNormal");
 }
 
 TEST_F(RunTest, SweepThatEndsAtTheVeryFirstMomentOf1970IsFollowedByAWait)
 {
-    rec.clockMs = 0;
+    rec.clock_ms = 0;
     Passes(9);
     EXPECT_EQ(Walk(3), "idle idle idle");
-    rec.clockMs = 5000;
+    rec.clock_ms = 5000;
     EXPECT_EQ(Walk(1), "PostNormal");
 }
 
 TEST_F(RunTest, ClockThatNeverWorksLeavesOneSweepAndNotAnEndlessOne)
 {
-    rec.clockWorks = false;
+    rec.clock_works = false;
     Passes(9);
     EXPECT_EQ(Walk(3), "idle idle idle");
 }
 
 TEST_F(RunTest, RequestIsServedOnABoardThatStartedIn1970)
 {
-    rec.clockMs = 40;
+    rec.clock_ms = 40;
     Passes(9 + 3);
     app.m_devCtrlupdSta = 1;
     EXPECT_THAT(Pass(), Contains("PostMsgrecv"));
@@ -299,7 +299,7 @@ TEST_F(RunTest, PassesThatAreNotDueDoNotCount)
     app.m_iReTbls = 9;
     Passes(9 + 50);
     EXPECT_EQ(rec.Count("GetTbls"), 0);
-    rec.clockMs += 5000;
+    rec.clock_ms += 5000;
     Passes(1);
     EXPECT_EQ(rec.Count("GetTbls"), 1);
 }
@@ -331,9 +331,9 @@ TEST_F(RunTest, SweepAfterARequestBeginsAnewAfterTheDelay)
     app.m_devCtrlupdSta = 1;
     Passes(1);
     EXPECT_EQ(state.nPostType, 0);
-    rec.clockMs += 4999;
+    rec.clock_ms += 4999;
     EXPECT_EQ(Walk(1), "idle");
-    rec.clockMs += 1;
+    rec.clock_ms += 1;
     EXPECT_EQ(Walk(1), "PostNormal");
 }
 
@@ -344,7 +344,7 @@ TEST_F(RunTest, RequestInTheMiddleOfASweepIdlesOnceThenEndsTheSweep)
     EXPECT_EQ(Walk(1), "idle");
     EXPECT_THAT(Pass(), Contains("PostMsgrecv"));
     EXPECT_EQ(Walk(5), "idle idle idle idle idle");
-    rec.clockMs += 5000;
+    rec.clock_ms += 5000;
     EXPECT_EQ(Walk(3), "PostNormal idle PostGeneral");
     EXPECT_EQ(rec.Count("PostDio"), 0);
 }
@@ -415,24 +415,24 @@ TEST_F(RunTest, LastStepThatThrowsDoesNotEndTheSweep)
 {
     Passes(8);
     ThrowIn("PostOther");
-    rec.clockMs += 1000;
+    rec.clock_ms += 1000;
     Passes(1);
     EXPECT_EQ(state.lastSweepMs, 0);
     on_step = nullptr;
     EXPECT_EQ(Walk(1), "PostOther");
-    EXPECT_EQ(state.lastSweepMs, rec.clockMs);
+    EXPECT_EQ(state.lastSweepMs, rec.clock_ms);
 }
 
 TEST_F(RunTest, TrayAndPausesAreGuardedToo)
 {
-    rec.onTray = [](int, int)
+    rec.on_tray = [](int, int)
     {
         throw ForeignError{};
     };
     EXPECT_THAT(Pass(), ElementsAre("PostNormal", kTick, kException));
     EXPECT_EQ(state.nPostType, 0);
-    rec.onTray = nullptr;
-    rec.onPause = [](int)
+    rec.on_tray = nullptr;
+    rec.on_pause = [](int)
     {
         throw ForeignError{};
     };
@@ -465,7 +465,7 @@ TEST_F(RunTest, RequestServiceThatThrowsIsTriedAgain)
 TEST_F(RunTest, CycleAnnouncesItselfThenDiscovers)
 {
     ThrowIn("GetTbls");
-    rec.onPause = [](int)
+    rec.on_pause = [](int)
     {
         throw EndOfTest{}; // the only way out: a pass lets no exception through
     };

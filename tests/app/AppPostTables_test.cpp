@@ -54,10 +54,10 @@ protected:
         app.m_mapSmName = std::move(names);
         publish_names(app);
     }
-    std::string NoQuery(const std::string& what, int tryNumber)
+    std::string NoQuery(const std::string& what, int try_number)
     {
         return "[CAppPost::GetTbls] Read " + what +
-               ": qryExec Error! iqry=-1, Try Count: " + std::to_string(tryNumber) + "\n";
+               ": qryExec Error! iqry=-1, Try Count: " + std::to_string(try_number) + "\n";
     }
 };
 
@@ -146,7 +146,7 @@ TEST_F(TablesTest, SecondCallRebuildsTheCatalogueFromScratch)
 
 TEST_F(TablesTest, GoesOnWhenTheDatabaseDoesNotOpen)
 {
-    db.openResult = 0;
+    db.open_result = 0;
     SmallRoom();
     app.GetTbls();
     EXPECT_THAT(app.m_mapSidTbl, SizeIs(1));
@@ -167,14 +167,14 @@ TEST_F(TablesTest, AlarmDuringTheTriesOfAHostWithoutADeviceTableHasItsName)
     Cameras({});
     app.m_strAlmUrl = "a";
     app.m_vAlmUrls = {"a"};
-    dbAlm.Rows("DID,SID,Type,Alm,LastUpd,AlmBrief,AlmMask,AlmImg",
-               {{"3", "7", "1024", "0", "T", "hot", "0", ""}});
-    dbAlm.On("tbSMAlarm").Rows("DID", {});
-    rec.onPause = [&](int)
+    db_alm.Rows("DID,SID,Type,Alm,LastUpd,AlmBrief,AlmMask,AlmImg",
+                {{"3", "7", "1024", "0", "T", "hot", "0", ""}});
+    db_alm.On("tbSMAlarm").Rows("DID", {});
+    rec.on_pause = [&](int)
     {
         app.OnAlmIns();
     };
-    rec.onPost = [&]
+    rec.on_post = [&]
     {
         EXPECT_EQ(rec.PauseSum(), kLong); // it waited for one try
     };
@@ -188,7 +188,7 @@ TEST_F(TablesTest, NamesArePublishedBeforeTheLineThatEndsAFailedTry)
     Names({{"7", "UPS-1"}});
     Inputs({});
     Cameras({});
-    rec.onTray = [&](int, int) // the second tick comes right behind the line
+    rec.on_tray = [&](int, int) // the second tick comes right behind the line
     {
         if (rec.Count("log Read Tables Error! Try Count: 1\n") == 1)
         {
@@ -264,7 +264,7 @@ TEST_F(TablesTest, NamesThatAreGoneAreForgottenWhenTheTriesAreOver)
     Sids("tbUps", {{"7"}});
     Inputs({});
     Cameras({});
-    rec.onPause = [&](int)
+    rec.on_pause = [&](int)
     {
         EXPECT_THAT(Published(), ElementsAre(Pair(7, "old")));
     };
@@ -338,7 +338,7 @@ TEST_F(TablesTest, ReadTablesThatNeverStartsTicksOncePerTryAndGivesUpAfterTen)
 
 TEST_F(TablesTest, PrintsTheIndexThatTheLibraryAnswered)
 {
-    db.failIndex = -5;
+    db.fail_index = -5;
     db.On(kTables).Fail(1);
     SmallRoom();
     app.GetTbls();

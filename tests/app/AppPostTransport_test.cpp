@@ -172,14 +172,14 @@ TEST_F(TransportTest, AGivenUrlIsPreferredToTheList)
 
 TEST_F(TransportTest, AFailedTransferIsDoneAllTheSame)
 {
-    curl.easyResults = {CURLE_OPERATION_TIMEDOUT};
+    curl.easy_results = {CURLE_OPERATION_TIMEDOUT};
     EXPECT_EQ(app.DoPost("a=1", "http://h/"), 1);
     EXPECT_EQ(rec.Logs().back(), " rec-5=1 (28)\n");
 }
 
 TEST_F(TransportTest, WithoutAnEasyHandleNothingIsSent)
 {
-    curl.failEasyInit = 1;
+    curl.fail_easy_init = 1;
     EXPECT_EQ(app.DoPost("a=1", "http://h/"), 0);
     EXPECT_EQ(rec.Events(), (Texts{"log    DoPost...\n", "log    DoPost Msg: a=1\n",
                                    "easy_init failed", "log  rec-5=0 (0)\n"}));
@@ -188,7 +188,7 @@ TEST_F(TransportTest, WithoutAnEasyHandleNothingIsSent)
 TEST_F(TransportTest, TheBodyIsACopy)
 {
     std::strcpy(app.m_szPostBuf, "a=1");
-    curl.onPerform = [&](CURL*)
+    curl.on_perform = [&](CURL*)
     {
         std::strcpy(app.m_szPostBuf, "b=2");
     };
@@ -424,14 +424,14 @@ TEST_F(TransportTest, AMessageOfAnotherKindIsReportedAndTheOthersAreRead)
 
 TEST_F(TransportTest, WithoutAMultiHandleNothingIsSent)
 {
-    curl.failMultiInit = true;
+    curl.fail_multi_init = true;
     EXPECT_EQ(PostEx({"http://a/"}), 0);
     EXPECT_EQ(rec.Events(), (Texts{"log start DoPostEx Msg: a=1\n"}));
 }
 
 TEST_F(TransportTest, ATransferThatCannotBeMadeIsLeftOut)
 {
-    curl.failEasyInit = 1;
+    curl.fail_easy_init = 1;
     EXPECT_EQ(PostEx({"http://a/", "http://b/"}), 1);
     EXPECT_THAT(MultiEvents(), Contains("m1 perform a=1"));
     EXPECT_EQ(rec.Logs().back(), " rec-5=0 (0)<http://b/-No error>\n");
@@ -439,14 +439,14 @@ TEST_F(TransportTest, ATransferThatCannotBeMadeIsLeftOut)
 
 TEST_F(TransportTest, WhenNoTransferCanBeMadeTheResultIsZero)
 {
-    curl.failEasyInit = 1;
+    curl.fail_easy_init = 1;
     EXPECT_EQ(PostEx({"http://a/"}), 0);
     EXPECT_EQ(rec.Logs(), (Texts{"start DoPostEx Msg: a=1\n"}));
 }
 
 TEST_F(TransportTest, ATransferThatCannotBeAddedIsCleanedUp)
 {
-    curl.failAdd = true;
+    curl.fail_add = true;
     EXPECT_EQ(PostEx({"http://a/"}), 0);
     EXPECT_EQ(EasyEvents().back(), "cleanup");
 }
@@ -466,9 +466,9 @@ TEST_F(TransportTest, InitCurlAddsOneTransfer)
 TEST_F(TransportTest, InitCurlAddsNothingWithoutAHandleOrARoomForIt)
 {
     CURLM* multi = curl_multi_init();
-    curl.failEasyInit = 1;
+    curl.fail_easy_init = 1;
     app.initCurl(multi, "b=2", "http://a/", &app, 7);
-    curl.failAdd = true;
+    curl.fail_add = true;
     app.initCurl(multi, "b=2", "http://a/", &app, 7);
     EXPECT_EQ(rec.CountStarting("m1 add"), 0);
     EXPECT_EQ(EasyEvents().back(), "cleanup");
@@ -490,10 +490,10 @@ TEST_F(TransportTest, InitCurlRefusesNullArguments)
 TEST_F(TransportTest, WaitsAsLongAsLibcurlAsked)
 {
     FakeRound longer;
-    longer.timeoutMs = 60000;
-    FakeRound atOnce;
-    atOnce.timeoutMs = 0;
-    curl.rounds = {longer, atOnce};
+    longer.timeout_ms = 60000;
+    FakeRound at_once;
+    at_once.timeout_ms = 0;
+    curl.rounds = {longer, at_once};
     EXPECT_EQ(PostEx({"http://a/"}), 1);
     EXPECT_THAT(MultiEvents(), IsSupersetOf({"m1 wait 60000", "m1 wait 0"}));
 }
@@ -501,7 +501,7 @@ TEST_F(TransportTest, WaitsAsLongAsLibcurlAsked)
 TEST_F(TransportTest, WithoutATimeoutOfLibcurlTheWaitIsASecond)
 {
     FakeRound none;
-    none.timeoutMs = -1;
+    none.timeout_ms = -1;
     curl.rounds = {none};
     EXPECT_EQ(PostEx({"http://a/"}), 1);
     EXPECT_THAT(MultiEvents(), Contains("m1 wait 1000"));
@@ -520,7 +520,7 @@ TEST_F(TransportTest, PausesNoLongerThanLibcurlAsked)
 {
     FakeRound resolving;
     resolving.ready = 0;
-    resolving.timeoutMs = 3;
+    resolving.timeout_ms = 3;
     curl.rounds.assign(4, resolving);
     EXPECT_EQ(PostEx({"http://a/"}), 1);
     EXPECT_THAT(rec.Pauses(), ElementsAre(1, 2, 3, 3));
@@ -530,7 +530,7 @@ TEST_F(TransportTest, AWaitThatLastedNeedsNoPause)
 {
     FakeRound waited;
     waited.ready = 0;
-    waited.waitedMs = 200;
+    waited.waited_ms = 200;
     curl.rounds.assign(5, waited);
     EXPECT_EQ(PostEx({"http://a/"}), 1);
     EXPECT_THAT(rec.Pauses(), IsEmpty());
@@ -538,10 +538,10 @@ TEST_F(TransportTest, AWaitThatLastedNeedsNoPause)
 
 TEST_F(TransportTest, NoPauseIsMadeWhereLibcurlAskedForNone)
 {
-    FakeRound atOnce;
-    atOnce.ready = 0;
-    atOnce.timeoutMs = 0;
-    curl.rounds.assign(5, atOnce);
+    FakeRound at_once;
+    at_once.ready = 0;
+    at_once.timeout_ms = 0;
+    curl.rounds.assign(5, at_once);
     EXPECT_EQ(PostEx({"http://a/"}), 1);
     EXPECT_THAT(rec.Pauses(), IsEmpty());
 }

@@ -26,8 +26,8 @@ struct Queues
 {
     std::vector<std::pair<key_t, int>> gets; // key and flags
     std::vector<Sent> sent;
-    int getResult = 77;
-    int sendResult = 0;
+    int get_result = 77;
+    int send_result = 0;
 };
 Queues queues;
 
@@ -42,14 +42,14 @@ protected:
 extern "C" int msgget(key_t key, int flags) noexcept
 {
     queues.gets.emplace_back(key, flags);
-    return queues.getResult;
+    return queues.get_result;
 }
 
 extern "C" int msgsnd(int queue, const void* message, size_t size, int flags)
 {
     const char* bytes = static_cast<const char*>(message);
     queues.sent.push_back({queue, {bytes, bytes + sizeof(long) + size}, flags});
-    return queues.sendResult;
+    return queues.send_result;
 }
 
 TEST_F(TrayTest, SendsTypeAndBothNumbersAndZeros)
@@ -111,7 +111,7 @@ TEST_F(TrayTest, TheFirstQueueOfTheSystemIsNumberZero)
 
 TEST_F(TrayTest, QueueIsAskedForAgainAtEveryReportUntilThereIsOne)
 {
-    queues.getResult = -1;
+    queues.get_result = -1;
     app.SendMsgToTray(0, 1);
     app.SendMsgToTray(0, 1);
     EXPECT_EQ(app.m_msgTrayid, -1);
@@ -122,7 +122,7 @@ TEST_F(TrayTest, QueueIsAskedForAgainAtEveryReportUntilThereIsOne)
 TEST_F(TrayTest, FullOrRemovedQueueIsNeitherLoggedNorReopened)
 {
     app.m_msgTrayid = 5;
-    queues.sendResult = -1;
+    queues.send_result = -1;
     app.SendMsgToTray(0, 1);
     app.SendMsgToTray(0, 1);
     EXPECT_EQ(app.m_msgTrayid, 5);

@@ -43,11 +43,11 @@ void add_event(const std::string& event)
 // What the system answers, and what it was asked for.
 struct SystemScript
 {
-    int trayQueue = 11;
-    int requestQueue = 12;
-    int threadResult = 0;
-    const void* threadArgument = nullptr;
-    pthread_t alarmThread = 0; // that alarm signals are passed on to
+    int tray_queue = 11;
+    int request_queue = 12;
+    int thread_result = 0;
+    const void* thread_argument = nullptr;
+    pthread_t alarm_thread = 0; // that alarm signals are passed on to
 };
 SystemScript script;
 
@@ -68,7 +68,7 @@ void stub_called(const char* call)
 
 void pass_alarm_signals_to(pthread_t thread)
 {
-    script.alarmThread = thread;
+    script.alarm_thread = thread;
 }
 
 extern "C"
@@ -77,7 +77,7 @@ extern "C"
     {
         EXPECT_EQ(flags, IPC_CREAT | IPC_NOWAIT | 0666);
         add_event(format_text("msgget %#x", static_cast<unsigned>(key)));
-        return key == 0x9000 ? script.trayQueue : script.requestQueue;
+        return key == 0x9000 ? script.tray_queue : script.request_queue;
     }
 
     int msgctl(int queue, int command, msqid_ds* /*buffer*/) noexcept
@@ -94,8 +94,8 @@ extern "C"
         EXPECT_EQ(entry, &CAppPost::ProcMsgRun1);
         add_event("pthread_create");
         *thread = 77;
-        script.threadArgument = argument;
-        return script.threadResult;
+        script.thread_argument = argument;
+        return script.thread_result;
     }
 
     // The loader knows a library by its name: the full one tells those of two tests apart.
@@ -400,8 +400,8 @@ TEST_F(AppPostTest, AfterAGoodStartUpEverythingIsHeld)
     EXPECT_EQ(app->m_msgTrayid, 11);
     EXPECT_EQ(app->m_msgCtrlid, 12);
     EXPECT_EQ(app->m_thProcMsg, 77U);
-    EXPECT_EQ(script.threadArgument, app.get());
-    EXPECT_EQ(script.alarmThread, 77U);
+    EXPECT_EQ(script.thread_argument, app.get());
+    EXPECT_EQ(script.alarm_thread, 77U);
 }
 
 TEST_F(AppPostTest, ATrayQueueThatIsThereIsNotAskedForAgain)
@@ -414,8 +414,8 @@ TEST_F(AppPostTest, ATrayQueueThatIsThereIsNotAskedForAgain)
 
 TEST_F(AppPostTest, WithoutQueuesStartUpGoesOn)
 {
-    script.trayQueue = -1;
-    script.requestQueue = -1;
+    script.tray_queue = -1;
+    script.request_queue = -1;
     Library();
     InitWith("Url=http://h/\n");
     EXPECT_TRUE(app->IsOk());
@@ -425,12 +425,12 @@ TEST_F(AppPostTest, WithoutQueuesStartUpGoesOn)
 
 TEST_F(AppPostTest, WithoutTheRequestThreadStartUpGoesOn)
 {
-    script.threadResult = EAGAIN;
+    script.thread_result = EAGAIN;
     Library();
     InitWith("Url=http://h/\n");
     EXPECT_TRUE(app->IsOk());
     EXPECT_EQ(app->m_thProcMsg, 0U);
-    EXPECT_EQ(script.alarmThread, 0U);
+    EXPECT_EQ(script.alarm_thread, 0U);
     EXPECT_EQ(rec.Events().back(), "log Thread creation failed!");
 }
 
@@ -505,7 +505,7 @@ TEST_F(AppPostTest, WithoutAManagerTheReleaseIsCalledOnce)
 
 TEST_F(AppPostTest, WithoutTheDataDatabaseStartUpFailsAlthoughTheAlarmDatabaseIsThere)
 {
-    stub_script.dataDb = false;
+    stub_script.data_db = false;
     EXPECT_EQ(LoadEvents(),
               (Texts{"dlopen ./libvkdb.so", "GetDbManager", "OpenDb(tmp/dbDat0.db3,0)",
                      "OpenDb(tmp/dbData.db3,0)", "FreeDbManager", "dlclose", "log pDb err\r\n"}));
@@ -514,7 +514,7 @@ TEST_F(AppPostTest, WithoutTheDataDatabaseStartUpFailsAlthoughTheAlarmDatabaseIs
 
 TEST_F(AppPostTest, ADataDatabaseThatCannotBeOpenedFailsStartUp)
 {
-    stub_script.dataOpen = false;
+    stub_script.data_open = false;
     EXPECT_EQ(LoadEvents(),
               (Texts{"dlopen ./libvkdb.so", "GetDbManager", "OpenDb(tmp/dbDat0.db3,0)",
                      "OpenDb(tmp/dbData.db3,0)", "data Open(NULL,0)", "FreeDbManager", "dlclose",
@@ -524,7 +524,7 @@ TEST_F(AppPostTest, ADataDatabaseThatCannotBeOpenedFailsStartUp)
 
 TEST_F(AppPostTest, AfterAFailedTestTheLibraryIsReleasedOnceMoreButNotUnloadedAgain)
 {
-    stub_script.dataOpen = false;
+    stub_script.data_open = false;
     LoadEvents();
     EXPECT_NE(app->m_pDbMngr, nullptr); // kept on purpose
     EXPECT_EQ(FreeEvents(),
@@ -534,7 +534,7 @@ TEST_F(AppPostTest, AfterAFailedTestTheLibraryIsReleasedOnceMoreButNotUnloadedAg
 
 TEST_F(AppPostTest, WithoutTheAlarmDatabaseStartUpIsGood)
 {
-    stub_script.alarmDb = false;
+    stub_script.alarm_db = false;
     EXPECT_EQ(LoadEvents(),
               (Texts{"dlopen ./libvkdb.so", "GetDbManager", "OpenDb(tmp/dbDat0.db3,0)",
                      "OpenDb(tmp/dbData.db3,0)", "data Open(NULL,0)"}));
@@ -579,7 +579,7 @@ TEST_F(AppPostTest, TheDestructorReleasesToo)
 
 TEST_F(AppPostTest, AQueueWithIdentifierZeroIsRemoved)
 {
-    script.requestQueue = 0;
+    script.request_queue = 0;
     LoadEvents();
     EXPECT_THAT(FreeEvents(), Contains("remove queue 0"));
 }
@@ -607,7 +607,7 @@ TEST_F(AppPostTest, AReleaseFunctionThatThrowsIsCalledAndTheLibraryUnloaded)
 
 TEST_F(AppPostTest, AReleaseFunctionThatThrowsAfterAFailedTestEndsNothing)
 {
-    stub_script.dataOpen = false;
+    stub_script.data_open = false;
     stub_script.throws = StubThrows::kFree;
     LoadEvents();
     ExpectNoDatabase();
@@ -641,7 +641,7 @@ constexpr char kNoAlarms[] = "log tmp/dbData.db3 cannot be opened, alarms are no
 
 TEST_F(AppPostTest, AnAlarmDatabaseThatIsNotThereIsNotLogged)
 {
-    stub_script.alarmDb = false;
+    stub_script.alarm_db = false;
     EXPECT_EQ(LoadEvents().back(), "data Open(NULL,0)");
     EXPECT_TRUE(app->IsOk());
 }
@@ -649,7 +649,7 @@ TEST_F(AppPostTest, AnAlarmDatabaseThatIsNotThereIsNotLogged)
 TEST_F(AppPostTest, AnAlarmDatabaseWithoutItsFolderIsNotLogged)
 {
     write_file("tmp", "a file");
-    stub_script.alarmDb = false;
+    stub_script.alarm_db = false;
     EXPECT_EQ(LoadEvents().back(), "data Open(NULL,0)");
 }
 
@@ -657,7 +657,7 @@ TEST_F(AppPostTest, AnAlarmDatabaseThatCannotBeLookedAtIsLogged)
 {
     std::filesystem::create_directory("tmp");
     std::filesystem::create_symlink("dbData.db3", "tmp/dbData.db3"); // to itself
-    stub_script.alarmDb = false;
+    stub_script.alarm_db = false;
     EXPECT_EQ(LoadEvents().back(), kNoAlarms);
 }
 
@@ -665,7 +665,7 @@ TEST_F(AppPostTest, AnAlarmDatabaseThatIsThereAndCannotBeOpenedIsLogged)
 {
     std::filesystem::create_directory("tmp");
     write_file("tmp/dbData.db3", "");
-    stub_script.alarmDb = false;
+    stub_script.alarm_db = false;
     EXPECT_EQ(LoadEvents().back(), kNoAlarms);
     EXPECT_TRUE(app->IsOk());
 }
@@ -684,8 +684,8 @@ TEST_F(AppPostTest, WithoutADataDatabaseTheAlarmDatabaseIsNotLogged)
 {
     std::filesystem::create_directory("tmp");
     write_file("tmp/dbData.db3", "");
-    stub_script.alarmDb = false;
-    stub_script.dataOpen = false;
+    stub_script.alarm_db = false;
+    stub_script.data_open = false;
     EXPECT_EQ(LoadEvents().back(), "log pDb err\r\n");
 }
 
@@ -694,7 +694,7 @@ TEST_F(AppPostTest, WithoutADataDatabaseTheAlarmDatabaseIsNotLogged)
 TEST_F(AppPostTest, AConfigurationIsReadAgainAndThenWhole)
 {
     std::filesystem::create_directory("vkApp.ini"); // can be opened and not be read
-    rec.onPause = [](int)
+    rec.on_pause = [](int)
     {
         std::filesystem::remove("vkApp.ini");
         write_file("vkApp.ini", "[POST]\nUrl=http://h/\n");
@@ -712,7 +712,7 @@ TEST_F(AppPostTest, AConfigurationThatLackOfDescriptorsKeepsShutIsReadAgain)
     getrlimit(RLIMIT_NOFILE, &usual);
     const rlimit none{0, usual.rlim_max};
     setrlimit(RLIMIT_NOFILE, &none);
-    rec.onPause = [&](int)
+    rec.on_pause = [&](int)
     {
         setrlimit(RLIMIT_NOFILE, &usual);
     };

@@ -36,7 +36,7 @@ TEST_F(AppRows, GivenBackAreOpenNoMore)
 
 TEST_F(AppRows, AnswerOfAQueryThatCannotStartIsKept)
 {
-    db.failIndex = -5;
+    db.fail_index = -5;
     db.On("select").FailAlways();
     CRows rows(db);
     EXPECT_FALSE(rows.Open("select"));

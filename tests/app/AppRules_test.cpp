@@ -26,7 +26,7 @@ protected:
         for (const ExtensionColumn& one : extension_columns(ini, type, table, first, columns))
         {
             text += (text.empty() ? "" : " ") + std::to_string(one.column) +
-                    (one.isPosted ? "" : "!") + one.key;
+                    (one.is_posted ? "" : "!") + one.key;
         }
         return text;
     }

@@ -108,7 +108,7 @@ TEST_F(ManPage, TellsTheNumbersThatAreTakenInsteadOfOthers)
     {
         for (const SettingRange& range : row.ranges)
         {
-            EXPECT_TRUE(!range.isTaken || has_word(text, std::to_string(range.taken)))
+            EXPECT_TRUE(!range.is_taken || has_word(text, std::to_string(range.taken)))
                 << row.key << " " << range.taken;
         }
     }
@@ -217,7 +217,7 @@ TEST_F(ExampleConfiguration, TellsTheNumbersThatAreTakenInsteadOfOthers)
     {
         for (const SettingRange& range : row.ranges)
         {
-            EXPECT_TRUE(!range.isTaken || has_word(text, std::to_string(range.taken)))
+            EXPECT_TRUE(!range.is_taken || has_word(text, std::to_string(range.taken)))
                 << row.key << " " << range.taken;
         }
     }

@@ -80,7 +80,7 @@ TEST_F(ConfigurationDocument, TellsTheNumbersThatAreTakenInsteadOfOthers)
             ASSERT_NE(setting, nullptr) << key;
             for (const SettingRange& range : setting->ranges)
             {
-                EXPECT_TRUE(!range.isTaken || has_word(row.back(), std::to_string(range.taken)))
+                EXPECT_TRUE(!range.is_taken || has_word(row.back(), std::to_string(range.taken)))
                     << key << " " << range.taken;
             }
         }

@@ -60,7 +60,7 @@ protected:
     {
         reinterpret_cast<void (*)()>(dlsym(m_lib, "FreeDbManager"))();
         dlclose(m_lib);
-        EXPECT_EQ(RetryPauses(), retryPauses);
+        EXPECT_EQ(RetryPauses(), retry_pauses);
     }
 
     // All pauses but those that lie between two bodies.
@@ -70,7 +70,7 @@ protected:
         pauses.erase(std::remove(pauses.begin(), pauses.end(), 20), pauses.end());
         return pauses;
     }
-    std::vector<int> retryPauses; // what a test expects of them: nothing is tried again
+    std::vector<int> retry_pauses; // what a test expects of them: nothing is tried again
 
     CDbFile room{kRoom};
     CDbFile alarms{kAlarms};
@@ -101,7 +101,7 @@ TEST_F(RealDbTest, TableWithBlanksAndQuotesIsGivenUpAlone)
         .Sql("create table \"tb 'odd\" (SID); insert into \"tb 'odd\" values(3);"
              "create table tbNext as select * from tbUps where SID=102;"
              "update tbNext set SID=31, State=0");
-    retryPauses.assign(10, 10000);
+    retry_pauses.assign(10, 10000);
     app.GetTbls();
     EXPECT_THAT(app.m_vTbls, ElementsAre("tbUps", "tb 'odd", "tbNext"));
     EXPECT_THAT(app.m_mapSidTbl,

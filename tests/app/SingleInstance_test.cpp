@@ -32,11 +32,11 @@ constexpr char kLog[] = "/NandFlash/tmp/vkapppost.log.ini";
 // What the system answers to a request for a lock, and to the question who is running.
 struct SystemScript
 {
-    int lockError = 0;         // 0: the system's own answer
+    int lock_error = 0;        // 0: the system's own answer
     const char* exe = nullptr; // where /proc/self/exe points to; null: the system's own answer
-    bool exeFails = false;
+    bool exe_fails = false;
     struct flock asked = {}; // the lock asked for
-    size_t pidRoom = 100;    // bytes that the pid file takes before the disk is full
+    size_t pid_room = 100;   // bytes that the pid file takes before the disk is full
 };
 SystemScript script;
 
@@ -45,9 +45,9 @@ int control_lock(int fd, int command, void* argument)
     if (command == F_SETLK)
     {
         std::memcpy(&script.asked, argument, sizeof(script.asked));
-        if (script.lockError != 0)
+        if (script.lock_error != 0)
         {
-            errno = script.lockError;
+            errno = script.lock_error;
             return -1;
         }
     }
@@ -71,7 +71,7 @@ VK_DEFINE_FCNTL(fcntl64)
 
 extern "C" ssize_t readlink(const char* path, char* buffer, size_t size) noexcept
 {
-    if (std::strcmp(path, "/proc/self/exe") == 0 && script.exeFails)
+    if (std::strcmp(path, "/proc/self/exe") == 0 && script.exe_fails)
     {
         errno = EACCES;
         return -1;
@@ -92,8 +92,8 @@ extern "C" ssize_t write(int fd, const void* bytes, size_t size)
     if (fstat(fd, &status) == 0 && stat(kPidFile, &pid_file) == 0 &&
         status.st_ino == pid_file.st_ino && status.st_dev == pid_file.st_dev)
     {
-        size = std::min(size, script.pidRoom);
-        script.pidRoom -= size;
+        size = std::min(size, script.pid_room);
+        script.pid_room -= size;
         if (size == 0)
         {
             errno = EFBIG;
@@ -171,7 +171,7 @@ TEST_F(SingleInstanceTest, WithoutASlashThereIsNoName)
 
 TEST_F(SingleInstanceTest, AnUnreadableLinkGivesNoName)
 {
-    script.exeFails = true;
+    script.exe_fails = true;
     EXPECT_EQ(currentExeName(), "");
 }
 
@@ -180,14 +180,14 @@ TEST_F(SingleInstanceTest, APathOf4096BytesGivesNoName)
     const std::string longest = "/" + std::string(4094, 'x');
     script.exe = longest.c_str();
     EXPECT_EQ(currentExeName(), longest.substr(1));
-    const std::string tooLong = longest + "x";
-    script.exe = tooLong.c_str();
+    const std::string too_long = longest + "x";
+    script.exe = too_long.c_str();
     EXPECT_EQ(currentExeName(), "");
 }
 
 TEST_F(SingleInstanceTest, WithoutANameTheProcessEndsWithStatus1AndWithoutAWord)
 {
-    script.exeFails = true;
+    script.exe_fails = true;
     EXPECT_EQ(RunStatus(), 1);
     EXPECT_EQ(Log(), "");
 }
@@ -258,7 +258,7 @@ TEST_F(SingleInstanceTest, ASecondProcessIsRefusedAndSaysSo)
 
 TEST_F(SingleInstanceTest, ARefusalByEaccesIsARefusalToo)
 {
-    script.lockError = EACCES;
+    script.lock_error = EACCES;
     EXPECT_EQ(InProcess([] { EXPECT_EQ(runSingleInstance(), 0); }), 0);
     EXPECT_THAT(Log(), EndsWith(".pid already locked, error: Permission denied\n"));
     EXPECT_EQ(PidFile(), "");
@@ -266,7 +266,7 @@ TEST_F(SingleInstanceTest, ARefusalByEaccesIsARefusalToo)
 
 TEST_F(SingleInstanceTest, ARefusedProcessKeepsNoDescriptor)
 {
-    script.lockError = EAGAIN;
+    script.lock_error = EAGAIN;
     const int before = dup(STDIN_FILENO);
     close(before);
     EXPECT_EQ(runSingleInstance(), 0);
@@ -292,7 +292,7 @@ TEST_F(SingleInstanceTest, TheLockEndsWithItsProcess)
 
 TEST_F(SingleInstanceTest, AFileSystemWithoutRecordLocksIsNoObstacle)
 {
-    script.lockError = ENOLCK;
+    script.lock_error = ENOLCK;
     WhileHeld([] { EXPECT_EQ(PidFile(), own_pid()); });
     EXPECT_EQ(Log(), "");
 }
@@ -317,7 +317,7 @@ TEST_F(SingleInstanceTest, AFullFileSystemEndsTheProcessWithStatus1)
 TEST_F(SingleInstanceTest, APidThatIsWrittenInPartIsNotWritten)
 {
     // The reason is the one that the rest of it meets; no part of a number stays.
-    script.pidRoom = 1;
+    script.pid_room = 1;
     EXPECT_EQ(RunStatus(), 1);
     EXPECT_THAT(Log(), EndsWith("] Write file failed, file: /var/run/app_single_instance_test.pid, "
                                 "error: File too large\n"));

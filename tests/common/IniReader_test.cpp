@@ -26,7 +26,7 @@ std::string shown(const IniItem& item)
     case IniItemKind::kComment:
         return place + " #" + item.comment;
     default:
-        return place + " " + item.key + (item.hasEquals ? "=" + item.value : "") +
+        return place + " " + item.key + (item.has_equals ? "=" + item.value : "") +
                (item.comment.empty() ? "" : " ;" + item.comment);
     }
 }

@@ -16,7 +16,7 @@ TEST_F(Companion, TrayTellsThatTheDaemonLives)
 {
     StartSimpleRoom();
     const CommandResult result = run_vkctl({"tray"});
-    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_EQ(result.exit_status, 0) << result.err;
     EXPECT_THAT(result.err, ContainsRegex("the daemon, process " + std::to_string(daemon.Pid()) +
                                           ", runs; its last report came [0-9]+ s ago\n"));
 }
@@ -28,10 +28,10 @@ TEST_F(Companion, StoppedDaemonIsToldWithItsOwnStatus)
     daemon.Signal(SIGSTOP);
     const std::string who = "the daemon, process " + std::to_string(daemon.Pid());
     const CommandResult tray_result = run_vkctl({"tray"});
-    EXPECT_EQ(tray_result.exitStatus, 75);
+    EXPECT_EQ(tray_result.exit_status, 75);
     EXPECT_THAT(tray_result.err, HasSubstr(who + ", is stopped (kill -CONT lets it go on)\n"));
     const CommandResult post = run_vkctl({"post", "7"});
-    EXPECT_EQ(post.exitStatus, 75);
+    EXPECT_EQ(post.exit_status, 75);
     EXPECT_THAT(post.err, HasSubstr("; the requests wait in its queue\n"));
     EXPECT_EQ(waiting_requests(), 1U);
     daemon.Signal(SIGCONT);
@@ -43,11 +43,11 @@ TEST_F(Companion, DaemonThatIsGoneIsToldAndAskedNothing)
     StartSimpleRoom();
     daemon.Kill();
     const CommandResult post = run_vkctl({"post", "7"});
-    EXPECT_EQ(post.exitStatus, 69);
+    EXPECT_EQ(post.exit_status, 69);
     EXPECT_EQ(post.err, "vkctl: no daemon runs: no process holds the lock on "
                         "/var/run/vkAppPost.pid; nothing was requested\n");
     EXPECT_EQ(waiting_requests(), 0U);
-    EXPECT_EQ(run_vkctl({"tray"}).exitStatus, 69);
+    EXPECT_EQ(run_vkctl({"tray"}).exit_status, 69);
     ExpectExit(1000 + 9);
 }
 
@@ -62,7 +62,7 @@ TEST_F(Companion, AlarmDoesNotSignalAStranger)
     }
     const CommandResult result =
         run_vkctl({"alarm", host.Path(), "--pid", std::to_string(stranger)});
-    EXPECT_EQ(result.exitStatus, 1);
+    EXPECT_EQ(result.exit_status, 1);
     EXPECT_THAT(result.err, HasSubstr("process " + std::to_string(stranger) +
                                       " is no daemon: it runs vk_preview_tests; it was not "
                                       "signalled\n"));

@@ -72,7 +72,7 @@ protected:
             "--alarm-url", receiver.Url("/alarm")};
         arguments.insert(arguments.end(), options.begin(), options.end());
         const CommandResult made = run_vkctl(arguments);
-        ASSERT_EQ(made.exitStatus, 0) << made.err;
+        ASSERT_EQ(made.exit_status, 0) << made.err;
     }
 
     Arguments InRoom(Arguments arguments) const
@@ -96,7 +96,7 @@ protected:
     {
         SCOPED_TRACE(name_of(command));
         const TracedRun run = run_traced(InRoom(command));
-        EXPECT_EQ(run.exitStatus, 0) << run.err;
+        EXPECT_EQ(run.exit_status, 0) << run.err;
         const bool may_be_silent = command[0] == "check" || command.back() == "--alarms";
         EXPECT_TRUE(may_be_silent || !run.out.empty());
         EXPECT_GT(run.calls, kFewestCalls);
@@ -116,7 +116,7 @@ protected:
         const CBackground poller(vkctl_command({"room", host.Path(), "--live", "--step", "20ms"}));
         for (const Arguments& command : harmless_commands())
         {
-            EXPECT_EQ(run_vkctl({"alarm", host.Path()}).exitStatus, 0);
+            EXPECT_EQ(run_vkctl({"alarm", host.Path()}).exit_status, 0);
             ExpectHarmless(command);
         }
         EXPECT_EQ(receiver.WaitBodies(harmless_commands().size(), "/alarm").empty(), false);

@@ -25,7 +25,7 @@ protected:
         std::vector<std::string> arguments = {"preview", host.Path(), "--encoding"};
         arguments.insert(arguments.end(), options.begin(), options.end());
         const CommandResult shown = run_vkctl(arguments);
-        EXPECT_EQ(shown.exitStatus, 0) << shown.err;
+        EXPECT_EQ(shown.exit_status, 0) << shown.err;
         return parse_encoding_output(shown.out);
     }
 
@@ -114,7 +114,7 @@ TEST_F(Preview, ShowsWhatTheSampleRoomPosts)
     ASSERT_EQ(
         run_vkctl({"room", host.Path(), "--devices", "60", "--delay", "100000000", "--timeout",
                    "100", "--url", receiver.Url(), "--alarm-url", receiver.Url("/alarm")})
-            .exitStatus,
+            .exit_status,
         0);
     const std::vector<ShownBody> sweep = Show();
     const std::vector<ShownBody> alarms = Show({"--alarms"});

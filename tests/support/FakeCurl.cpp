@@ -18,7 +18,7 @@ struct Easy
     bool open = true;
     const char* body = nullptr; // as libcurl does, the pointer is kept and read when it is sent
     void* priv = nullptr;
-    void* writeData = nullptr;
+    void* write_data = nullptr;
     curl_write_callback write = nullptr;
 };
 
@@ -103,7 +103,7 @@ std::string set_write_function(Easy& easy, curl_write_callback function)
 
 std::string set_write_data(Easy& easy, void* data)
 {
-    easy.writeData = data;
+    easy.write_data = data;
     return data == FakeCurl::Get().poster ? "WRITEDATA=poster" : "WRITEDATA=unknown";
 }
 
@@ -151,11 +151,11 @@ void FakeCurl::Clear()
     CleanUp();
 }
 
-size_t FakeCurl::Reply(CURL* handle, const std::string& data, size_t elementSize)
+size_t FakeCurl::Reply(CURL* handle, const std::string& data, size_t element_size)
 {
     Easy& easy = easy_of(handle);
     std::vector<char> bytes(data.begin(), data.end()); // exactly these, no end mark behind them
-    return easy.write(bytes.data(), elementSize, bytes.size() / elementSize, easy.writeData);
+    return easy.write(bytes.data(), element_size, bytes.size() / element_size, easy.write_data);
 }
 
 int FakeCurl::OpenHandles() const
@@ -190,9 +190,9 @@ extern "C"
     CURL* curl_easy_init()
     {
         const int number = static_cast<int>(easies.size()) + 1;
-        if (number == FakeCurl::Get().failEasyInit)
+        if (number == FakeCurl::Get().fail_easy_init)
         {
-            FakeCurl::Get().failEasyInit = 0;
+            FakeCurl::Get().fail_easy_init = 0;
             add_event("easy_init failed");
             return nullptr;
         }
@@ -232,16 +232,16 @@ extern "C"
     {
         FakeCurl& fake = FakeCurl::Get();
         add_event(name(easy_of(handle)) + " perform " + easy_of(handle).body);
-        if (const auto hook = fake.onPerform) // a copy: it may set another one
+        if (const auto hook = fake.on_perform) // a copy: it may set another one
         {
             hook(handle);
         }
-        if (fake.easyResults.empty())
+        if (fake.easy_results.empty())
         {
             return CURLE_OK;
         }
-        const CURLcode code = fake.easyResults.front();
-        fake.easyResults.pop_front();
+        const CURLcode code = fake.easy_results.front();
+        fake.easy_results.pop_front();
         return code;
     }
 
@@ -271,7 +271,7 @@ extern "C"
 
     CURLM* curl_multi_init()
     {
-        if (FakeCurl::Get().failMultiInit)
+        if (FakeCurl::Get().fail_multi_init)
         {
             return nullptr;
         }
@@ -294,7 +294,7 @@ extern "C"
 
     CURLMcode curl_multi_add_handle(CURLM* handle, CURL* easy)
     {
-        if (FakeCurl::Get().failAdd)
+        if (FakeCurl::Get().fail_add)
         {
             return CURLM_INTERNAL_ERROR;
         }
@@ -328,7 +328,7 @@ extern "C"
 
     CURLMcode curl_multi_timeout(CURLM* handle, long* milliseconds)
     {
-        *milliseconds = multi_of(handle).round.timeoutMs;
+        *milliseconds = multi_of(handle).round.timeout_ms;
         return CURLM_OK;
     }
 
@@ -340,8 +340,8 @@ extern "C"
         EXPECT_EQ(count, 0U);
         add_event(name(multi) + " wait " + std::to_string(timeout));
         *ready = multi.round.ready;
-        Recorder::Get().clockMs += multi.round.waitedMs;
-        Recorder::Get().steadyMs += multi.round.waitedMs;
+        Recorder::Get().clock_ms += multi.round.waited_ms;
+        Recorder::Get().steady_clock_ms += multi.round.waited_ms;
         return multi.round.waited;
     }
 

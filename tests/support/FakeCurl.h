@@ -36,9 +36,9 @@ struct FakeRound
     std::vector<FakeEnd> ends;
     CURLMcode performed = CURLM_OK;
     CURLMcode waited = CURLM_OK;
-    long timeoutMs = 200;
+    long timeout_ms = 200;
     int ready = 1;                                    // descriptors that curl_multi_wait saw
-    int waitedMs = 0;                                 // by how much the clocks go on meanwhile
+    int waited_ms = 0;                                // by how much the clocks go on meanwhile
     std::vector<std::pair<int, std::string>> replies; // transfer's number and a piece for it
 };
 
@@ -51,16 +51,16 @@ public:
     // Rounds are used up one by one; then every round ends all transfers well.
     std::deque<FakeRound> rounds;
 
-    std::deque<CURLcode> easyResults; // of curl_easy_perform; CURLE_OK when used up
-    int failEasyInit = 0;             // the so manieth curl_easy_init gives null; 0: none
-    bool failMultiInit = false;
-    bool failAdd = false; // curl_multi_add_handle refuses
+    std::deque<CURLcode> easy_results; // of curl_easy_perform; CURLE_OK when used up
+    int fail_easy_init = 0;            // the so manieth curl_easy_init gives null; 0: none
+    bool fail_multi_init = false;
+    bool fail_add = false; // curl_multi_add_handle refuses
 
-    const void* poster = nullptr;              // shown as "poster" when given as an option
-    std::function<void(CURL* easy)> onPerform; // in each curl_easy_perform
+    const void* poster = nullptr;               // shown as "poster" when given as an option
+    std::function<void(CURL* easy)> on_perform; // in each curl_easy_perform
 
     // Lets the server answer: calls the write function that was set. Its result.
-    size_t Reply(CURL* easy, const std::string& data, size_t elementSize = 1);
+    size_t Reply(CURL* easy, const std::string& data, size_t element_size = 1);
 
     int OpenHandles() const; // easy and multi handles that are not cleaned up
     void CleanUp();          // counts all handles as cleaned up: the test made them itself

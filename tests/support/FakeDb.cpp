@@ -164,7 +164,7 @@ bool FakeDb::Open(const char* path, int mode)
     Recorder::Get().Add(std::string("open(") + (path == nullptr ? "NULL" : path) + "," +
                         std::to_string(mode) + ")");
     Enter("Open");
-    return openResult != 0;
+    return open_result != 0;
 }
 
 int FakeDb::Close()
@@ -190,12 +190,12 @@ int FakeDb::QryExec(const char* sql, int iqry)
     if (entry == nullptr)
     {
         ADD_FAILURE() << "no answer scripted for: " << sql;
-        return failIndex;
+        return fail_index;
     }
     switch (entry->answer)
     {
     case Answer::kFail:
-        return failIndex;
+        return fail_index;
     case Answer::kThrow:
         throw CppSQLite3Exception(entry->code, entry->message.c_str());
     case Answer::kForeign:

@@ -47,8 +47,8 @@ public:
     void ThrowForeignIn(const std::string& operation, int nth);
     void RecordSteps() { m_recordSteps = true; } // QryNext too: "next"
     void ExpectLeftOpen(int count) { m_expectedOpen = count; }
-    int openResult = 1; // of Open
-    int failIndex = -1; // what a query that cannot start answers
+    int open_result = 1; // of Open
+    int fail_index = -1; // what a query that cannot start answers
 
     int OpenQueries() const { return static_cast<int>(m_queries.size()); }
 

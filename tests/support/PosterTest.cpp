@@ -5,7 +5,7 @@ PosterTest::PosterTest()
 {
     rec.Clear();
     app.pDb = &db;
-    app.pDbAlm = &dbAlm;
+    app.pDbAlm = &db_alm;
     app.m_strFmt0 = kDefaultFmt0;
     app.m_strDept = "xxx";
     app.m_strDeptName = "动环监控主机";

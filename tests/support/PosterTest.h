@@ -38,7 +38,7 @@ protected:
     }
 
     Recorder& rec = Recorder::Get();
-    FakeDb db;    // the data database
-    FakeDb dbAlm; // the alarm database
-    CAppPost app; // goes first, databases later
+    FakeDb db;     // the data database
+    FakeDb db_alm; // the alarm database
+    CAppPost app;  // goes first, databases later
 };

@@ -7,9 +7,9 @@ void pause_ms(int ms)
 {
     Recorder& recorder = Recorder::Get();
     recorder.Add("pause " + std::to_string(ms));
-    if (recorder.onPause)
+    if (recorder.on_pause)
     {
-        recorder.onPause(ms);
+        recorder.on_pause(ms);
     }
 }
 
@@ -21,16 +21,16 @@ bool at_rest()
 bool wall_clock_ms(int64_t& ms)
 {
     const Recorder& recorder = Recorder::Get();
-    if (recorder.clockWorks)
+    if (recorder.clock_works)
     {
-        ms = recorder.clockMs;
+        ms = recorder.clock_ms;
     }
-    return recorder.clockWorks;
+    return recorder.clock_works;
 }
 
 int64_t steady_ms()
 {
-    return Recorder::Get().steadyMs;
+    return Recorder::Get().steady_clock_ms;
 }
 
 std::string local_time_stamp()

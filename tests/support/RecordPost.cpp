@@ -9,15 +9,15 @@ int CAppPost::DoPost(const char* msg, const char* url)
                       msg == nullptr};
     recorder.posts.push_back(post);
     recorder.Add("post " + (post.url.empty() ? "" : "to " + post.url + " ") + post.body);
-    if (recorder.onPost)
+    if (recorder.on_post)
     {
-        recorder.onPost();
+        recorder.on_post();
     }
-    if (recorder.postResults.empty())
+    if (recorder.post_results.empty())
     {
         return 1;
     }
-    const int result = recorder.postResults.front();
-    recorder.postResults.erase(recorder.postResults.begin());
+    const int result = recorder.post_results.front();
+    recorder.post_results.erase(recorder.post_results.begin());
     return result;
 }

@@ -6,8 +6,8 @@ void CAppPost::SendMsgToTray(int wParam, int lParam)
 {
     Recorder& recorder = Recorder::Get();
     recorder.Add("tray(" + std::to_string(wParam) + "," + std::to_string(lParam) + ")");
-    if (recorder.onTray)
+    if (recorder.on_tray)
     {
-        recorder.onTray(wParam, lParam);
+        recorder.on_tray(wParam, lParam);
     }
 }

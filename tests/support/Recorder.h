@@ -50,19 +50,19 @@ public:
 
     std::vector<Posted> posts;
     std::vector<std::string> Bodies() const; // of posts
-    std::vector<int> postResults;            // of the next calls of DoPost; 1 when used up
+    std::vector<int> post_results;           // of the next calls of DoPost; 1 when used up
 
     // The clocks: what wall_clock_ms, steady_ms and local_time_stamp answer. Stamps are used up one
     // by one and the last one stays.
-    int64_t clockMs = 1714536000000;
-    bool clockWorks = true;
-    int64_t steadyMs = 5000;
+    int64_t clock_ms = 1714536000000;
+    bool clock_works = true;
+    int64_t steady_clock_ms = 5000;
     std::vector<std::string> stamps{"2024-05-01 12:00:00"};
 
     // What else happens at an event. A pause hook may throw EndOfTest.
-    std::function<void(int ms)> onPause;
-    std::function<void()> onPost;
-    std::function<void(int wParam, int lParam)> onTray;
+    std::function<void(int ms)> on_pause;
+    std::function<void()> on_post;
+    std::function<void(int wParam, int lParam)> on_tray;
 
 private:
     std::vector<std::string> m_events;

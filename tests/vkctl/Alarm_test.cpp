@@ -46,7 +46,7 @@ TEST_F(AlarmTest, AnAlarmThatComesIsNotSentYet)
     CRoomAlarms alarms(dir.Path("room"));
     AlarmOrder order;
     order.sid = 1001;
-    order.alarmClass = 9;
+    order.alarm_class = 9;
     order.title = "门开";
     EXPECT_EQ(alarms.Raise(order, kTime), 1);
     EXPECT_THAT(rows("select SID||' '||(Type>>8&255)||' '||Alm||' '||LastUpd||' '||AlmBrief||' '||"

@@ -27,7 +27,7 @@ Outcome vkctl_run(std::vector<std::string> arguments)
 TEST(CommandLineTest, HelpNamesTheSubcommands)
 {
     const Outcome outcome = vkctl_run({"--help"});
-    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.exit_status, 0);
     EXPECT_THAT(outcome.out, HasSubstr("room"));
     EXPECT_THAT(outcome.out, HasSubstr("receive"));
     EXPECT_EQ(outcome.err, "");
@@ -38,7 +38,7 @@ TEST(CommandLineTest, HelpOfASubcommandHasExamples)
     for (const char* name : {"room", "receive"})
     {
         const Outcome outcome = vkctl_run({name, "--help"});
-        EXPECT_EQ(outcome.exitStatus, 0);
+        EXPECT_EQ(outcome.exit_status, 0);
         EXPECT_THAT(outcome.out, HasSubstr("Examples:\n  vkctl " + std::string(name)));
     }
 }
@@ -70,7 +70,7 @@ TEST(CommandLineTest, HelpTellsPresetsAndWhatDoesNotGoTogether)
 TEST(CommandLineTest, TheVersionIsToldOnStandardOutput)
 {
     const Outcome outcome = vkctl_run({"--version"});
-    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.exit_status, 0);
     EXPECT_EQ(outcome.out, "vkctl " VK_VERSION "\n");
     EXPECT_EQ(outcome.err, "");
 }
@@ -109,7 +109,7 @@ TEST(CommandLineTest, WhatIsNotUnderstoodIsAUsageError)
     for (const auto& line : lines)
     {
         const Outcome outcome = vkctl_run(line);
-        EXPECT_EQ(outcome.exitStatus, 64) << testing::PrintToString(line);
+        EXPECT_EQ(outcome.exit_status, 64) << testing::PrintToString(line);
         EXPECT_NE(outcome.err, "");
         EXPECT_EQ(outcome.out, "");
     }
@@ -120,7 +120,7 @@ TEST(CommandLineTest, AnEmptyNameIsNoDirectory)
     for (const char* name : {"room", "alarm", "check", "preview"})
     {
         const Outcome outcome = vkctl_run({name, ""});
-        EXPECT_EQ(outcome.exitStatus, 64) << name;
+        EXPECT_EQ(outcome.exit_status, 64) << name;
         EXPECT_THAT(outcome.err, HasSubstr("DIR: an empty name is no directory\n"));
     }
 }
@@ -132,7 +132,7 @@ TEST(RoomCommandTest, MakesARoomWithItsOptions)
         vkctl_run({"room", dir.Path("r"), "--devices", "5", "--inputs", "3", "--cameras", "1",
                    "--url", "http://a/", "--url", "http://b/", "--alarm-url", "http://c/",
                    "--delay", "100", "--dept", "D7", "--wal"});
-    EXPECT_EQ(outcome.exitStatus, 0) << outcome.err;
+    EXPECT_EQ(outcome.exit_status, 0) << outcome.err;
     EXPECT_EQ(outcome.out, "room " + dir.Path("r") +
                                ": 5 devices, 3 digital inputs, 3 digital outputs, 1 cameras, 2 "
                                "general tables, 6 alarms\n");
@@ -146,19 +146,19 @@ TEST(RoomCommandTest, MakesARoomWithItsOptions)
 TEST(RoomCommandTest, ARoomThatIsThereIsRefused)
 {
     const CTempDir dir;
-    EXPECT_EQ(vkctl_run({"room", dir.Path("r")}).exitStatus, 0);
+    EXPECT_EQ(vkctl_run({"room", dir.Path("r")}).exit_status, 0);
     const Outcome outcome = vkctl_run({"room", dir.Path("r")});
-    EXPECT_EQ(outcome.exitStatus, 1);
+    EXPECT_EQ(outcome.exit_status, 1);
     EXPECT_EQ(outcome.err, "vkctl: " + dir.Path("r") +
                                " already holds a vkApp.ini; choose another directory, or give "
                                "--force to replace the room\n");
-    EXPECT_EQ(vkctl_run({"room", dir.Path("r"), "--force"}).exitStatus, 0);
+    EXPECT_EQ(vkctl_run({"room", dir.Path("r"), "--force"}).exit_status, 0);
 }
 
 TEST(RoomCommandTest, LiveMovesValuesUntilItIsInterrupted)
 {
     const CTempDir dir;
-    ASSERT_EQ(vkctl_run({"room", dir.Path("r")}).exitStatus, 0);
+    ASSERT_EQ(vkctl_run({"room", dir.Path("r")}).exit_status, 0);
     CProgram live({VKCTL_PROGRAM, "room", dir.Path("r"), "--live", "--step", "20ms"});
     const std::string sql = "select DateUpd from tbUps where SID=1001";
     const auto updated = [&]
@@ -171,7 +171,7 @@ TEST(RoomCommandTest, LiveMovesValuesUntilItIsInterrupted)
     }
     EXPECT_NE(updated(), "2024-05-01 08:00:00");
     live.Signal(SIGINT);
-    EXPECT_EQ(live.Wait().exitStatus, 0);
+    EXPECT_EQ(live.Wait().exit_status, 0);
 }
 
 TEST(RoomCommandTest, LiveEndsAfterItsSeconds)
@@ -179,6 +179,6 @@ TEST(RoomCommandTest, LiveEndsAfterItsSeconds)
     const CTempDir dir;
     const Outcome outcome =
         vkctl_run({"room", dir.Path("r"), "--live", "--seconds", "30ms", "--step", "10ms"});
-    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.exit_status, 0);
     EXPECT_THAT(outcome.out, HasSubstr("live: 20 devices move; Ctrl+C ends\n"));
 }

@@ -52,7 +52,7 @@ private:
 // What a program did.
 struct Outcome
 {
-    int exitStatus = -1; // 128 + n when signal n ended it
+    int exit_status = -1; // 128 + n when signal n ended it
     std::string out;
     std::string err;
 };

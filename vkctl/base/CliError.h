@@ -20,8 +20,8 @@ constexpr int kExitConfig = 78;   // the host's configuration is wrong (EX_CONFI
 class CCliError : public std::runtime_error
 {
 public:
-    explicit CCliError(const std::string& message, int exitStatus = kExitFailure)
-        : std::runtime_error(message), m_iExitStatus(exitStatus)
+    explicit CCliError(const std::string& message, int exit_status = kExitFailure)
+        : std::runtime_error(message), m_iExitStatus(exit_status)
     {
     }
     int ExitStatus() const { return m_iExitStatus; }

@@ -20,7 +20,7 @@ namespace vkctl
 namespace
 {
 
-constexpr std::size_t kReportBytes = 100; // of one report in the tray queue, without its type
+constexpr size_t kReportBytes = 100; // of one report in the tray queue, without its type
 
 std::string proc_path(pid_t pid, const std::string& name)
 {
@@ -34,7 +34,7 @@ char process_state(pid_t pid)
     std::ostringstream content;
     content << in.rdbuf();
     const std::string text = content.str();
-    const std::size_t end = text.rfind(')');
+    const size_t end = text.rfind(')');
     return end != std::string::npos && end + 2 < text.size() ? text[end + 2] : 'S';
 }
 
@@ -52,13 +52,13 @@ std::optional<long long> longest_silence(pid_t pid)
     {
         return std::nullopt;
     }
-    const long long delayMs = ini.GetValue<int>("POST", "Delay", 5000);
-    const long long timeoutS = ini.GetValue<int>("POST", "Timeout", 15);
-    if (timeoutS <= 0) // a transfer may take for ever
+    const long long delay_ms = ini.GetValue<int>("POST", "Delay", 5000);
+    const long long timeout_s = ini.GetValue<int>("POST", "Timeout", 15);
+    if (timeout_s <= 0) // a transfer may take for ever
     {
         return std::nullopt;
     }
-    return std::max(delayMs, 0LL) / 1000 + timeoutS + kMarginS;
+    return std::max(delay_ms, 0LL) / 1000 + timeout_s + kMarginS;
 }
 
 void look_at_reports(DaemonSigns& signs)
@@ -69,10 +69,10 @@ void look_at_reports(DaemonSigns& signs)
     {
         return; // without a queue it has nobody to report to
     }
-    signs.isQueueFull = state.__msg_cbytes + kReportBytes > state.msg_qbytes;
+    signs.is_queue_full = state.__msg_cbytes + kReportBytes > state.msg_qbytes;
     if (state.msg_lspid == signs.pid)
     {
-        signs.lastReport = std::max<long long>(std::time(nullptr) - state.msg_stime, 0);
+        signs.last_report = std::max<long long>(std::time(nullptr) - state.msg_stime, 0);
     }
 }
 
@@ -83,28 +83,28 @@ std::string seconds(long long number)
 
 } // namespace
 
-DaemonVerdict judge_daemon(const DaemonSigns& signs, const std::string& pidFile)
+DaemonVerdict judge_daemon(const DaemonSigns& signs, const std::string& pid_file)
 {
     if (signs.pid == 0)
     {
-        return {DaemonHealth::kNone, "no daemon runs: no process holds the lock on " + pidFile};
+        return {DaemonHealth::kNone, "no daemon runs: no process holds the lock on " + pid_file};
     }
     const std::string who = "the daemon, process " + std::to_string(signs.pid) + ", ";
-    if (signs.processState == 'T' || signs.processState == 't')
+    if (signs.process == 'T' || signs.process == 't')
     {
         return {DaemonHealth::kHanging, who + "is stopped (kill -CONT lets it go on)"};
     }
-    if (signs.isQueueFull)
+    if (signs.is_queue_full)
     {
         return {DaemonHealth::kAlive, who + "runs; whether it moves is not known, as nobody takes "
                                             "its reports: the tray queue is full"};
     }
-    if (!signs.lastReport)
+    if (!signs.last_report)
     {
         return {DaemonHealth::kAlive, who + "runs; the tray queue has no report of it yet"};
     }
-    const std::string ago = seconds(*signs.lastReport);
-    if (signs.limit && *signs.lastReport > *signs.limit)
+    const std::string ago = seconds(*signs.last_report);
+    if (signs.limit && *signs.last_report > *signs.limit)
     {
         return {DaemonHealth::kHanging, who + "hangs: its last report came " + ago +
                                             " ago, where Delay and Timeout allow a silence of " +
@@ -113,17 +113,17 @@ DaemonVerdict judge_daemon(const DaemonSigns& signs, const std::string& pidFile)
     return {DaemonHealth::kAlive, who + "runs; its last report came " + ago + " ago"};
 }
 
-DaemonVerdict look_at_daemon(const std::string& pidFile)
+DaemonVerdict look_at_daemon(const std::string& pid_file)
 {
     DaemonSigns signs;
-    signs.pid = daemon_pid(pidFile);
+    signs.pid = daemon_pid(pid_file);
     if (signs.pid != 0)
     {
-        signs.processState = process_state(signs.pid);
+        signs.process = process_state(signs.pid);
         signs.limit = longest_silence(signs.pid);
         look_at_reports(signs);
     }
-    return judge_daemon(signs, pidFile);
+    return judge_daemon(signs, pid_file);
 }
 
 int exit_status(DaemonHealth health)

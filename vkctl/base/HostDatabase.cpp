@@ -77,13 +77,13 @@ CHostDatabase::CHostDatabase(const std::string& path)
     require_readable(m_db, path);
 }
 
-template <typename OnRow> void CHostDatabase::Walk(const std::string& sql, OnRow onRow)
+template <typename OnRow> void CHostDatabase::Walk(const std::string& sql, OnRow on_row)
 try
 {
     const int query = start(m_db, m_strPath, sql);
     for (; !m_db.QryEof(query); m_db.QryNext(query))
     {
-        onRow(query);
+        on_row(query);
     }
     m_db.QryFree(query);
 }

@@ -60,7 +60,7 @@ public:
     std::string ReadProblem(const std::string& sql);
 
 private:
-    template <typename OnRow> void Walk(const std::string& sql, OnRow onRow);
+    template <typename OnRow> void Walk(const std::string& sql, OnRow on_row);
 
     const std::string m_strPath;
     vkdb::CDatabase m_db;

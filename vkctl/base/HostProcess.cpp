@@ -32,9 +32,9 @@ std::string key_text(int key)
 
 } // namespace
 
-pid_t daemon_pid(const std::string& pidFile)
+pid_t daemon_pid(const std::string& pid_file)
 {
-    const int fd = open(pidFile.c_str(), O_RDONLY | O_CLOEXEC);
+    const int fd = open(pid_file.c_str(), O_RDONLY | O_CLOEXEC);
     if (fd < 0)
     {
         return 0;
@@ -43,9 +43,9 @@ pid_t daemon_pid(const std::string& pidFile)
     struct flock lock = {};
     lock.l_type = F_RDLCK;
     lock.l_whence = SEEK_SET;
-    const bool isKnown = fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
+    const bool is_known = fcntl(fd, F_GETLK, &lock) == 0 && lock.l_type != F_UNLCK;
     close(fd);
-    return isKnown ? lock.l_pid : 0;
+    return is_known ? lock.l_pid : 0;
 }
 
 std::string program_name(pid_t pid)
@@ -70,12 +70,12 @@ std::string program_name(pid_t pid)
     return name;
 }
 
-void expect_daemon(pid_t pid, const std::string& pidFile)
+void expect_daemon(pid_t pid, const std::string& pid_file)
 {
     const std::string name = program_name(pid);
-    const bool isRenamed =
-        daemon_pid(pidFile) == pid && std::filesystem::path(pidFile).filename() == name + ".pid";
-    if (name == kDaemonName || (!name.empty() && isRenamed))
+    const bool is_renamed =
+        daemon_pid(pid_file) == pid && std::filesystem::path(pid_file).filename() == name + ".pid";
+    if (name == kDaemonName || (!name.empty() && is_renamed))
     {
         return;
     }
@@ -85,9 +85,9 @@ void expect_daemon(pid_t pid, const std::string& pidFile)
         "; it was not signalled");
 }
 
-void signal_alarm(pid_t pid, const std::string& pidFile)
+void signal_alarm(pid_t pid, const std::string& pid_file)
 {
-    expect_daemon(pid, pidFile);
+    expect_daemon(pid, pid_file);
     if (kill(pid, SIGRTMIN + 1) != 0)
     {
         throw CCliError("process " + std::to_string(pid) +

@@ -16,22 +16,22 @@ namespace vkctl
 
 bool is_color_wanted()
 {
-    const char* noColor = std::getenv("NO_COLOR");
+    const char* no_color = std::getenv("NO_COLOR");
     const char* terminal = std::getenv("TERM");
-    const bool isDumb = terminal != nullptr && std::strcmp(terminal, "dumb") == 0;
-    return isatty(STDOUT_FILENO) != 0 && !isDumb && (noColor == nullptr || *noColor == '\0');
+    const bool is_dumb = terminal != nullptr && std::strcmp(terminal, "dumb") == 0;
+    return isatty(STDOUT_FILENO) != 0 && !is_dumb && (no_color == nullptr || *no_color == '\0');
 }
 
-std::size_t terminal_columns()
+size_t terminal_columns()
 {
-    constexpr std::size_t kUsual = 80; // of a terminal that does not tell its own
+    constexpr size_t kUsual = 80; // of a terminal that does not tell its own
     if (isatty(STDOUT_FILENO) == 0)
     {
         return 0;
     }
     winsize size{};
-    const bool isTold = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
-    return isTold ? size.ws_col : kUsual;
+    const bool is_told = ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col > 0;
+    return is_told ? size.ws_col : kUsual;
 }
 
 void end_if_pipe_is_closed()

@@ -10,7 +10,7 @@ namespace vkctl
 bool is_color_wanted();
 
 // Columns of the terminal that it is; 0 when it is none.
-std::size_t terminal_columns();
+size_t terminal_columns();
 
 // Ends this process as SIGPIPE does, silently, when standard output is a pipe that nobody reads any
 // more. The HTTP library ignores that signal, and whoever started us may have.

@@ -8,7 +8,7 @@
 namespace vkctl
 {
 
-CProgress::CProgress(std::ostream& out, bool shown, std::string what, std::size_t every)
+CProgress::CProgress(std::ostream& out, bool shown, std::string what, size_t every)
     : m_out(out), m_bShown(shown), m_strWhat(std::move(what)), m_nEvery(every)
 {
 }
@@ -18,7 +18,7 @@ CProgress::~CProgress()
     Clear();
 }
 
-void CProgress::Show(std::size_t done, std::size_t total)
+void CProgress::Show(size_t done, size_t total)
 {
     if (!m_bShown || done < m_nNext)
     {

@@ -15,13 +15,13 @@ class CProgress
 {
 public:
     // `what` is counted: "devices". A step is shown when `every` of them have come.
-    CProgress(std::ostream& out, bool shown, std::string what, std::size_t every = 100);
+    CProgress(std::ostream& out, bool shown, std::string what, size_t every = 100);
     ~CProgress(); // clears the line
     CProgress(const CProgress&) = delete;
     CProgress& operator=(const CProgress&) = delete;
 
     // `done` of `total`; a total of 0 is not known yet.
-    void Show(std::size_t done, std::size_t total);
+    void Show(size_t done, size_t total);
 
     void Clear();
 
@@ -29,9 +29,9 @@ private:
     std::ostream& m_out;
     const bool m_bShown;
     const std::string m_strWhat;
-    const std::size_t m_nEvery;
-    std::size_t m_nNext = 0;  // what is shown next
-    std::size_t m_nWidth = 0; // of what stands on the line; 0: nothing
+    const size_t m_nEvery;
+    size_t m_nNext = 0;  // what is shown next
+    size_t m_nWidth = 0; // of what stands on the line; 0: nothing
 };
 
 // Whether somebody watches standard error.

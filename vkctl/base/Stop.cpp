@@ -39,26 +39,26 @@ CStop::~CStop()
 
 void CStop::Request()
 {
-    const std::uint64_t one = 1;
+    const uint64_t one = 1;
     // Cannot fail before 2^64 - 1 requests, and a stop already asked for is enough.
     [[maybe_unused]] const ssize_t written = write(m_iRequest, &one, sizeof one);
 }
 
 bool CStop::WaitFor(std::chrono::milliseconds limit)
 {
-    using clock = std::chrono::steady_clock;
-    const auto end = clock::now() + limit;
+    using Clock = std::chrono::steady_clock;
+    const auto end = Clock::now() + limit;
     while (!m_bStopped)
     {
-        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - clock::now());
-        const bool isForEver = limit.count() < 0;
+        const auto left = std::chrono::ceil<std::chrono::milliseconds>(end - Clock::now());
+        const bool is_for_ever = limit.count() < 0;
         pollfd fds[2] = {{m_iSignals, POLLIN, 0}, {m_iRequest, POLLIN, 0}};
-        const long long waitMs = isForEver || left.count() > 60000 ? 60000 : left.count();
-        if (poll(fds, 2, static_cast<int>(waitMs < 0 ? 0 : waitMs)) > 0)
+        const long long wait_ms = is_for_ever || left.count() > 60000 ? 60000 : left.count();
+        if (poll(fds, 2, static_cast<int>(wait_ms < 0 ? 0 : wait_ms)) > 0)
         {
             m_bStopped = true;
         }
-        else if (!isForEver && clock::now() >= end)
+        else if (!is_for_ever && Clock::now() >= end)
         {
             return false;
         }
@@ -73,8 +73,8 @@ std::chrono::milliseconds parse_duration(const std::string& text)
     const double number = std::strtod(text.c_str(), &end);
     const std::string unit = end;
     const double seconds = unit == "ms" ? number / 1000 : number;
-    const bool isUnit = unit.empty() || unit == "s" || unit == "ms";
-    if (end == text.c_str() || !isUnit || !(seconds >= 0 && seconds <= kLongestS))
+    const bool is_unit = unit.empty() || unit == "s" || unit == "ms";
+    if (end == text.c_str() || !is_unit || !(seconds >= 0 && seconds <= kLongestS))
     {
         throw CCliError("not a time: '" + text + "'; write 2s, 1.5s or 500ms", kExitUsage);
     }

@@ -48,8 +48,8 @@ void unreadable(const char* path, const std::string& problem, CFindings& finding
 // What the checks of the data database leave to those of the bodies.
 struct DataCheck
 {
-    bool isReadable = false;
-    std::vector<std::string> iniTexts; // that have been looked at
+    bool is_readable = false;
+    std::vector<std::string> ini_texts; // that have been looked at
     std::optional<CFieldValues> values;
 };
 
@@ -66,17 +66,17 @@ try
     check_masters(db, catalogue, ini, findings);
     check_extensions(db, catalogue, ini, findings);
     const CTypeColumns columns(catalogue, ini);
-    check_fields(columns, ini, data.iniTexts, findings);
+    check_fields(columns, ini, data.ini_texts, findings);
     data.values.emplace(ini, columns);
-    data.isReadable = true;
+    data.is_readable = true;
 }
 catch (const CHostProblem& problem)
 {
     unreadable(kDataDb, problem.what(), findings);
 }
 
-// hasAlarms: the daemon could read its alarms. Without AlmUrl it never looks at them.
-bool check_alarms(const CIniFile& ini, bool& hasAlarms, CFindings& findings)
+// has_alarms: the daemon could read its alarms. Without AlmUrl it never looks at them.
+bool check_alarms(const CIniFile& ini, bool& has_alarms, CFindings& findings)
 try
 {
     if (ini.Text("POST", "AlmUrl").empty())
@@ -84,7 +84,7 @@ try
         return true;
     }
     CHostDatabase db(kAlarmDb);
-    hasAlarms = check_alarm_table(db, findings);
+    has_alarms = check_alarm_table(db, findings);
     return true;
 }
 catch (const CHostProblem& problem)
@@ -95,12 +95,12 @@ catch (const CHostProblem& problem)
 
 // Behind the databases' other checks, which have them open. Alarms are not looked at without
 // AlmUrl.
-void check_write_ahead_logs(const CIniFile& ini, int sqliteVersion, CFindings& findings)
+void check_write_ahead_logs(const CIniFile& ini, int sqlite_version, CFindings& findings)
 {
-    check_write_ahead_log(kDataDb, sqliteVersion, findings);
+    check_write_ahead_log(kDataDb, sqlite_version, findings);
     if (!ini.Text("POST", "AlmUrl").empty())
     {
-        check_write_ahead_log(kAlarmDb, sqliteVersion, findings);
+        check_write_ahead_log(kAlarmDb, sqlite_version, findings);
     }
 }
 
@@ -108,17 +108,17 @@ void check_all_bodies(const CIniFile& ini, DataCheck& data, bool alarms, bool pr
                       CFindings& findings)
 try
 {
-    check_bodies(ini, data.iniTexts, *data.values, alarms, progress, findings);
+    check_bodies(ini, data.ini_texts, *data.values, alarms, progress, findings);
 }
 catch (const CCliError& error) // it could be read before
 {
     unreadable(kDataDb, error.what(), findings);
-    data.isReadable = false;
+    data.is_readable = false;
 }
 catch (const CppSQLite3Exception& error)
 {
     unreadable(kDataDb, error.errorMessage(), findings);
-    data.isReadable = false;
+    data.is_readable = false;
 }
 
 } // namespace
@@ -140,23 +140,23 @@ bool check_host(const CheckOptions& options, CFindings& findings)
         check_start(options.flash, findings);
     }
     DataCheck data;
-    check_settings(ini, data.iniTexts, findings);
+    check_settings(ini, data.ini_texts, findings);
     check_urls(ini, findings);
     check_ca(ini, findings);
 
-    bool hasAlarms = false;
+    bool has_alarms = false;
     check_data(ini, data, findings);
-    const bool alarms = check_alarms(ini, hasAlarms, findings);
-    check_write_ahead_logs(ini, options.sqliteVersion, findings);
-    if (data.isReadable)
+    const bool alarms = check_alarms(ini, has_alarms, findings);
+    check_write_ahead_logs(ini, options.sqlite_version, findings);
+    if (data.is_readable)
     {
-        check_all_bodies(ini, data, hasAlarms, options.progress, findings);
+        check_all_bodies(ini, data, has_alarms, options.progress, findings);
     }
     if (!options.offline)
     {
         check_servers(ini, findings);
     }
-    return data.isReadable && alarms;
+    return data.is_readable && alarms;
 }
 
 } // namespace vkctl

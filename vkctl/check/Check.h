@@ -14,11 +14,11 @@ namespace vkctl
 struct CheckOptions
 {
     std::string directory = ".";
-    bool offline = false;                            // no server is asked
-    bool away = false;                               // what only the board can tell is left out
-    std::string flash = "/NandFlash";                // where the board's flash is mounted
-    bool progress = false;                           // shown on standard error
-    int sqliteVersion = sqlite3_libversion_number(); // of the library that is loaded
+    bool offline = false;                             // no server is asked
+    bool away = false;                                // what only the board can tell is left out
+    std::string flash = "/NandFlash";                 // where the board's flash is mounted
+    bool progress = false;                            // shown on standard error
+    int sqlite_version = sqlite3_libversion_number(); // of the library that is loaded
 };
 
 // Changes into the directory, as paths in vkApp.ini are relative to it. False when the directory

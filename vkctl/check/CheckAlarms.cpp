@@ -54,9 +54,9 @@ bool check_marking(CHostDatabase& db, CFindings& findings)
 struct UnsentAlarm
 {
     HostCell did;
-    bool isNull;
-    bool isText;
-    bool isFound; // by the integer that the daemon reads
+    bool is_null;
+    bool is_text;
+    bool was_found; // by the integer that the daemon reads
 };
 
 std::vector<UnsentAlarm> unsent_alarms(CHostDatabase& db)
@@ -74,18 +74,18 @@ std::vector<UnsentAlarm> unsent_alarms(CHostDatabase& db)
 void check_unmarkable(const std::vector<UnsentAlarm>& alarms, CFindings& findings)
 {
     const auto alarm = std::find_if(alarms.begin(), alarms.end(),
-                                    [](const UnsentAlarm& one) { return !one.isFound; });
+                                    [](const UnsentAlarm& one) { return !one.was_found; });
     if (alarm == alarms.end())
     {
         return;
     }
-    const bool isText = alarm->isText && alarm->did.text == std::to_string(alarm->did.number);
+    const bool is_text = alarm->is_text && alarm->did.text == std::to_string(alarm->did.number);
     const std::string did = shortened(alarm->did.text);
     report(FindingId::kAlarmDid,
-           (alarm->isNull ? "an alarm has no DID"
-            : isText      ? "the DID " + did + " of an alarm is stored as text"
-                          : "the DID " + did + " of an alarm is no 32-bit integer") +
-               kUnmarkable + (isText ? integer_advice("DID") : "give it a DID of its own"),
+           (alarm->is_null ? "an alarm has no DID"
+            : is_text      ? "the DID " + did + " of an alarm is stored as text"
+                           : "the DID " + did + " of an alarm is no 32-bit integer") +
+               kUnmarkable + (is_text ? integer_advice("DID") : "give it a DID of its own"),
            findings);
 }
 
@@ -95,7 +95,7 @@ void check_doubled(const std::vector<UnsentAlarm>& alarms, CFindings& findings)
     for (size_t i = 1; i < alarms.size(); ++i)
     {
         const std::string did = shortened(alarms[i].did.text);
-        if (!alarms[i].isNull && alarms[i].isText == alarms[i - 1].isText &&
+        if (!alarms[i].is_null && alarms[i].is_text == alarms[i - 1].is_text &&
             alarms[i].did.text == alarms[i - 1].did.text && (all.empty() || all.back() != did))
         {
             all.push_back(did);
@@ -169,7 +169,7 @@ try
     CSqliteFile copy = copy_in_memory();
     for (const UnsentAlarm& alarm : alarms)
     {
-        const std::string problem = alarm.isFound ? refusal(copy, alarm.did.number) : "";
+        const std::string problem = alarm.was_found ? refusal(copy, alarm.did.number) : "";
         if (!problem.empty())
         {
             report(FindingId::kAlarmTable,

@@ -65,8 +65,8 @@ PostedText name_of(const PreviewBody& body, const std::map<int, std::string>& na
     {
         return {found->second, "tbSM", "Name", false};
     }
-    const bool inRow = body.kind == BodyKind::kInput || body.kind == BodyKind::kCamera;
-    const PreviewCell* cell = inRow ? head_cell(body, "Name") : nullptr;
+    const bool in_row = body.kind == BodyKind::kInput || body.kind == BodyKind::kCamera;
+    const PreviewCell* cell = in_row ? head_cell(body, "Name") : nullptr;
     return cell != nullptr ? PostedText{cell->value, cell->table, cell->column, false}
                            : PostedText{};
 }
@@ -128,9 +128,9 @@ void add_row_pair(Texts& texts, const PreviewPart& part)
     const DetailMode* const mode = find_detail_mode(part.number);
     for (const PreviewCell& cell : part.cells)
     {
-        const bool isText =
+        const bool is_text =
             mode->layout == DetailLayout::kNamedText || !is_column(cell, mode->index);
-        if (isText && !cell.value.empty())
+        if (is_text && !cell.value.empty())
         {
             add_value(texts, cell);
         }
@@ -146,7 +146,7 @@ std::vector<PostedText> posted_texts(const PreviewBody& body,
     add_head(texts, body, names);
     for (const PreviewPart& part : body.parts)
     {
-        if (part.part != BodyPart::kPair || part.leftOut || part.cells.empty())
+        if (part.part != BodyPart::kPair || part.left_out || part.cells.empty())
         {
             continue;
         }
@@ -178,10 +178,10 @@ constexpr char kLeftOut[] = "left out ";
 std::vector<std::string> names_in(const PreviewPart& part)
 {
     std::vector<std::string> names;
-    for (std::size_t at = 0; at < part.text.size();)
+    for (size_t at = 0; at < part.text.size();)
     {
-        const std::size_t begin = part.text[at] == '&' ? at + 1 : at;
-        const std::size_t equals = part.text.find('=', begin);
+        const size_t begin = part.text[at] == '&' ? at + 1 : at;
+        const size_t equals = part.text.find('=', begin);
         if (equals == std::string::npos)
         {
             break;
@@ -208,7 +208,7 @@ const char* file_of(const PreviewBody& body, std::string_view table)
 // What a message calls it.
 std::string source_of(const PostedText& one)
 {
-    return one.isName
+    return one.is_name
                ? "the name of column " + std::string(one.column) + " of " + std::string(one.table)
                : std::string(one.table) + "." + std::string(one.column);
 }
@@ -217,10 +217,10 @@ std::string source_of(const PostedText& one)
 bool is_device_name(const PreviewBody& body, const PostedText& one)
 {
     return (body.kind == BodyKind::kDevice || body.kind == BodyKind::kAlarm) &&
-           one.table == "tbSM" && one.column == "Name" && !one.isName;
+           one.table == "tbSM" && one.column == "Name" && !one.is_name;
 }
 
-std::string and_more(std::size_t count)
+std::string and_more(size_t count)
 {
     return count > 1 ? ", and " + std::to_string(count - 1) + " more" : "";
 }
@@ -251,8 +251,8 @@ void CBodyCheck::Count(Examples& examples, const PostedText& one, const PreviewB
 
 void CBodyCheck::Log(const std::string& line)
 {
-    const std::size_t full = line.find(kFull);
-    const std::size_t names = full == std::string::npos ? full : line.find(kLeftOut, full);
+    const size_t full = line.find(kFull);
+    const size_t names = full == std::string::npos ? full : line.find(kLeftOut, full);
     if (names == std::string::npos)
     {
         return;
@@ -345,7 +345,7 @@ void CBodyCheck::CheckEncoding(const PreviewBody& body, const std::vector<Posted
     }
     const std::string lost = m_encoding.FirstLost(body.text);
     bool found = lost.empty();
-    for (std::size_t i = 0; !lost.empty() && i < texts.size(); ++i)
+    for (size_t i = 0; !lost.empty() && i < texts.size(); ++i)
     {
         const std::string character = m_encoding.FirstLost(texts[i].text);
         found = found || character == lost;
@@ -360,12 +360,12 @@ void CBodyCheck::CheckEncoding(const PreviewBody& body, const std::vector<Posted
     }
 }
 
-void CBodyCheck::Report(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+void CBodyCheck::Report(const CIniFile& ini, const std::vector<std::string>& ini_texts,
                         CFindings& findings) const
 {
     ReportPairs(findings);
     ReportCharacters(findings);
-    ReportOwnWords(ini, iniTexts, findings);
+    ReportOwnWords(ini, ini_texts, findings);
 }
 
 void CBodyCheck::ReportPairs(CFindings& findings) const
@@ -416,12 +416,12 @@ void CBodyCheck::ReportCharacters(CFindings& findings) const
     }
 }
 
-void CBodyCheck::ReportOwnWords(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+void CBodyCheck::ReportOwnWords(const CIniFile& ini, const std::vector<std::string>& ini_texts,
                                 CFindings& findings) const
 {
     for (const auto& [character, one] : m_ownLost)
     {
-        if (is_in_texts(iniTexts, character))
+        if (is_in_texts(ini_texts, character))
         {
             continue; // and is told of there
         }
@@ -436,7 +436,7 @@ void CBodyCheck::ReportOwnWords(const CIniFile& ini, const std::vector<std::stri
     }
 }
 
-void check_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+void check_bodies(const CIniFile& ini, const std::vector<std::string>& ini_texts,
                   CFieldValues& values, bool alarms, bool progress, CFindings& findings)
 {
     CPreview preview(".");
@@ -447,7 +447,7 @@ void check_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts,
     {
         selection.kinds.insert(BodyKind::kAlarm);
     }
-    std::size_t devices = 0;
+    size_t devices = 0;
     preview.Run(
         selection,
         [&](const PreviewBody& body)
@@ -459,7 +459,7 @@ void check_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts,
         },
         [&](const std::string& line) { check.Log(line); });
     shown.Clear();
-    check.Report(ini, iniTexts, findings);
+    check.Report(ini, ini_texts, findings);
     values.Report(findings);
 }
 

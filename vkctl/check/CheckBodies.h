@@ -25,7 +25,7 @@ struct PostedText
     std::string_view text;
     std::string_view table;
     std::string_view column;
-    bool isName = false; // it is the column's name, and not a value in it
+    bool is_name = false; // it is the column's name, and not a value in it
 };
 
 // In the order of the body. names: of devices, as discovery has read them from tbSM.
@@ -44,8 +44,8 @@ public:
     void Log(const std::string& line); // of the body that comes next
     void Body(const PreviewBody& body);
 
-    // iniTexts: of vkApp.ini, what has been looked at there.
-    void Report(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+    // ini_texts: of vkApp.ini, what has been looked at there.
+    void Report(const CIniFile& ini, const std::vector<std::string>& ini_texts,
                 CFindings& findings) const;
 
 private:
@@ -56,7 +56,7 @@ private:
         int sid = 0;
         std::string text;
         std::string what;
-        std::size_t count = 0;
+        size_t count = 0;
     };
     using Examples = std::map<std::string, Example>; // by what a message calls the source
 
@@ -71,7 +71,7 @@ private:
     void CheckEncoding(const PreviewBody& body, const std::vector<PostedText>& texts);
     void ReportPairs(CFindings& findings) const;
     void ReportCharacters(CFindings& findings) const;
-    void ReportOwnWords(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+    void ReportOwnWords(const CIniFile& ini, const std::vector<std::string>& ini_texts,
                         CFindings& findings) const;
 
     const CEncoding m_encoding;
@@ -88,9 +88,9 @@ private:
 };
 
 // Makes all bodies and checks them. The preview opens the databases: nobody else may have them
-// open. iniTexts: what of vkApp.ini has been looked at, see CheckTexts.h. progress: counted on
+// open. ini_texts: what of vkApp.ini has been looked at, see CheckTexts.h. progress: counted on
 // standard error. Throws CCliError as the preview does.
-void check_bodies(const CIniFile& ini, const std::vector<std::string>& iniTexts,
+void check_bodies(const CIniFile& ini, const std::vector<std::string>& ini_texts,
                   CFieldValues& values, bool alarms, bool progress, CFindings& findings);
 
 } // namespace vkctl

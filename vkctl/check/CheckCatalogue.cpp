@@ -109,9 +109,9 @@ CCatalogue::CCatalogue(CHostDatabase& db, const CIniFile& ini)
     }
     for (HostTable& table : m_vTables)
     {
-        table.isRead = table.role == TableRole::kDevice || table.role == TableRole::kGeneral ||
-                       is_named(ini, table.name);
-        if (table.problem.empty() && table.isRead)
+        table.is_read = table.role == TableRole::kDevice || table.role == TableRole::kGeneral ||
+                        is_named(ini, table.name);
+        if (table.problem.empty() && table.is_read)
         {
             table.problem = db.ReadProblem("select * from " + quoted(table.name));
         }
@@ -152,10 +152,10 @@ const HostTable* CCatalogue::FindAnyCase(const std::string& name) const
 
 const HostTable* CCatalogue::FindSql(const std::string& name) const
 {
-    const std::size_t size = name.size();
-    const bool isQuoted =
+    const size_t size = name.size();
+    const bool is_quoted =
         size > 2 && std::strchr("\"'`", name[0]) != nullptr && name[size - 1] == name[0];
-    return FindAnyCase(isQuoted ? name.substr(1, size - 2) : name);
+    return FindAnyCase(is_quoted ? name.substr(1, size - 2) : name);
 }
 
 std::vector<const HostTable*> CCatalogue::Of(TableRole role) const
@@ -214,9 +214,9 @@ void warn_of_no_table(const CCatalogue& catalogue, const CIniFile& ini, const st
 
 std::string name_problem(CHostDatabase& db, const HostTable& table, const std::string& text)
 {
-    const bool isQuoted = strcasecmp(text.c_str(), table.name.c_str()) != 0;
+    const bool is_quoted = strcasecmp(text.c_str(), table.name.c_str()) != 0;
     std::string problem = table.problem.empty() ? db.Problem("select * from " + text) : "";
-    if (problem.empty() && !isQuoted && !is_one_name(text) && table.problem.empty())
+    if (problem.empty() && !is_quoted && !is_one_name(text) && table.problem.empty())
     {
         problem = "another table is read"; // that of its first word
     }
@@ -242,12 +242,12 @@ CTypeColumns::CTypeColumns(const CCatalogue& catalogue, const CIniFile& ini)
     AddExtensions(catalogue, ini);
 }
 
-void CTypeColumns::Add(int type, const HostTable& table, const std::function<bool(int)>& isPosted)
+void CTypeColumns::Add(int type, const HostTable& table, const std::function<bool(int)>& is_posted)
 {
     int at = 0;
     for (const std::string& column : table.columns)
     {
-        m_columns[type].push_back({column, table.name, isPosted(at)});
+        m_columns[type].push_back({column, table.name, is_posted(at)});
         ++at;
     }
 }
@@ -293,7 +293,7 @@ void CTypeColumns::AddExtensions(const CCatalogue& catalogue, const CIniFile& in
                      ini.Document(), extended.type, key, ini.Int(extended.section, key),
                      static_cast<int>(table->columns.size())))
             {
-                if (one.isPosted)
+                if (one.is_posted)
                 {
                     posted.insert(one.column);
                 }

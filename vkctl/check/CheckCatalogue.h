@@ -33,7 +33,7 @@ struct HostTable
     TableRole role = TableRole::kDevice;
     std::vector<std::string> columns; // as a query reports them
     std::string problem;              // why it cannot be read, damaged or a broken view; or empty
-    bool isRead = false;              // by the daemon
+    bool is_read = false;             // by the daemon
 
     // The column's position whatever its case, as the library finds it; -1 without one, and in a
     // table that cannot be read.
@@ -105,7 +105,7 @@ public:
     std::vector<TypeColumn> Named(int type, const std::string& name) const;
 
 private:
-    void Add(int type, const HostTable& table, const std::function<bool(int)>& isPosted);
+    void Add(int type, const HostTable& table, const std::function<bool(int)>& is_posted);
     void AddDevices(const CCatalogue& catalogue, const CIniFile& ini);
     void AddGenerals(const CCatalogue& catalogue, const CIniFile& ini);
     void AddExtensions(const CCatalogue& catalogue, const CIniFile& ini);

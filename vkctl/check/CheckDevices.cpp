@@ -24,7 +24,7 @@ struct SidRow
 {
     HostCell sid;
     bool found = false;
-    bool isText = false;
+    bool is_text = false;
     HostCell state;
     HostCell type;
 
@@ -64,7 +64,7 @@ void check_lost(const std::string& table, const std::vector<SidRow>& rows,
     std::vector<std::string> texts;
     for (const SidRow& row : rows)
     {
-        const bool spells = row.isText && row.sid.text == std::to_string(row.sid.number);
+        const bool spells = row.is_text && row.sid.text == std::to_string(row.sid.number);
         if (!row.found)
         {
             (spells ? texts : others).push_back("\"" + shortened(row.sid.text) + "\"");
@@ -80,15 +80,15 @@ void check_lost(const std::string& table, const std::vector<SidRow>& rows,
 
 // A State decides whether the row is posted at all, and may be empty; a Type counts where it is.
 void check_integer_column(const std::string& name, const std::vector<SidRow>& rows,
-                          HostCell SidRow::*column, bool isState, CFindings& findings)
+                          HostCell SidRow::*column, bool is_state, CFindings& findings)
 {
     const auto wrong =
         std::find_if(rows.begin(), rows.end(),
                      [&](const SidRow& row)
                      {
                          const HostCell& cell = row.*column;
-                         return (isState ? row.found : row.IsPosted()) &&
-                                (is_misread(cell) || (cell.text.empty() && !isState));
+                         return (is_state ? row.found : row.IsPosted()) &&
+                                (is_misread(cell) || (cell.text.empty() && !is_state));
                      });
     if (wrong == rows.end())
     {
@@ -165,9 +165,9 @@ CSidSample doubled(const std::vector<SidRow>& rows)
         found = found || row.found;
     }
     CSidSample sample;
-    for (const auto& [sid, rowsOf] : seen)
+    for (const auto& [sid, told] : seen)
     {
-        if (rowsOf.first > 1 && rowsOf.second)
+        if (told.first > 1 && told.second)
         {
             sample.Add(sid);
         }
@@ -353,11 +353,11 @@ std::set<int> named_devices(CHostDatabase& db)
 }
 
 // Without those that are not posted, in the order of their SIDs.
-std::vector<SidRow> posted_of(std::vector<SidRow> rows, bool anyState)
+std::vector<SidRow> posted_of(std::vector<SidRow> rows, bool any_state)
 {
     rows.erase(std::remove_if(rows.begin(), rows.end(),
                               [&](const SidRow& row)
-                              { return !(anyState ? row.found : row.IsPosted()); }),
+                              { return !(any_state ? row.found : row.IsPosted()); }),
                rows.end());
     std::stable_sort(rows.begin(), rows.end(),
                      [](const SidRow& a, const SidRow& b) { return a.sid.number < b.sid.number; });

@@ -92,10 +92,10 @@ private:
         const int rows = RowsOf(table, type);
         if (rows == 0)
         {
-            const bool isText = RowsOf(table, "'" + type + "'") > 0;
+            const bool is_text = RowsOf(table, "'" + type + "'") > 0;
             m_findings.Warning(
                 m_place, FindingId::kExtensionEmpty,
-                isText
+                is_text
                     ? "the Type " + type + " of " + table.name +
                           " is stored as text, and an integer is asked for: nothing of it is "
                           "appended; " +
@@ -167,7 +167,7 @@ private:
                                m_ini.Int(m_extended.section, m_strKey), static_cast<int>(columns)))
         {
             check_integer(m_ini, section, one.key, m_findings);
-            if (!one.key.empty() && one.key[0] != '[' && !one.isPosted)
+            if (!one.key.empty() && one.key[0] != '[' && !one.is_posted)
             {
                 Index(m_ini.At(section, one.key),
                       one.key + "=" + text_of(m_ini.Int(section, one.key)) +
@@ -197,8 +197,8 @@ void check_count_keys(const CIniFile& ini, const ExtendedType& extended, CFindin
     for (const std::string& key : ini.Keys(extended.section))
     {
         const std::string table = key.substr(0, key.find(kCountKey));
-        const bool isCount = table.size() < key.size();
-        if (isCount && (table + kCountKey != key || !ini.Has(extended.section, table)))
+        const bool is_count = table.size() < key.size();
+        if (is_count && (table + kCountKey != key || !ini.Has(extended.section, table)))
         {
             findings.Warning(ini.At(extended.section, key), FindingId::kKeyUnread,
                              "nothing reads " + key + ": section [" + extended.section +

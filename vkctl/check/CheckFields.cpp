@@ -14,12 +14,12 @@ namespace vkctl
 namespace
 {
 
-constexpr std::size_t kLongestSuffix = 11; // "-2147483648"
+constexpr size_t kLongestSuffix = 11; // "-2147483648"
 
 // A number, "x", or a whole byte, in whatever case.
 bool is_label_suffix(const std::string& suffix)
 {
-    const std::size_t sign = suffix[0] == '-' ? 1 : 0;
+    const size_t sign = suffix[0] == '-' ? 1 : 0;
     const bool number = suffix.size() > sign && suffix.size() <= kLongestSuffix &&
                         suffix.find_first_not_of("0123456789", sign) == std::string::npos;
     const bool byte = suffix.size() == 2 && suffix.find_first_not_of("0Ff") == std::string::npos;
@@ -35,9 +35,9 @@ bool has_kind(const CIniFile& ini, int type, const std::string& column)
 std::vector<std::string> possible_owners(const std::string& name)
 {
     std::vector<std::string> owners;
-    const std::size_t shortest =
+    const size_t shortest =
         std::max(name.size(), kLongestSuffix + 1) - kLongestSuffix; // at least one
-    for (std::size_t length = name.size() - 1; length >= shortest; --length)
+    for (size_t length = name.size() - 1; length >= shortest; --length)
     {
         if (is_label_suffix(name.substr(length)))
         {
@@ -120,7 +120,7 @@ void resolve(FieldKey& one, const CIniFile& ini, const CTypeColumns& columns,
     {
         set_owner(one, FieldKeyRole::kKind, name, name);
         const int kind = ini.Int(kFieldSection, field_key(one.type, owner));
-        one.labelOf = !owner.empty() && is_asked_for(kind, name.substr(owner.size())) ? owner : "";
+        one.label_of = !owner.empty() && is_asked_for(kind, name.substr(owner.size())) ? owner : "";
         return;
     }
     const std::string column = owner_without_kind(columns, one.type, name);
@@ -164,7 +164,7 @@ std::vector<FieldKey> field_keys(const CIniFile& ini, const CTypeColumns& column
     {
         FieldKey one;
         one.key = key;
-        const std::size_t dot = key.find('.');
+        const size_t dot = key.find('.');
         if (dot != std::string::npos && dot + 1 < key.size() &&
             read_plain_number(key.substr(0, dot), one.type))
         {
@@ -184,11 +184,11 @@ void check_kind(const CIniFile& ini, const CTypeColumns& columns, const FieldKey
 {
     const Place place = ini.At(kFieldSection, one.key);
     const int kind = ini.Int(kFieldSection, one.key);
-    if (!one.labelOf.empty())
+    if (!one.label_of.empty())
     {
         findings.Warning(place, FindingId::kKeyAmbiguous,
                          one.key + " is the kind of column " + one.column +
-                             ", and a text of column " + one.labelOf +
+                             ", and a text of column " + one.label_of +
                              " as well; one of the columns needs another name");
     }
     else
@@ -306,7 +306,7 @@ bool is_text(const CIniFile& ini, const FieldKey& one)
 {
     const int kind = ini.Int(kFieldSection, field_key(one.type, one.column));
     return one.role == FieldKeyRole::kKind
-               ? !one.labelOf.empty()
+               ? !one.label_of.empty()
                : one.role == FieldKeyRole::kLabel && is_asked_for(kind, one.suffix);
 }
 
@@ -329,8 +329,8 @@ std::vector<std::string> posted_keys(const CIniFile& ini, const CTypeColumns& co
 void check_fields(const CTypeColumns& columns, const CIniFile& ini, std::vector<std::string>& texts,
                   CFindings& findings)
 {
-    std::set<int> toldTypes;
-    std::set<std::string> toldKinds;
+    std::set<int> told_types;
+    std::set<std::string> told_kinds;
     const std::vector<FieldKey> keys = field_keys(ini, columns);
     for (const FieldKey& one : keys)
     {
@@ -341,7 +341,7 @@ void check_fields(const CTypeColumns& columns, const CIniFile& ini, std::vector<
                                  " in section [POST.xFld]: keys begin with a type and a dot, such "
                                  "as 257.Run");
         }
-        else if (check_type(ini, columns, one, toldTypes, findings))
+        else if (check_type(ini, columns, one, told_types, findings))
         {
             continue;
         }
@@ -355,7 +355,7 @@ void check_fields(const CTypeColumns& columns, const CIniFile& ini, std::vector<
         }
         else if (one.role == FieldKeyRole::kNoKind)
         {
-            check_no_kind(ini, one, toldKinds, findings);
+            check_no_kind(ini, one, told_kinds, findings);
         }
         else
         {

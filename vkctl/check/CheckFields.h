@@ -32,7 +32,7 @@ struct FieldKey
     int type = 0;
     std::string column; // kKind, kNoColumn: all behind the type; kLabel, kNoKind: without suffix
     std::string suffix;
-    std::string labelOf; // of kKind: the column that takes the kind for one of its texts; or empty
+    std::string label_of; // of kKind: the column that takes the kind for one of its texts; or empty
 };
 
 std::vector<FieldKey> field_keys(const CIniFile& ini, const CTypeColumns& columns);

@@ -24,7 +24,7 @@ bool begins_with(const std::string& text, const std::string& start)
 // In these sections every key counts, even one without a name.
 bool is_walked(const CIniFile& ini, const std::string& section)
 {
-    const std::size_t dot = section.find('.');
+    const size_t dot = section.find('.');
     const bool lists =
         dot != std::string::npos &&
         ini.Has(kExtensionSections + section.substr(0, dot), section.substr(dot + 1));
@@ -52,7 +52,7 @@ void check_key_line(const CIniFile& ini, const IniItem& item, CFindings& finding
                                                  : "stay in section [" + item.section + "]") +
                            "; remove the blanks in front of it");
     }
-    else if (!item.hasEquals && !item.key.empty() && !begins_with(line, kBom))
+    else if (!item.has_equals && !item.key.empty() && !begins_with(line, kBom))
     {
         findings.Warning(place, FindingId::kLineWithoutValue,
                          "\"" + item.key +
@@ -63,12 +63,12 @@ void check_key_line(const CIniFile& ini, const IniItem& item, CFindings& finding
 
 void check_empty_key(const CIniFile& ini, const IniItem& item, CFindings& findings)
 {
-    if (!item.key.empty() || !(item.hasEquals || is_walked(ini, item.section)))
+    if (!item.key.empty() || !(item.has_equals || is_walked(ini, item.section)))
     {
         return;
     }
     const std::string what =
-        item.hasEquals ? "nothing stands in front of the \"=\"" : "the line begins with blanks";
+        item.has_equals ? "nothing stands in front of the \"=\"" : "the line begins with blanks";
     const std::string effect = is_walked(ini, item.section)
                                    ? "a key without a name, and in section [" + item.section +
                                          "] the daemon takes each key for a table or column"
@@ -80,8 +80,8 @@ void check_empty_key(const CIniFile& ini, const IniItem& item, CFindings& findin
 void check_cut(const CIniFile& ini, const IniItem& item, CFindings& findings)
 {
     const std::string& line = ini.Line(item.line);
-    const std::size_t at = line.find_first_of(";#");
-    if (!item.hasEquals || at == std::string::npos || line[at - 1] == ' ' || line[at - 1] == '\t')
+    const size_t at = line.find_first_of(";#");
+    if (!item.has_equals || at == std::string::npos || line[at - 1] == ' ' || line[at - 1] == '\t')
     {
         return;
     }
@@ -117,7 +117,7 @@ void check_encoding(const CIniFile& ini, CFindings& findings)
     }
     if (!others.empty())
     {
-        const std::size_t more = others.size() - 1;
+        const size_t more = others.size() - 1;
         const std::string rest = more == 1  ? " (and 1 more line)"
                                  : more > 1 ? " (and " + std::to_string(more) + " more lines)"
                                             : "";
@@ -160,7 +160,7 @@ CIniFile::CIniFile(const std::string& path) : m_strPath(path), m_bReadable(is_re
 
 const std::string& CIniFile::Line(int line) const
 {
-    return m_vLines.at(static_cast<std::size_t>(line - 1));
+    return m_vLines.at(static_cast<size_t>(line - 1));
 }
 
 Place CIniFile::At(const std::string& section, const std::string& key) const
@@ -224,20 +224,20 @@ void check_ini_text(const CIniFile& ini, CFindings& findings)
 
 bool is_utf8(const std::string& text)
 {
-    for (std::size_t i = 0; i < text.size();)
+    for (size_t i = 0; i < text.size();)
     {
         const auto lead = static_cast<unsigned char>(text[i]);
-        const std::size_t more = lead < 0x80   ? 0
-                                 : lead < 0xC2 ? 9
-                                 : lead < 0xE0 ? 1
-                                 : lead < 0xF0 ? 2
-                                 : lead < 0xF5 ? 3
-                                               : 9;
+        const size_t more = lead < 0x80   ? 0
+                            : lead < 0xC2 ? 9
+                            : lead < 0xE0 ? 1
+                            : lead < 0xF0 ? 2
+                            : lead < 0xF5 ? 3
+                                          : 9;
         if (more == 9 || i + more >= text.size())
         {
             return false;
         }
-        for (std::size_t k = 1; k <= more; ++k)
+        for (size_t k = 1; k <= more; ++k)
         {
             if ((static_cast<unsigned char>(text[i + k]) & 0xC0) != 0x80)
             {

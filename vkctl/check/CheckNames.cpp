@@ -20,21 +20,20 @@ std::string lower(std::string text)
 }
 
 // The number of slips between two names: a character more, less, other, or two changed over.
-std::size_t slips(const std::string& a, const std::string& b)
+size_t slips(const std::string& a, const std::string& b)
 {
-    std::vector<std::vector<std::size_t>> table(a.size() + 1,
-                                                std::vector<std::size_t>(b.size() + 1));
-    for (std::size_t i = 0; i <= a.size(); ++i)
+    std::vector<std::vector<size_t>> table(a.size() + 1, std::vector<size_t>(b.size() + 1));
+    for (size_t i = 0; i <= a.size(); ++i)
     {
-        for (std::size_t k = 0; k <= b.size(); ++k)
+        for (size_t k = 0; k <= b.size(); ++k)
         {
             if (i == 0 || k == 0)
             {
                 table[i][k] = i + k;
                 continue;
             }
-            const std::size_t other = a[i - 1] == b[k - 1] ? 0 : 1;
-            std::size_t best =
+            const size_t other = a[i - 1] == b[k - 1] ? 0 : 1;
+            size_t best =
                 std::min({table[i - 1][k] + 1, table[i][k - 1] + 1, table[i - 1][k - 1] + other});
             if (i > 1 && k > 1 && a[i - 1] == b[k - 2] && a[i - 2] == b[k - 1])
             {
@@ -50,16 +49,16 @@ std::size_t slips(const std::string& a, const std::string& b)
 
 std::string likely_name(const std::string& name, const std::vector<std::string>& candidates)
 {
-    constexpr std::size_t kLongestName = 200; // of two such, the table of slips stays small
+    constexpr size_t kLongestName = 200; // of two such, the table of slips stays small
     std::string likely;
-    std::size_t fewest = std::max<std::size_t>(1, name.size() / 4) + 1;
+    size_t fewest = std::max<size_t>(1, name.size() / 4) + 1;
     for (const std::string& candidate : candidates)
     {
         if (name.size() > kLongestName || candidate.size() > kLongestName)
         {
             continue;
         }
-        const std::size_t found = slips(lower(name), lower(candidate));
+        const size_t found = slips(lower(name), lower(candidate));
         if (found < fewest && found < candidate.size())
         {
             fewest = found;
@@ -74,10 +73,10 @@ std::string did_you_mean(const std::string& name)
     return name.empty() ? "" : "; did you mean " + name + "?";
 }
 
-std::string shortened_list(const std::vector<std::string>& names, std::size_t total)
+std::string shortened_list(const std::vector<std::string>& names, size_t total)
 {
     std::string text;
-    for (std::size_t i = 0; i < names.size(); ++i)
+    for (size_t i = 0; i < names.size(); ++i)
     {
         const bool last = i + 1 == names.size() && total == names.size();
         text += (i == 0 ? "" : last ? " and " : ", ") + names[i];
@@ -88,12 +87,12 @@ std::string shortened_list(const std::vector<std::string>& names, std::size_t to
 
 std::string shortened(const std::string& value)
 {
-    constexpr std::size_t kShown = 60;
+    constexpr size_t kShown = 60;
     if (value.size() <= kShown)
     {
         return value;
     }
-    std::size_t end = kShown; // not within a character
+    size_t end = kShown; // not within a character
     while (end > 0 && (static_cast<unsigned char>(value[end]) & 0xC0) == 0x80)
     {
         --end;

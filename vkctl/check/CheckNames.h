@@ -20,7 +20,7 @@ std::string likely_name(const std::string& name, const std::vector<std::string>&
 std::string did_you_mean(const std::string& name);
 
 // "1001, 1002, 1003 and 7 more".
-std::string shortened_list(const std::vector<std::string>& names, std::size_t total);
+std::string shortened_list(const std::vector<std::string>& names, size_t total);
 
 // A value as a message quotes it: whole up to 60 bytes, else what fits of it and "...".
 std::string shortened(const std::string& value);

@@ -138,8 +138,8 @@ void check_details(CHostDatabase& db, const CCatalogue& catalogue, const CIniFil
     for (const std::string& key : ini.Keys(kDetail))
     {
         check_integer(ini, kDetail, key, findings);
-        const bool isMastered = !masters_of(ini, key).empty();
-        const HostTable* table = isMastered ? catalogue.FindSql(key) : catalogue.Find(key);
+        const bool is_mastered = !masters_of(ini, key).empty();
+        const HostTable* table = is_mastered ? catalogue.FindSql(key) : catalogue.Find(key);
         if (table == nullptr)
         {
             warn_of_no_table(catalogue, ini, kDetail, key, key, findings);
@@ -239,11 +239,11 @@ void check_master_name(CHostDatabase& db, const HostTable& detail, const CIniFil
     const std::string problem = name_problem(db, detail, name);
     if (!problem.empty())
     {
-        const bool isRead = db.Problem("select SID from " + name).empty();
+        const bool is_read = db.Problem("select SID from " + name).empty();
         findings.Error(ini.At(kMaster, table), FindingId::kTableName,
                        problem +
-                           (isRead ? ": nothing of it is appended to the devices of " + table
-                                   : ": each device of " + table + " " + detail_stall()) +
+                           (is_read ? ": nothing of it is appended to the devices of " + table
+                                    : ": each device of " + table + " " + detail_stall()) +
                            "; rename it");
     }
 }
@@ -282,9 +282,9 @@ void check_masters(CHostDatabase& db, const CCatalogue& catalogue, const CIniFil
     for (const std::string& key : ini.Keys(kMaster))
     {
         std::string name = key;
-        const bool isCount = strip_end(name, kCountKey);
+        const bool is_count = strip_end(name, kCountKey);
         const HostTable* table = device_table(catalogue, ini, key, name, findings);
-        if (table != nullptr && isCount)
+        if (table != nullptr && is_count)
         {
             check_count(*table, ini, key, findings);
         }
@@ -377,7 +377,7 @@ void check_first_column(const HostTable& table, const CIniFile& ini, const std::
 
 // "tbGenPort.0" and "tbGenPort.Name".
 void check_general_option(const CCatalogue& catalogue, const CIniFile& ini, const std::string& key,
-                          const std::string& table, bool isFirst, CFindings& findings)
+                          const std::string& table, bool is_first, CFindings& findings)
 {
     const HostTable* found = catalogue.Find(table);
     if (found == nullptr || found->role != TableRole::kGeneral)
@@ -387,7 +387,7 @@ void check_general_option(const CCatalogue& catalogue, const CIniFile& ini, cons
             "nothing reads " + key + ": " + table + " is no general table" +
                 did_you_mean(found == nullptr ? likely_name(table, catalogue.Names()) : ""));
     }
-    else if (isFirst)
+    else if (is_first)
     {
         check_first_column(*found, ini, key, findings);
     }

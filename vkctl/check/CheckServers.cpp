@@ -195,8 +195,8 @@ Server server_of(const std::string& url)
     Server server{part_of(parsed, CURLUPART_SCHEME),
                   part_of(parsed, CURLUPART_HOST) + ":" + part_of(parsed, CURLUPART_PORT)};
     curl_url_cleanup(parsed);
-    const bool takesPosts = server.scheme == "http" || server.scheme == "https";
-    return takesPosts ? server : Server{};
+    const bool takes_posts = server.scheme == "http" || server.scheme == "https";
+    return takes_posts ? server : Server{};
 }
 
 // The rules by which the daemon accepts a server; where it does not see https, libcurl has its own.

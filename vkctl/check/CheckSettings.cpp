@@ -62,7 +62,7 @@ bool contains(const std::vector<std::string>& names, const std::string& name)
 // "257.tbExtAir": the columns of an extension whose key says to look here.
 bool is_column_list(const CIniFile& ini, const std::string& section)
 {
-    const std::size_t dot = section.find('.');
+    const size_t dot = section.find('.');
     if (dot == std::string::npos)
     {
         return false;
@@ -75,14 +75,14 @@ bool is_column_list(const CIniFile& ini, const std::string& section)
 bool is_extension_section(const std::string& section)
 {
     int type = 0;
-    const std::size_t length = sizeof kExtension - 1;
+    const size_t length = sizeof kExtension - 1;
     return section.compare(0, length, kExtension) == 0 &&
            read_plain_number(section.substr(length), type);
 }
 
 std::string section_reason(const CIniFile& ini, const std::string& section)
 {
-    const std::size_t dot = section.find('.');
+    const size_t dot = section.find('.');
     const std::string table = dot == std::string::npos ? "" : section.substr(dot + 1);
     const std::string extension = kExtension + section.substr(0, dot);
     if (ini.Has(extension, table))
@@ -112,7 +112,7 @@ void check_sections(const CIniFile& ini, CFindings& findings)
 // A key's name without the byte order mark that nobody sees.
 std::string visible_name(const std::string& key)
 {
-    const std::size_t mark = sizeof kBom - 1;
+    const size_t mark = sizeof kBom - 1;
     return key.compare(0, mark, kBom) == 0 ? key.substr(mark) : key;
 }
 
@@ -175,9 +175,9 @@ int head_values(const std::string& format)
     int taken = 0;
     for (size_t at = format.find('%'); at != std::string::npos; at = format.find('%', at))
     {
-        const bool isPercent = format.compare(at, 2, "%%") == 0;
-        taken += isPercent ? 0 : 1;
-        at += isPercent ? 2 : read_conversion(format, at).text.size();
+        const bool is_percent = format.compare(at, 2, "%%") == 0;
+        taken += is_percent ? 0 : 1;
+        at += is_percent ? 2 : read_conversion(format, at).text.size();
     }
     return taken;
 }

@@ -19,7 +19,7 @@ namespace
 {
 
 constexpr int kSafeVersion = 3051003;
-constexpr std::size_t kWriteVersion = 18; // where a database's head says 2 for a write-ahead log
+constexpr size_t kWriteVersion = 18; // where a database's head says 2 for a write-ahead log
 
 // A library's own start-up code may do anything, also nothing for ever.
 constexpr unsigned kLoadLimitS = 10;
@@ -116,18 +116,19 @@ std::string library_problem(const std::string& path)
 namespace
 {
 
-void check_library(bool onBoard, CFindings& findings)
+void check_library(bool on_board, CFindings& findings)
 {
     const std::string problem = library_problem(kDbLibrary);
-    const bool isThere = access(kDbLibrary, F_OK) == 0;
-    if (!problem.empty() && (onBoard || isThere))
+    const bool is_there = access(kDbLibrary, F_OK) == 0;
+    if (!problem.empty() && (on_board || is_there))
     {
         // What does not load here may load on the board, which has another processor.
-        findings.Add(onBoard ? Severity::kError : Severity::kNote, {kDbLibrary, 0},
+        findings.Add(on_board ? Severity::kError : Severity::kNote, {kDbLibrary, 0},
                      FindingId::kLibraryUnusable,
-                     problem + (onBoard ? ": the daemon ends at start; put the database library of "
-                                          "this board beside vkApp.ini"
-                                        : " on this machine; see on the board"));
+                     problem + (on_board
+                                    ? ": the daemon ends at start; put the database library of "
+                                      "this board beside vkApp.ini"
+                                    : " on this machine; see on the board"));
     }
 }
 
@@ -146,9 +147,9 @@ void check_log_folder(const std::string& folder, CFindings& findings)
 
 void check_start(const std::string& flash, CFindings& findings)
 {
-    const bool onBoard = access(flash.c_str(), F_OK) == 0;
-    check_library(onBoard, findings);
-    if (onBoard)
+    const bool on_board = access(flash.c_str(), F_OK) == 0;
+    check_library(on_board, findings);
+    if (on_board)
     {
         check_log_folder(flash + "/tmp", findings);
         return;
@@ -158,17 +159,17 @@ void check_start(const std::string& flash, CFindings& findings)
                   "for a check there; --away leaves that out");
 }
 
-bool has_unsafe_checkpoints(int sqliteVersion)
+bool has_unsafe_checkpoints(int sqlite_version)
 {
-    return sqliteVersion < kSafeVersion;
+    return sqlite_version < kSafeVersion;
 }
 
-void check_write_ahead_log(const std::string& path, int sqliteVersion, CFindings& findings)
+void check_write_ahead_log(const std::string& path, int sqlite_version, CFindings& findings)
 {
-    if (has_unsafe_checkpoints(sqliteVersion) && has_write_ahead_log(path))
+    if (has_unsafe_checkpoints(sqlite_version) && has_write_ahead_log(path))
     {
         findings.Note({path, 0}, FindingId::kDatabaseWalReset,
-                      "has a write-ahead log, and SQLite " + version_text(sqliteVersion) +
+                      "has a write-ahead log, and SQLite " + version_text(sqlite_version) +
                           " can damage it when two connections checkpoint at the same instant; the "
                           "daemon never does, so leave it to one process of the host, or install "
                           "SQLite " +

@@ -21,10 +21,10 @@ std::string library_problem(const std::string& path);
 
 // Whether that version of SQLite (3051003 is 3.51.3) can damage a database with a write-ahead log
 // when two connections copy the log into it at the same instant.
-bool has_unsafe_checkpoints(int sqliteVersion);
+bool has_unsafe_checkpoints(int sqlite_version);
 
 // database-wal-reset, for one database of the host that nobody in this process has open: reading
 // its head drops the locks that SQLite holds on it.
-void check_write_ahead_log(const std::string& path, int sqliteVersion, CFindings& findings);
+void check_write_ahead_log(const std::string& path, int sqlite_version, CFindings& findings);
 
 } // namespace vkctl

@@ -143,7 +143,7 @@ void check_readable(const CCatalogue& catalogue, CFindings& findings)
 {
     for (const HostTable& table : catalogue.Tables())
     {
-        if (table.isRead && !table.problem.empty())
+        if (table.is_read && !table.problem.empty())
         {
             findings.Error(data_place(), FindingId::kTableUnreadable,
                            table.name + " cannot be read (" + table.problem +
@@ -323,8 +323,9 @@ void check_hidden_tables(const CCatalogue& catalogue, const CIniFile& ini, CFind
 {
     for (const HostTable* table : catalogue.Of(TableRole::kHidden))
     {
-        const bool isOwn = is_table(table->name, kNamesTable) || is_table(table->name, kAlarmTable);
-        const bool meant = !isOwn && table->name.compare(0, 4, kNamesTable) != 0 &&
+        const bool is_own =
+            is_table(table->name, kNamesTable) || is_table(table->name, kAlarmTable);
+        const bool meant = !is_own && table->name.compare(0, 4, kNamesTable) != 0 &&
                            table->Has("SID") && ini.Int("POST.Detail", table->name) < 1;
         const bool configured =
             ini.Has("POST.General", table->name) || ini.Has("POST.Master", table->name);
@@ -335,7 +336,7 @@ void check_hidden_tables(const CCatalogue& catalogue, const CIniFile& ini, CFind
                 table->name +
                     " is never posted as a device or general table: its "
                     "name begins with tbSM, in whatever case; " +
-                    (isOwn ? "remove its lines from vkApp.ini" : "give it another name"));
+                    (is_own ? "remove its lines from vkApp.ini" : "give it another name"));
         }
     }
 }

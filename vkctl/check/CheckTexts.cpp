@@ -27,13 +27,13 @@ bool keeps_form(const std::string& encoding)
     std::string converted(4 * plain.size(), '\0');
     const int length =
         CBufHelper::conv_code(encoding.c_str(), kUtf8, converted.data(), plain.data());
-    return converted.substr(0, static_cast<std::size_t>(length)) == plain;
+    return converted.substr(0, static_cast<size_t>(length)) == plain;
 }
 
 // The first character of a text that cannot be converted, or its first byte when it is none.
 std::string first_character(const std::string& text)
 {
-    for (std::size_t length = 1; length <= 4 && length <= text.size(); ++length)
+    for (size_t length = 1; length <= 4 && length <= text.size(); ++length)
     {
         if (is_utf8(text.substr(0, length)))
         {
@@ -100,11 +100,11 @@ std::string CEncoding::FirstLost(std::string_view text) const
     std::string output(4 * input.size() + 64, '\0'); // shift sequences included
     char* in = input.data();
     char* out = output.data();
-    std::size_t inLeft = input.size();
-    std::size_t outLeft = output.size();
+    size_t in_left = input.size();
+    size_t out_left = output.size();
     iconv(m_pConverter.get(), nullptr, nullptr, nullptr, nullptr); // from its first state
-    iconv(m_pConverter.get(), &in, &inLeft, &out, &outLeft);       // what is left is the answer
-    return inLeft > 0 ? first_character(input.substr(input.size() - inLeft)) : "";
+    iconv(m_pConverter.get(), &in, &in_left, &out, &out_left);     // what is left is the answer
+    return in_left > 0 ? first_character(input.substr(input.size() - in_left)) : "";
 }
 
 std::string shown_character(const std::string& character)
@@ -124,7 +124,7 @@ namespace
 
 constexpr char kGeneral[] = "POST.General";
 // Where an encoding lacks a whole script, the other texts only count.
-constexpr std::size_t kToldTexts = 5;
+constexpr size_t kToldTexts = 5;
 
 // A key with a text, and how a message names it.
 struct IniText
@@ -167,11 +167,11 @@ void check_lost(const CIniFile& ini, const std::vector<IniText>& keys,
                   return ini.At(a.first->section, a.first->key).line <
                          ini.At(b.first->section, b.first->key).line;
               });
-    const std::size_t told = std::min(lost.size(), kToldTexts);
-    for (std::size_t i = 0; i < told; ++i)
+    const size_t told = std::min(lost.size(), kToldTexts);
+    for (size_t i = 0; i < told; ++i)
     {
         const IniText& one = *lost[i].first;
-        const std::size_t more = i + 1 == told ? lost.size() - told : 0;
+        const size_t more = i + 1 == told ? lost.size() - told : 0;
         findings.Warning(ini.At(one.section, one.key), FindingId::kCharacterLost,
                          one.name + " holds " + shown_character(lost[i].second) + ", which " +
                              encoding.Name() + " cannot express: a body is cut there" +

@@ -35,14 +35,14 @@ int max_urls(const CIniFile& ini)
 int url_number(const std::string& key, UrlList list)
 {
     const Setting* row = find_setting(kPost, key);
-    const bool isData = list == UrlList::kData;
-    if (row != nullptr && row->id == (isData ? SettingId::kUrl : SettingId::kAlmUrl))
+    const bool is_data = list == UrlList::kData;
+    if (row != nullptr && row->id == (is_data ? SettingId::kUrl : SettingId::kAlmUrl))
     {
         return 0;
     }
-    const bool isNumbered =
-        row != nullptr && row->id == (isData ? SettingId::kUrlN : SettingId::kAlmUrlN);
-    return isNumbered ? SimpleIni::Number(key.substr(key.find_first_of("0123456789"))) : -1;
+    const bool is_numbered =
+        row != nullptr && row->id == (is_data ? SettingId::kUrlN : SettingId::kAlmUrlN);
+    return is_numbered ? SimpleIni::Number(key.substr(key.find_first_of("0123456789"))) : -1;
 }
 
 // All that stands in the file for the list, empty ones left out, in the order of numbers.
@@ -111,9 +111,9 @@ void check_alarm_list(const CIniFile& ini, CFindings& findings)
 void check_targets(const CIniFile& ini, CFindings& findings)
 {
     const std::vector<WrittenUrl> written = written_urls(ini, UrlList::kData);
-    const bool hasAlarms = !ini.Text(kPost, "AlmUrl").empty();
+    const bool has_alarms = !ini.Text(kPost, "AlmUrl").empty();
     const Place place = written.empty() ? ini.At(kPost, "Url") : written[0].place;
-    if (ini.Text(kPost, "Url").empty() && !hasAlarms)
+    if (ini.Text(kPost, "Url").empty() && !has_alarms)
     {
         findings.Error(place, FindingId::kNoUrl,
                        "neither Url nor AlmUrl is set in section [POST]: the daemon ends at start; "
@@ -132,9 +132,9 @@ void check_targets(const CIniFile& ini, CFindings& findings)
 
 void check_doubles(const std::vector<WrittenUrl>& list, CFindings& findings)
 {
-    for (std::size_t i = 0; i < list.size(); ++i)
+    for (size_t i = 0; i < list.size(); ++i)
     {
-        const auto end = list.begin() + static_cast<std::ptrdiff_t>(i);
+        const auto end = list.begin() + static_cast<ptrdiff_t>(i);
         const auto first = std::find_if(
             list.begin(), end, [&](const WrittenUrl& other) { return other.url == list[i].url; });
         if (first != end)
@@ -182,7 +182,7 @@ std::string written_scheme(const std::string& url)
     const auto end = std::find_if(url.begin(), url.end(),
                                   [](unsigned char c)
                                   { return std::isalnum(c) == 0 && !std::strchr("+-.", c); });
-    const auto length = static_cast<std::size_t>(end - url.begin());
+    const auto length = static_cast<size_t>(end - url.begin());
     if (length == 0 || url.compare(length, 2, ":/") != 0)
     {
         return "";
@@ -263,14 +263,14 @@ void check_tls(const CIniFile& ini, const std::vector<WrittenUrl>& urls, CFindin
 {
     const auto secure = std::find_if(
         urls.begin(), urls.end(), [](const WrittenUrl& one) { return is_https_server(one.url); });
-    const bool hasCa = !ini.Text(kPost, "CA").empty();
-    if (secure != urls.end() && !hasCa)
+    const bool has_ca = !ini.Text(kPost, "CA").empty();
+    if (secure != urls.end() && !has_ca)
     {
         findings.Warning(secure->place, FindingId::kTlsUnverified,
                          secure->key + " is https, but without CA nobody checks whose server it "
                                        "is; set CA to the authority's PEM file");
     }
-    if (secure == urls.end() && hasCa)
+    if (secure == urls.end() && has_ca)
     {
         findings.Warning(ini.At(kPost, "CA"), FindingId::kCaUnused,
                          "CA has no effect: no URL in use begins with https://");

@@ -18,7 +18,7 @@ constexpr size_t kValuesShown = 5;
 std::string shown(const std::vector<std::string>& values)
 {
     const size_t count = std::min(values.size(), kValuesShown);
-    return shortened_list({values.begin(), values.begin() + static_cast<std::ptrdiff_t>(count)},
+    return shortened_list({values.begin(), values.begin() + static_cast<ptrdiff_t>(count)},
                           values.size());
 }
 
@@ -100,21 +100,21 @@ void CFieldValues::Cell(Column& column, const PreviewBody& body, const PreviewCe
         return; // a detail row, which kinds do not render
     }
     auto& [table, seen] = *found;
-    const bool ownRow = cell.table == body.table; // an extension's row is that of many bodies
+    const bool own_row = cell.table == body.table; // an extension's row is that of many bodies
     const std::string sid =
-        ownRow && body.kind == BodyKind::kDevice ? "SID " + std::to_string(body.sid) : "";
+        own_row && body.kind == BodyKind::kDevice ? "SID " + std::to_string(body.sid) : "";
     column.numbers.insert({cell.number, (sid.empty() ? "a row" : sid) + " of " + table});
     const HostCell read{cell.value, cell.number};
     if (seen.misread.text.empty() && is_misread(read))
     {
         seen.misread = read;
     }
-    seen.hasEmpty = seen.hasEmpty || cell.value.empty();
+    seen.has_empty = seen.has_empty || cell.value.empty();
     if (has_bits_beyond(column.kind, cell.number))
     {
-        seen.wide = seen.wideRows == 0 ? cell.number : seen.wide;
-        seen.wideRow = seen.wideRows == 0 ? sid : seen.wideRow;
-        seen.wideRows = ownRow ? seen.wideRows + 1 : 1;
+        seen.wide = seen.wide_rows == 0 ? cell.number : seen.wide;
+        seen.wide_row = seen.wide_rows == 0 ? sid : seen.wide_row;
+        seen.wide_rows = own_row ? seen.wide_rows + 1 : 1;
     }
 }
 
@@ -156,18 +156,18 @@ void CFieldValues::ReportTable(const Column& column, const std::string& table, c
                              std::to_string(seen.misread.number));
     }
     const std::string text = field_text(m_ini.Document(), column.key.key, column.kind, 0);
-    if (seen.hasEmpty && !text.empty())
+    if (seen.has_empty && !text.empty())
     {
         findings.Warning(place, FindingId::kValueNotInteger,
                          name + " holds no value in a row: it is taken as 0 and posted as \"" +
                              shortened(text) + "\"");
     }
-    if (seen.wideRows > 0)
+    if (seen.wide_rows > 0)
     {
         const std::string more =
-            seen.wideRows > 1 ? "and " + std::to_string(seen.wideRows - 1) + " more" : "";
+            seen.wide_rows > 1 ? "and " + std::to_string(seen.wide_rows - 1) + " more" : "";
         const std::string rest =
-            seen.wideRow + (seen.wideRow.empty() || more.empty() ? "" : ", ") + more;
+            seen.wide_row + (seen.wide_row.empty() || more.empty() ? "" : ", ") + more;
         findings.Warning(
             place, FindingId::kKindNarrow,
             name + " holds " + std::to_string(seen.wide) + (rest.empty() ? "" : " (" + rest + ")") +
@@ -213,13 +213,13 @@ void CFieldValues::ReportBits(const Column& column, CFindings& findings) const
         std::set<std::string> texts;
         std::string example; // the first number that asks for one
     };
-    Missing leftOut{"left out for ", {}, ""}; // nothing else of the number has a text: no pair
+    Missing left_out{"left out for ", {}, ""}; // nothing else of the number has a text: no pair
     Missing partial{"posted without a text for it for ", {}, ""};
     for (const auto& [number, row] : column.numbers)
     {
         const bool posted =
             !field_text(m_ini.Document(), column.key.key, column.kind, number).empty();
-        Missing& missing = posted ? partial : leftOut;
+        Missing& missing = posted ? partial : left_out;
         for (const std::string& suffix : field_suffixes(column.kind, number))
         {
             if (number != 0 && !HasText(column, suffix))
@@ -231,7 +231,7 @@ void CFieldValues::ReportBits(const Column& column, CFindings& findings) const
             }
         }
     }
-    for (const Missing& missing : {leftOut, partial})
+    for (const Missing& missing : {left_out, partial})
     {
         if (!missing.texts.empty())
         {

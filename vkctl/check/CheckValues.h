@@ -29,10 +29,10 @@ private:
     struct Seen
     {
         HostCell misread;
-        bool hasEmpty = false;
+        bool has_empty = false;
         int wide = 0; // the first number with bits beyond those of the kind
-        std::string wideRow;
-        size_t wideRows = 0;
+        std::string wide_row;
+        size_t wide_rows = 0;
     };
 
     struct Column

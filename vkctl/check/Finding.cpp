@@ -96,11 +96,11 @@ std::vector<Finding> CFindings::Sorted() const
     return sorted;
 }
 
-std::size_t CFindings::Count(Severity severity) const
+size_t CFindings::Count(Severity severity) const
 {
     const auto count = std::count_if(m_vFindings.begin(), m_vFindings.end(),
                                      [=](const Finding& one) { return one.severity == severity; });
-    return static_cast<std::size_t>(count);
+    return static_cast<size_t>(count);
 }
 
 void print_findings(std::ostream& out, const CFindings& findings, bool color)
@@ -144,7 +144,7 @@ std::string findings_summary(const CFindings& findings)
     std::string text;
     for (const Severity severity : kSeverities)
     {
-        const std::size_t count = findings.Count(severity);
+        const size_t count = findings.Count(severity);
         if (count > 0)
         {
             text += (text.empty() ? "" : ", ") + std::to_string(count) + " " +

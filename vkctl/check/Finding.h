@@ -47,7 +47,7 @@ public:
     // vkApp.ini first, then the other files by name; lines in order; what was found first first.
     std::vector<Finding> Sorted() const;
 
-    std::size_t Count(Severity severity) const;
+    size_t Count(Severity severity) const;
     bool Empty() const { return m_vFindings.empty(); }
 
 private:

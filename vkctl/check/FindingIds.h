@@ -111,7 +111,7 @@ constexpr std::array kFindingIds = {VK_FINDINGS(VK_TEXT)};
 
 constexpr const char* id_text(FindingId id)
 {
-    return kFindingIds[static_cast<std::size_t>(id)];
+    return kFindingIds[static_cast<size_t>(id)];
 }
 
 } // namespace vkctl

@@ -79,9 +79,9 @@ private:
 class CRecording
 {
 public:
-    CRecording(CPreview::OnBody onBody, CPreview::OnLog onLog)
+    CRecording(CPreview::OnBody on_body, CPreview::OnLog on_log)
     {
-        CPreviewRecorder::Get().Begin(std::move(onBody), std::move(onLog));
+        CPreviewRecorder::Get().Begin(std::move(on_body), std::move(on_log));
     }
     ~CRecording() { CPreviewRecorder::Get().End(); }
     CRecording(const CRecording&) = delete;
@@ -124,7 +124,7 @@ CPreview::CPreview(const std::string& directory)
 
 CPreview::~CPreview() = default;
 
-void CPreview::Run(const PreviewSelection& selection, const OnBody& onBody, const OnLog& onLog)
+void CPreview::Run(const PreviewSelection& selection, const OnBody& on_body, const OnLog& on_log)
 {
     const CRecording recording(
         [&](const PreviewBody& made)
@@ -133,10 +133,10 @@ void CPreview::Run(const PreviewSelection& selection, const OnBody& onBody, cons
             Complete(body);
             if (is_selected(selection, body))
             {
-                onBody(body);
+                on_body(body);
             }
         },
-        onLog);
+        on_log);
     m_pPoster->GetTbls();
     Restrict(selection);
     Sweep(selection);

@@ -4,7 +4,7 @@
 // marked, no file is written, no queue is touched, the databases are opened to be read and left as
 // they are. It owns the poster and both database objects.
 // Failure: a host directory, configuration or database that cannot be read is thrown as CCliError
-// with kExitFile. What the daemon would only log is handed to onLog.
+// with kExitFile. What the daemon would only log is handed to on_log.
 // Threads: main thread, one CPreview at a time: the poster's replaced functions report to it.
 #pragma once
 
@@ -46,7 +46,7 @@ struct PreviewPart
     std::string table; // of its row; empty without one
     std::vector<PreviewCell> cells;
     std::string text;
-    std::optional<LeftOut> leftOut;
+    std::optional<LeftOut> left_out;
 };
 
 // What the daemon could not read from a database, all its tries included. A body, or a part of one,
@@ -94,7 +94,7 @@ public:
     CPreview& operator=(const CPreview&) = delete;
 
     // One sweep, or what of it is selected; hands every body over as it is made.
-    void Run(const PreviewSelection& selection, const OnBody& onBody, const OnLog& onLog);
+    void Run(const PreviewSelection& selection, const OnBody& on_body, const OnLog& on_log);
 
     // What the run could not read, in the order in which it was thrown. Valid until the next run.
     const std::vector<PreviewFailure>& Failures() const;

@@ -19,7 +19,7 @@ namespace vkctl
 namespace
 {
 
-constexpr std::size_t kPairColumns = 30; // longer ones have a line of their own
+constexpr size_t kPairColumns = 30; // longer ones have a line of their own
 
 PreviewSelection selection_of(const PreviewCommand& command)
 {
@@ -63,9 +63,9 @@ std::string printable(const std::string& text)
     for (const char c : text)
     {
         const auto byte = static_cast<unsigned char>(c);
-        const bool isControl = byte < 0x20 || byte == 0x7F;
+        const bool is_control = byte < 0x20 || byte == 0x7F;
         shown +=
-            isControl ? format_text("\\x%02x", static_cast<unsigned>(byte)) : std::string(1, c);
+            is_control ? format_text("\\x%02x", static_cast<unsigned>(byte)) : std::string(1, c);
     }
     return shown;
 }
@@ -75,7 +75,7 @@ void show_explanation(const PreviewBody& body, const CAppPost& poster)
     for (const Explanation& line : explain(body, poster))
     {
         const std::string pairs = line.pairs.empty() ? "(left out)" : printable(line.pairs);
-        const std::size_t width = display_width(pairs);
+        const size_t width = display_width(pairs);
         std::cout << "  " << pairs
                   << (width < kPairColumns ? std::string(kPairColumns - width, ' ')
                                            : "\n" + std::string(kPairColumns + 2, ' '))
@@ -111,10 +111,10 @@ void show_encoding(const PreviewBody& body)
 }
 
 // What arrives: up to where the encoding cuts the body.
-void show_plain(const std::string& text, bool hasNull)
+void show_plain(const std::string& text, bool has_null)
 {
-    const bool asIs = hasNull || isatty(STDOUT_FILENO) == 0;
-    std::cout << (asIs ? text : printable(text)) << (hasNull ? '\0' : '\n');
+    const bool as_is = has_null || isatty(STDOUT_FILENO) == 0;
+    std::cout << (as_is ? text : printable(text)) << (has_null ? '\0' : '\n');
 }
 
 void show_body(const PreviewBody& body, const CAppPost& poster, const PreviewCommand& command,
@@ -159,8 +159,8 @@ int run_preview(const PreviewCommand& command)
     CPreview preview(command.directory);
     note_missing_urls(preview.Poster(), selection);
     // Beside bodies on the same terminal, or lines of the log, a count would only be in the way.
-    const bool isCounted = is_progress_wanted() && isatty(STDOUT_FILENO) == 0 && !command.log;
-    CProgress progress(std::cerr, isCounted, "bodies");
+    const bool is_counted = is_progress_wanted() && isatty(STDOUT_FILENO) == 0 && !command.log;
+    CProgress progress(std::cerr, is_counted, "bodies");
     CCuts cuts;
     size_t count = 0;
     preview.Run(

@@ -31,8 +31,8 @@ std::string table_of(const std::string& sql)
 
 } // namespace
 
-CPreviewDatabase::CPreviewDatabase(const std::string& path, int busyMs)
-try : m_db(path, busyMs, vkdb::CDatabase::Policy::kNoTouch)
+CPreviewDatabase::CPreviewDatabase(const std::string& path, int busy_ms)
+try : m_db(path, busy_ms, vkdb::CDatabase::Policy::kNoTouch)
 {
     require_readable(m_db, path);
 }
@@ -49,7 +49,7 @@ try
 catch (const CppSQLite3Exception& e)
 {
     Source& source = m_sources[iqry];
-    source.hasFailed = true;
+    source.has_failed = true;
     CPreviewRecorder::Get().Failed(source.sql, source.table, e.errorMessage());
     throw;
 }
@@ -99,7 +99,7 @@ void CPreviewDatabase::QryFree(int iqry)
 {
     Tell(iqry, [&] { m_db.QryFree(iqry); });
     const Source& source = m_sources[iqry];
-    if (!source.hasFailed)
+    if (!source.has_failed)
     {
         CPreviewRecorder::Get().Succeeded(source.sql);
     }
@@ -118,8 +118,8 @@ std::optional<PreviewCell> CPreviewDatabase::Cell(int iqry, int column)
         return std::nullopt;
     }
     const Source& source = m_sources[iqry];
-    const bool isName = source.joinsNames && column < kJoinedColumns;
-    return PreviewCell{isName ? kNamesTable : source.table, m_db.QryFldName(iqry, column),
+    const bool is_name = source.joins_names && column < kJoinedColumns;
+    return PreviewCell{is_name ? kNamesTable : source.table, m_db.QryFldName(iqry, column),
                        m_db.QryGetStrAt(iqry, column), m_db.QryGetIntAt(iqry, column)};
 }
 

@@ -21,8 +21,8 @@ class CPreviewDatabase final : public DbDatabase
 {
 public:
     // For the file at the path, which must be a database that can be read as it is: CCliError with
-    // kExitFile when not. busyMs: how long a lock of another process is waited for.
-    explicit CPreviewDatabase(const std::string& path, int busyMs = vkdb::kBusyWaitMs);
+    // kExitFile when not. busy_ms: how long a lock of another process is waited for.
+    explicit CPreviewDatabase(const std::string& path, int busy_ms = vkdb::kBusyWaitMs);
 
     bool Open(const char* path, int mode) override;
     int Close() override { return m_db.Close(); }
@@ -53,8 +53,8 @@ private:
     {
         std::string sql;
         std::string table;
-        bool joinsNames = false; // its first columns are those of tbSM
-        bool hasFailed = false;
+        bool joins_names = false; // its first columns are those of tbSM
+        bool has_failed = false;
     };
 
     // Runs an operation of the library on a query; what it throws is told, and thrown on.

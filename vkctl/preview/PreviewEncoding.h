@@ -12,7 +12,7 @@ struct EncodedBody
     std::string bytes;
     std::string arrives; // the same in UTF-8, as a receiver reads it
     std::string lost; // from the first character on that did not make it; empty: nothing was lost
-    std::size_t replaced =
+    size_t replaced =
         0; // characters in whose place others stand ("//TRANSLIT"), or nothing ("//IGNORE")
 };
 

@@ -68,14 +68,14 @@ private:
 
     std::string OfSetting(HeadValue value) const
     {
-        const bool isGeneral = m_body.kind == BodyKind::kGeneral;
+        const bool is_general = m_body.kind == BodyKind::kGeneral;
         switch (value)
         {
         case HeadValue::kType:
             return setting(m_ini, setting_place(SettingId::kGeneralType, m_body.table));
         case HeadValue::kName:
-            return setting(m_ini, isGeneral ? setting_place(SettingId::kGeneralName, m_body.table)
-                                            : setting_place(SettingId::kDeptName));
+            return setting(m_ini, is_general ? setting_place(SettingId::kGeneralName, m_body.table)
+                                             : setting_place(SettingId::kDeptName));
         case HeadValue::kState:
             return setting(m_ini, setting_place(state_setting(0)));
         default:
@@ -113,8 +113,8 @@ private:
     std::string ByTitle(const std::string& column) const
     {
         const PreviewCell* type = find_cell(m_body.head, column);
-        const bool isTitled = type != nullptr && alarm_class(type->number) == kTitledClass;
-        return isTitled ? "; class 9 by " + from_cell(m_body.head, "AlmBrief") : "";
+        const bool is_titled = type != nullptr && alarm_class(type->number) == kTitledClass;
+        return is_titled ? "; class 9 by " + from_cell(m_body.head, "AlmBrief") : "";
     }
 
     std::string OfAlarmState(const std::string& column) const
@@ -139,8 +139,8 @@ private:
         const auto own = std::find_if(m_body.parts.begin(), m_body.parts.end(),
                                       [](const PreviewPart& part)
                                       { return part.origin == PartOrigin::kNumber; });
-        const bool isKnown = own != m_body.parts.end() && !own->cells.empty();
-        return OfState(isKnown ? &own->cells.front() : nullptr, "of the output");
+        const bool is_known = own != m_body.parts.end() && !own->cells.empty();
+        return OfState(is_known ? &own->cells.front() : nullptr, "of the output");
     }
 
     const PreviewBody& m_body;
@@ -153,9 +153,9 @@ private:
 // A text of a value, or the one that stands in for it.
 std::string label(const SimpleIni& ini, const std::string& key, int kind, const std::string& suffix)
 {
-    const bool hasFallback =
+    const bool has_fallback =
         kind == kFirstFieldKind && ini.GetLine(kFieldSection, key + suffix) == 0;
-    const std::string name = key + (hasFallback ? kFallbackSuffix : suffix);
+    const std::string name = key + (has_fallback ? kFallbackSuffix : suffix);
     return ini.GetLine(kFieldSection, name) > 0 ? ", " + setting(ini, {kFieldSection, name})
                                                 : ", no text " + name;
 }
@@ -196,7 +196,7 @@ std::string detail_source(const SimpleIni& ini, const PreviewBody& body, const P
         cells.insert(cell.column + "=" + (cell.value.empty() ? "" : shown_value(cell.value)));
     }
     std::string source = part.table;
-    if (part.leftOut)
+    if (part.left_out)
     {
         source += ", row " + std::to_string(row) + " of SID " + std::to_string(body.sid);
     }
@@ -207,7 +207,7 @@ std::string detail_source(const SimpleIni& ini, const PreviewBody& body, const P
     }
     source += (cells.empty() ? " mode " : ", mode ") + std::to_string(part.number) +
               line_of(ini, setting_place(SettingId::kDetailMode, part.table));
-    return part.leftOut == LeftOut::kEmpty ? source + ", no " + part.cells.front().column : source;
+    return part.left_out == LeftOut::kEmpty ? source + ", no " + part.cells.front().column : source;
 }
 
 // --- All -----------------------------------------------------------------------------------------
@@ -215,11 +215,11 @@ std::string detail_source(const SimpleIni& ini, const PreviewBody& body, const P
 // Why it was left out, where the source does not say so already.
 std::string reason(const PreviewPart& part)
 {
-    if (part.leftOut == LeftOut::kNoRoom)
+    if (part.left_out == LeftOut::kNoRoom)
     {
         return ", no room left in the body";
     }
-    return part.leftOut == LeftOut::kUnknownMode ? ", which is none" : "";
+    return part.left_out == LeftOut::kUnknownMode ? ", which is none" : "";
 }
 
 class CExplainer
@@ -238,7 +238,7 @@ public:
         case PartOrigin::kHead:
             return Head(part.number);
         case PartOrigin::kRendered:
-            return cell == nullptr || part.leftOut == LeftOut::kNoColumn
+            return cell == nullptr || part.left_out == LeftOut::kNoColumn
                        ? NoColumn(part)
                        : column_source(m_ini, part.type, *cell);
         case PartOrigin::kText:

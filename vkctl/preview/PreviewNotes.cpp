@@ -9,8 +9,8 @@ namespace vkctl
 
 void note_missing_urls(const CAppPost& poster, const PreviewSelection& selection)
 {
-    const bool onlyAlarms = selection.kinds == std::set{BodyKind::kAlarm};
-    if (!onlyAlarms && poster.m_strUrl.empty() && poster.m_vUrls.size() < 2)
+    const bool only_alarms = selection.kinds == std::set{BodyKind::kAlarm};
+    if (!only_alarms && poster.m_strUrl.empty() && poster.m_vUrls.size() < 2)
     {
         std::cerr << "vkctl: vkApp.ini sets no Url: the daemon would post none of these\n";
     }

@@ -27,8 +27,8 @@ public:
 private:
     int m_firstCut = 0; // SIDs
     int m_firstReplaced = 0;
-    std::size_t m_cuts = 0;
-    std::size_t m_replaced = 0;
+    size_t m_cuts = 0;
+    size_t m_replaced = 0;
 };
 
 } // namespace vkctl

@@ -38,9 +38,9 @@ void log(const char* format, va_list args)
 
 int CAppPost::DoPost(const char* msg, const char* url)
 {
-    const bool hasUrl = url != nullptr && *url != '\0';
+    const bool has_url = url != nullptr && *url != '\0';
     CPreviewRecorder::Get().Post(msg != nullptr ? msg : m_szPostBuf,
-                                 hasUrl ? std::vector<std::string>{url} : configured_urls(*this));
+                                 has_url ? std::vector<std::string>{url} : configured_urls(*this));
     return 1;
 }
 

@@ -54,7 +54,7 @@ std::vector<PreviewCell> head_cells(const CHead& head)
 }
 
 // Of a row that its decisive column leaves out the daemon has read nothing else.
-std::vector<PreviewCell> detail_cells(const PartSource& source, std::optional<LeftOut> leftOut)
+std::vector<PreviewCell> detail_cells(const PartSource& source, std::optional<LeftOut> left_out)
 {
     std::vector<PreviewCell> cells;
     const DetailMode* mode = find_detail_mode(source.number);
@@ -62,7 +62,7 @@ std::vector<PreviewCell> detail_cells(const PartSource& source, std::optional<Le
     {
         return cells;
     }
-    const std::vector<std::string> columns = leftOut == LeftOut::kEmpty
+    const std::vector<std::string> columns = left_out == LeftOut::kEmpty
                                                  ? std::vector<std::string>{mode->decisive}
                                                  : detail_columns(*mode);
     for (const std::string& column : columns)
@@ -72,11 +72,11 @@ std::vector<PreviewCell> detail_cells(const PartSource& source, std::optional<Le
     return cells;
 }
 
-std::vector<PreviewCell> part_cells(const PartSource& source, std::optional<LeftOut> leftOut)
+std::vector<PreviewCell> part_cells(const PartSource& source, std::optional<LeftOut> left_out)
 {
     if (source.origin == PartOrigin::kDetailRow)
     {
-        return detail_cells(source, leftOut);
+        return detail_cells(source, left_out);
     }
     std::vector<PreviewCell> cells;
     if (source.origin == PartOrigin::kRendered)
@@ -90,16 +90,16 @@ std::vector<PreviewCell> part_cells(const PartSource& source, std::optional<Left
     return cells;
 }
 
-PreviewPart part_of(BodyPart part, const PartSource& source, std::optional<LeftOut> leftOut)
+PreviewPart part_of(BodyPart part, const PartSource& source, std::optional<LeftOut> left_out)
 {
     return {part,
             source.origin,
             source.number,
             source.type,
             table_of(source.rows),
-            part_cells(source, leftOut),
+            part_cells(source, left_out),
             "",
-            leftOut};
+            left_out};
 }
 
 } // namespace
@@ -110,10 +110,10 @@ CPreviewRecorder& CPreviewRecorder::Get()
     return recorder;
 }
 
-void CPreviewRecorder::Begin(CPreview::OnBody onBody, CPreview::OnLog onLog)
+void CPreviewRecorder::Begin(CPreview::OnBody on_body, CPreview::OnLog on_log)
 {
-    m_onBody = std::move(onBody);
-    m_onLog = std::move(onLog);
+    m_onBody = std::move(on_body);
+    m_onLog = std::move(on_log);
     m_failures.clear();
 }
 
@@ -135,9 +135,9 @@ void CPreviewRecorder::BodyBegun(const CHead& head)
     {
         return;
     }
-    const bool isNextOutput = head.kind == BodyKind::kOutput && !m_composed.empty() &&
-                              m_composed.back().kind == BodyKind::kOutput;
-    if (!isNextOutput)
+    const bool is_next_output = head.kind == BodyKind::kOutput && !m_composed.empty() &&
+                                m_composed.back().kind == BodyKind::kOutput;
+    if (!is_next_output)
     {
         m_composed.clear();
     }
@@ -168,14 +168,14 @@ void CPreviewRecorder::PartLeftOut(BodyPart part, const PartSource& source, Left
     }
 }
 
-void CPreviewRecorder::DetailsBegun(bool isAgain)
+void CPreviewRecorder::DetailsBegun(bool is_again)
 {
     PreviewBody* body = Composed();
     if (body == nullptr)
     {
         return;
     }
-    if (!isAgain)
+    if (!is_again)
     {
         m_detailParts = body->parts.size();
         return;

@@ -22,14 +22,14 @@ class CPreviewRecorder
 public:
     static CPreviewRecorder& Get();
 
-    void Begin(CPreview::OnBody onBody, CPreview::OnLog onLog);
+    void Begin(CPreview::OnBody on_body, CPreview::OnLog on_log);
     void End();
 
     // Called by the poster's replaced functions.
     void BodyBegun(const CHead& head);
     void Part(BodyPart part, std::string text, const PartSource& source);
     void PartLeftOut(BodyPart part, const PartSource& source, LeftOut why);
-    void DetailsBegun(bool isAgain);
+    void DetailsBegun(bool is_again);
     void Post(const char* text, std::vector<std::string> urls);
     void Log(const std::string& message);
 

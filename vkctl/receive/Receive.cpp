@@ -76,11 +76,11 @@ int run_receive(const ReceiveOptions& options, CStop& stop, std::ostream& out, s
 {
     to_utf8("", options.print.encoding); // an unknown encoding is refused before anything arrives
     CReceivePrinter printer(out, options.print);
-    std::atomic<std::size_t> arrived{0};
+    std::atomic<size_t> arrived{0};
     CReceiveServer server(options.server,
                           [&](const ReceivedBody& body)
                           {
-                              const std::size_t number = ++arrived;
+                              const size_t number = ++arrived;
                               if (options.count > 0 && number > options.count)
                               {
                                   return; // came in while the last one was being shown
@@ -93,7 +93,7 @@ int run_receive(const ReceiveOptions& options, CStop& stop, std::ostream& out, s
     std::unique_ptr<CAuthorityFile> authority;
     if (options.server.tls)
     {
-        authority = std::make_unique<CAuthorityFile>(options.caOut, server.AuthorityPem());
+        authority = std::make_unique<CAuthorityFile>(options.ca_out, server.AuthorityPem());
         notes << "CA certificate: " << authority->Path() << "\n";
     }
     server.Start();

@@ -16,8 +16,8 @@ struct ReceiveOptions
 {
     ServerOptions server;
     PrintOptions print;
-    std::string caOut;                   // where the authority's certificate goes; empty: chosen
-    std::size_t count = 0;               // ends after so many bodies; 0: does not
+    std::string ca_out;                  // where the authority's certificate goes; empty: chosen
+    size_t count = 0;                    // ends after so many bodies; 0: does not
     std::chrono::milliseconds limit{-1}; // ends after this time; below 0: does not
 };
 

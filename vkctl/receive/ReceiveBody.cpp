@@ -33,7 +33,7 @@ bool is_zero(const std::vector<Field>& pairs, const char* name)
 // hardly as its first.
 bool is_camera(const std::vector<Field>& pairs)
 {
-    for (std::size_t i = 0; i + 1 < pairs.size(); ++i)
+    for (size_t i = 0; i + 1 < pairs.size(); ++i)
     {
         if (pairs[i].first == "state")
         {
@@ -66,12 +66,12 @@ const char* kind_name(BodyKind kind)
 std::vector<Field> parse_body(const std::string& body)
 {
     std::vector<Field> pairs;
-    std::size_t begin = 0;
+    size_t begin = 0;
     while (begin < body.size())
     {
-        const std::size_t end = std::min(body.find('&', begin), body.size());
+        const size_t end = std::min(body.find('&', begin), body.size());
         const std::string piece = body.substr(begin, end - begin);
-        const std::size_t equals = piece.find('=');
+        const size_t equals = piece.find('=');
         if (equals != std::string::npos)
         {
             pairs.emplace_back(piece.substr(0, equals), piece.substr(equals + 1));
@@ -145,21 +145,21 @@ std::string to_utf8(const std::string& bytes, const std::string& encoding)
 
     std::string input = bytes; // iconv asks for a pointer to bytes that it could change
     char* in = input.data();
-    std::size_t inLeft = input.size();
+    size_t in_left = input.size();
     std::string text;
-    while (inLeft > 0)
+    while (in_left > 0)
     {
         char block[4096];
         char* out = block;
-        std::size_t outLeft = sizeof block;
-        const std::size_t done = iconv(opened, &in, &inLeft, &out, &outLeft);
-        const int error = done == static_cast<std::size_t>(-1) ? errno : 0;
-        text.append(block, static_cast<std::size_t>(out - block));
+        size_t out_left = sizeof block;
+        const size_t done = iconv(opened, &in, &in_left, &out, &out_left);
+        const int error = done == static_cast<size_t>(-1) ? errno : 0;
+        text.append(block, static_cast<size_t>(out - block));
         if (error == EILSEQ || error == EINVAL)
         {
             text += "\xEF\xBF\xBD";
             ++in;
-            --inLeft;
+            --in_left;
         }
     }
     return text;

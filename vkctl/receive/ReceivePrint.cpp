@@ -63,9 +63,9 @@ bool is_in_heading(const std::string& name)
 std::string heading(const ReceivedBody& body, const std::vector<Field>& pairs, BodyKind kind,
                     bool color)
 {
-    const std::size_t dateLength = 11; // a terminal shows what arrives now: the date is known
+    const size_t date_length = 11; // a terminal shows what arrives now: the date is known
     const std::string name = kind_name(kind);
-    std::string text = body.time.size() > dateLength ? body.time.substr(dateLength) : body.time;
+    std::string text = body.time.size() > date_length ? body.time.substr(date_length) : body.time;
     text += " " + (color ? kind_color(kind) + name + "\033[0m" : name);
     text += std::string(name.size() < 8 ? 8 - name.size() : 1, ' ');
     const char* separator = "";
@@ -80,7 +80,7 @@ std::string heading(const ReceivedBody& body, const std::vector<Field>& pairs, B
     return text + "\n";
 }
 
-std::string padded(const std::string& text, std::size_t width, bool left)
+std::string padded(const std::string& text, size_t width, bool left)
 {
     const std::string blanks(text.size() < width ? width - text.size() : 0, ' ');
     return left ? text + blanks : blanks + text;
@@ -88,14 +88,14 @@ std::string padded(const std::string& text, std::size_t width, bool left)
 
 } // namespace
 
-std::size_t display_width(const std::string& text)
+size_t display_width(const std::string& text)
 {
-    std::size_t width = 0;
+    size_t width = 0;
     for (const char c : text)
     {
         const auto byte = static_cast<unsigned char>(c);
-        const bool isContinuation = (byte & 0xC0) == 0x80;
-        width += isContinuation ? 0 : (byte >= 0xE3 ? 2 : 1);
+        const bool is_continuation = (byte & 0xC0) == 0x80;
+        width += is_continuation ? 0 : (byte >= 0xE3 ? 2 : 1);
     }
     return width;
 }
@@ -115,7 +115,7 @@ std::string text_block(const ReceivedBody& body, const std::vector<Field>& pairs
 {
     std::string block = heading(body, pairs, kind, options.color);
     std::string line;
-    std::size_t used = 0;
+    size_t used = 0;
     for (const Field& pair : pairs)
     {
         if (is_in_heading(pair.first))
@@ -123,7 +123,7 @@ std::string text_block(const ReceivedBody& body, const std::vector<Field>& pairs
             continue;
         }
         const std::string text = pair_text(pair);
-        const std::size_t width = display_width(text);
+        const size_t width = display_width(text);
         if (used > 0 && used + 2 + width > options.width)
         {
             block += line + "\n";
@@ -162,15 +162,15 @@ std::string json_line(const ReceivedBody& body, const std::vector<Field>& pairs,
     return object.dump(-1, ' ', false, Handler::replace);
 }
 
-void CTally::Add(BodyKind kind, std::size_t bytes)
+void CTally::Add(BodyKind kind, size_t bytes)
 {
     ++m_aCounts[Index(kind)].bodies;
     m_aCounts[Index(kind)].bytes += bytes;
 }
 
-std::size_t CTally::Total() const
+size_t CTally::Total() const
 {
-    std::size_t total = 0;
+    size_t total = 0;
     for (const Count& count : m_aCounts)
     {
         total += count.bodies;
@@ -180,14 +180,14 @@ std::size_t CTally::Total() const
 
 std::string CTally::Table() const
 {
-    constexpr std::size_t kWidth = 10;
+    constexpr size_t kWidth = 10;
     const auto row = [](const std::string& a, const std::string& b, const std::string& c)
     {
         return padded(a, kWidth, true) + padded(b, kWidth, false) + padded(c, kWidth + 2, false) +
                "\n";
     };
     std::string table = row("kind", "bodies", "bytes");
-    std::size_t bytes = 0;
+    size_t bytes = 0;
     for (const BodyKind kind : kBodyKinds)
     {
         const Count& count = m_aCounts[Index(kind)];

@@ -33,8 +33,8 @@ enum class PrintStyle
 struct PrintOptions
 {
     PrintStyle style = PrintStyle::kText;
-    bool color = false;    // only with a terminal
-    std::size_t width = 0; // of the terminal in columns; 0: one line for each body
+    bool color = false; // only with a terminal
+    size_t width = 0;   // of the terminal in columns; 0: one line for each body
     std::string encoding = "UTF-8";
 };
 
@@ -50,23 +50,23 @@ std::string text_block(const ReceivedBody& body, const std::vector<Field>& pairs
 std::string json_line(const ReceivedBody& body, const std::vector<Field>& pairs, BodyKind kind);
 
 // Columns that a text takes on a terminal; Chinese characters take two.
-std::size_t display_width(const std::string& text);
+size_t display_width(const std::string& text);
 
 class CTally
 {
 public:
-    void Add(BodyKind kind, std::size_t bytes);
-    std::size_t Bodies(BodyKind kind) const { return m_aCounts[Index(kind)].bodies; }
-    std::size_t Total() const;
+    void Add(BodyKind kind, size_t bytes);
+    size_t Bodies(BodyKind kind) const { return m_aCounts[Index(kind)].bodies; }
+    size_t Total() const;
     std::string Table() const; // kinds, counts and bytes, lines ended
 
 private:
     struct Count
     {
-        std::size_t bodies = 0;
-        std::size_t bytes = 0;
+        size_t bodies = 0;
+        size_t bytes = 0;
     };
-    static std::size_t Index(BodyKind kind) { return static_cast<std::size_t>(kind); }
+    static size_t Index(BodyKind kind) { return static_cast<size_t>(kind); }
 
     std::array<Count, kBodyKinds.size()> m_aCounts;
 };

@@ -48,7 +48,7 @@ private:
     struct Entry
     {
         std::thread thread;
-        std::atomic<bool> isDone{false};
+        std::atomic<bool> is_done{false};
 
         void Run(std::function<void()> work)
         {
@@ -56,16 +56,16 @@ private:
                 [this, work = std::move(work)]
                 {
                     work();
-                    isDone = true;
+                    is_done = true;
                 });
         }
         bool JoinIfDone()
         {
-            if (isDone)
+            if (is_done)
             {
                 thread.join();
             }
-            return isDone;
+            return is_done;
         }
     };
 
@@ -175,9 +175,9 @@ void CReceiveServer::MakeServer()
 void CReceiveServer::Bind()
 {
     errno = 0;
-    const bool isAny = m_options.port == 0;
-    m_iPort = isAny ? m_pServer->bind_to_any_port(m_options.bind) : m_options.port;
-    if (isAny ? m_iPort > 0 : m_pServer->bind_to_port(m_options.bind, m_options.port))
+    const bool is_any = m_options.port == 0;
+    m_iPort = is_any ? m_pServer->bind_to_any_port(m_options.bind) : m_options.port;
+    if (is_any ? m_iPort > 0 : m_pServer->bind_to_port(m_options.bind, m_options.port))
     {
         // The library lets five connections wait; more at once would be delayed by seconds.
         listen(m_iListenFd, SOMAXCONN);
@@ -220,8 +220,8 @@ void CReceiveServer::Stop()
 
 std::string CReceiveServer::Url() const
 {
-    const bool isIpv6 = m_options.bind.find(':') != std::string::npos;
-    const std::string host = isIpv6 ? "[" + m_options.bind + "]" : m_options.bind;
+    const bool is_ipv6 = m_options.bind.find(':') != std::string::npos;
+    const std::string host = is_ipv6 ? "[" + m_options.bind + "]" : m_options.bind;
     return (m_options.tls ? "https://" : "http://") + host + ":" + std::to_string(m_iPort) + "/";
 }
 
@@ -235,13 +235,13 @@ void CReceiveServer::OnPost(const httplib::Request& request, httplib::Response& 
 {
     ReceivedBody body;
     body.path = request.target;
-    const bool isWhole = content(
-        [&](const char* data, std::size_t length)
+    const bool is_whole = content(
+        [&](const char* data, size_t length)
         {
             body.bytes.append(data, length);
             return true;
         });
-    if (!isWhole)
+    if (!is_whole)
     {
         return; // the sender left in the middle: there is nobody to answer and nothing to count
     }

@@ -169,9 +169,9 @@ void create_room(const RoomOptions& options)
 
 int run_room(const RoomOptions& options, CStop& stop, std::ostream& out)
 {
-    const bool onlyMove =
-        options.live && !options.hasContent && !options.force && is_room(options.directory);
-    if (!onlyMove)
+    const bool only_move =
+        options.live && !options.has_content && !options.force && is_room(options.directory);
+    if (!only_move)
     {
         create_room(options);
         describe(options, out);

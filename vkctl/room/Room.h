@@ -17,9 +17,9 @@ struct RoomOptions
     std::string directory;
     RoomContent content;
     RoomIni ini;
-    bool force = false;      // replace a room that is there
-    bool live = false;       // keep the values moving
-    bool hasContent = false; // an option about what is created was given
+    bool force = false;       // replace a room that is there
+    bool live = false;        // keep the values moving
+    bool has_content = false; // an option about what is created was given
     std::chrono::milliseconds step{1000};
     std::chrono::milliseconds limit{-1}; // how long to stay live; below 0: until stopped
 };

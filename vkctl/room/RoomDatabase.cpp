@@ -34,7 +34,7 @@ constexpr std::array<InputKind, 7> kInputKinds = {{{"门磁", kSecurity},
 
 const InputKind& input_kind(int index)
 {
-    return kInputKinds[static_cast<std::size_t>(index) % kInputKinds.size()];
+    return kInputKinds[static_cast<size_t>(index) % kInputKinds.size()];
 }
 
 struct SmRow
@@ -46,7 +46,7 @@ struct SmRow
     std::string note;
     int tag;
     int subsys;
-    std::string serDef;
+    std::string ser_def;
 };
 
 class CSmWriter
@@ -70,7 +70,7 @@ public:
         m_stmt.Bind(7, static_cast<long long>(row.subsys));
         m_stmt.Bind(8, 0LL);
         m_stmt.Bind(9, 1LL);
-        m_stmt.Bind(10, row.serDef);
+        m_stmt.Bind(10, row.ser_def);
         m_stmt.Bind(11, m_strTime);
         m_stmt.Run();
     }
@@ -105,14 +105,14 @@ void fill_identities(CSqliteFile& file, const RoomContent& content,
     for (const Device& device : devices)
     {
         sm.Write({device.sid, device.kind->type & 0xFF00, device.kind->type, device.Name(),
-                  device.outOfService ? "备用, 未投运" : "", row_of_cabinets(device.sid),
+                  device.out_of_service ? "备用, 未投运" : "", row_of_cabinets(device.sid),
                   device.kind->subsys, ""});
     }
 }
 
 void bind_reading(CStatement& stmt, int index, const Reading& value)
 {
-    if (value.isReal)
+    if (value.is_real)
     {
         stmt.Bind(index, value.real);
     }
@@ -184,13 +184,13 @@ void fill_inputs(CSqliteFile& file, const RoomContent& content)
         file, insert_sql("tbSubSysDetail", {"SID", "SIDD", "Fld", "Type", "State", "LastUpd"}));
     for (int i = -1; i < content.inputs; ++i)
     {
-        const bool isModule = i < 0;
-        const bool isUnwired = content.inputs > 1 && i == content.inputs - 1;
-        insert.Bind(1, static_cast<long long>(isModule ? kHostSid : kFirstInputSid + i));
+        const bool is_module = i < 0;
+        const bool is_unwired = content.inputs > 1 && i == content.inputs - 1;
+        insert.Bind(1, static_cast<long long>(is_module ? kHostSid : kFirstInputSid + i));
         insert.Bind(2, static_cast<long long>(kHostSid));
-        insert.Bind(3, static_cast<long long>(isModule ? 0 : i));
-        insert.Bind(4, static_cast<long long>(isModule ? kHostType : kInputType));
-        insert.Bind(5, isUnwired ? -1LL : 0LL);
+        insert.Bind(3, static_cast<long long>(is_module ? 0 : i));
+        insert.Bind(4, static_cast<long long>(is_module ? kHostType : kInputType));
+        insert.Bind(5, is_unwired ? -1LL : 0LL);
         insert.Bind(6, content.time);
         insert.Run();
     }
@@ -227,26 +227,26 @@ std::string input_name(int index)
 std::string camera_name(int index)
 {
     constexpr std::array<const char*, 4> kPlaces = {"前门", "后门", "冷通道", "配电间"};
-    return kPlaces[static_cast<std::size_t>(index) % kPlaces.size()] + std::string("摄像机") +
+    return kPlaces[static_cast<size_t>(index) % kPlaces.size()] + std::string("摄像机") +
            std::to_string(1 + index / static_cast<int>(kPlaces.size())) + "#";
 }
 
-std::vector<std::string> detail_texts(const Device& device, int row, std::uint32_t seed, long tick)
+std::vector<std::string> detail_texts(const Device& device, int row, uint32_t seed, long tick)
 {
     const DetailTable& detail = device.kind->detail;
     std::vector<std::string> texts;
     for (const Column& column : detail.columns)
     {
         const Reading value = reading(column, seed, device.sid, row, tick);
-        texts.push_back(value.isReal ? decimal_text(value.real, column.decimals)
-                                     : std::to_string(value.whole));
+        texts.push_back(value.is_real ? decimal_text(value.real, column.decimals)
+                                      : std::to_string(value.whole));
     }
-    const bool isEmpty = row == detail.emptyRow;
+    const bool is_empty = row == detail.empty_row;
     if (detail.mode == 200)
     {
-        texts.emplace_back(isEmpty ? "" : detail.units[static_cast<std::size_t>(row - 1)]);
+        texts.emplace_back(is_empty ? "" : detail.units[static_cast<size_t>(row - 1)]);
     }
-    else if (isEmpty)
+    else if (is_empty)
     {
         texts.back().clear();
     }

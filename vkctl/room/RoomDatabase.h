@@ -29,7 +29,7 @@ struct RoomContent
     int devices = 20;
     int inputs = 10;
     int cameras = 4;
-    std::uint32_t seed = 12;                  // chosen so that a new room shows a few alarms
+    uint32_t seed = 12;                       // chosen so that a new room shows a few alarms
     std::string time = "2024-05-01 08:00:00"; // DateUpd and LastUpd of every row
     bool wal = false;                         // write-ahead log instead of rollback journal
 };
@@ -47,7 +47,7 @@ void fill_alarm_database(CSqliteFile& file, const RoomContent& content);
 
 // What the detail row `row` (from 1) of a device shows at a tick, in the order of the detail
 // table's columns behind SID and key column. Modes 200 to 202 hold texts.
-std::vector<std::string> detail_texts(const Device& device, int row, std::uint32_t seed, long tick);
+std::vector<std::string> detail_texts(const Device& device, int row, uint32_t seed, long tick);
 
 // Names of digital inputs and cameras; `index` counts from 0.
 std::string input_name(int index);

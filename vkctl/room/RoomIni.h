@@ -9,11 +9,11 @@ namespace vkctl
 
 struct RoomIni
 {
-    std::vector<std::string> urls;      // empty: as in the example
-    std::vector<std::string> alarmUrls; // empty: as in the example
-    int delayMs = 5000;
-    int timeoutS = 15;
-    int reTbls = 0;
+    std::vector<std::string> urls;       // empty: as in the example
+    std::vector<std::string> alarm_urls; // empty: as in the example
+    int delay_ms = 5000;
+    int timeout_s = 15;
+    int re_tbls = 0;
     std::string encoding = "UTF-8";
     std::string ca;
     std::string dept = "ROOM-01";

@@ -42,12 +42,12 @@ std::vector<int> read_inputs(CSqliteFile& file)
 
 std::string number_text(const Reading& value, int decimals)
 {
-    return value.isReal ? decimal_text(value.real, decimals) : std::to_string(value.whole);
+    return value.is_real ? decimal_text(value.real, decimals) : std::to_string(value.whole);
 }
 
 } // namespace
 
-CRoomLive::CRoomLive(const std::string& directory, std::uint32_t seed)
+CRoomLive::CRoomLive(const std::string& directory, uint32_t seed)
     : m_file(directory + "/" + kDataDatabase, CSqliteFile::Mode::kUpdate), m_uSeed(seed),
       m_vDevices(read_devices(m_file)), m_vInputs(read_inputs(m_file))
 {
@@ -58,8 +58,8 @@ CRoomLive::CRoomLive(const std::string& directory, std::uint32_t seed)
 int CRoomLive::Step(const std::string& time)
 {
     ++m_lTick;
-    const std::size_t count = std::min<std::size_t>(m_vDevices.size(), kDevicesPerStep);
-    for (std::size_t i = 0; i < count; ++i)
+    const size_t count = std::min<size_t>(m_vDevices.size(), kDevicesPerStep);
+    for (size_t i = 0; i < count; ++i)
     {
         MoveDevice(m_vDevices[m_uNext], time);
         m_uNext = (m_uNext + 1) % m_vDevices.size();
@@ -71,7 +71,7 @@ int CRoomLive::Step(const std::string& time)
 
 void CRoomLive::MoveDevice(const Device& device, const std::string& time)
 {
-    if (device.outOfService)
+    if (device.out_of_service)
     {
         return; // nobody polls it
     }
@@ -98,7 +98,7 @@ void CRoomLive::MoveDetails(const Device& device)
     const DetailTable& detail = device.kind->detail;
     const std::vector<std::string> names = detail_columns(detail);
     std::string sql = std::string("update ") + detail.name + " set ";
-    for (std::size_t i = 2; i < names.size(); ++i)
+    for (size_t i = 2; i < names.size(); ++i)
     {
         sql += (i > 2 ? "," : "") + names[i] + "=?";
     }
@@ -125,12 +125,12 @@ void CRoomLive::MovePoints(const std::string& time)
     }
     const long turn = m_lTick / kInputPeriod;
     CTransaction transaction(m_file);
-    for (std::size_t i = 0; i < m_vInputs.size(); ++i)
+    for (size_t i = 0; i < m_vInputs.size(); ++i)
     {
-        const bool isOn = static_cast<std::size_t>(turn) % (2 * m_vInputs.size()) == 2 * i + 1;
-        m_file.Exec("update tbSubSysDetail set State=" + std::to_string(isOn ? 1 : 0) +
+        const bool is_on = static_cast<size_t>(turn) % (2 * m_vInputs.size()) == 2 * i + 1;
+        m_file.Exec("update tbSubSysDetail set State=" + std::to_string(is_on ? 1 : 0) +
                     ",LastUpd='" + time + "' where SID=" + std::to_string(m_vInputs[i]) +
-                    " and State<>" + std::to_string(isOn ? 1 : 0));
+                    " and State<>" + std::to_string(is_on ? 1 : 0));
     }
     const long output = turn % 3;
     m_file.Exec("update tbDio set D09=" + std::to_string(output == 0) +

@@ -21,12 +21,12 @@ constexpr int kDevicesPerStep = 200;
 class CRoomLive
 {
 public:
-    CRoomLive(const std::string& directory, std::uint32_t seed);
+    CRoomLive(const std::string& directory, uint32_t seed);
 
     // Writes the next tick with `time` as its DateUpd; the number of devices visited.
     int Step(const std::string& time);
 
-    std::size_t Devices() const { return m_vDevices.size(); }
+    size_t Devices() const { return m_vDevices.size(); }
 
 private:
     void MoveDevice(const Device& device, const std::string& time);
@@ -35,10 +35,10 @@ private:
     void MoveGeneral(const std::string& time);
 
     CSqliteFile m_file;
-    std::uint32_t m_uSeed;
+    uint32_t m_uSeed;
     std::vector<Device> m_vDevices;
     std::vector<int> m_vInputs; // SIDs of wired inputs
-    std::size_t m_uNext = 0;    // the device that is polled next
+    size_t m_uNext = 0;         // the device that is polled next
     long m_lTick = 0;
 };
 

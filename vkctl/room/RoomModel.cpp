@@ -12,9 +12,9 @@ namespace
 constexpr int kSpareIndex = 16; // place of the device that is out of service
 
 // Scatters its arguments over 32 bits; the same on every machine.
-std::uint32_t scatter(std::uint32_t a, std::uint32_t b, std::uint32_t c)
+uint32_t scatter(uint32_t a, uint32_t b, uint32_t c)
 {
-    std::uint32_t h = a * 0x9E3779B1U ^ (b + 0x7F4A7C15U) * 0x85EBCA6BU ^ c * 0xC2B2AE35U;
+    uint32_t h = a * 0x9E3779B1U ^ (b + 0x7F4A7C15U) * 0x85EBCA6BU ^ c * 0xC2B2AE35U;
     h ^= h >> 15;
     h *= 0x2C1B3C6DU;
     h ^= h >> 12;
@@ -22,9 +22,9 @@ std::uint32_t scatter(std::uint32_t a, std::uint32_t b, std::uint32_t c)
     return h ^ (h >> 15);
 }
 
-std::uint32_t name_number(const char* name)
+uint32_t name_number(const char* name)
 {
-    std::uint32_t h = 2166136261U;
+    uint32_t h = 2166136261U;
     for (; *name; ++name)
     {
         h = (h ^ static_cast<unsigned char>(*name)) * 16777619U;
@@ -33,13 +33,13 @@ std::uint32_t name_number(const char* name)
 }
 
 // From -1 to 1: a slow rise and fall, different for each key, with a little noise on it.
-double sway(std::uint32_t key, long tick)
+double sway(uint32_t key, long tick)
 {
-    const std::uint32_t period = 40 + key % 80;
-    const std::uint32_t at = (static_cast<std::uint32_t>(tick) + key / 7) % period;
+    const uint32_t period = 40 + key % 80;
+    const uint32_t at = (static_cast<uint32_t>(tick) + key / 7) % period;
     const double part = static_cast<double>(at) / period;
     const double triangle = part < 0.5 ? 4 * part - 1 : 3 - 4 * part;
-    const auto noise = scatter(key, static_cast<std::uint32_t>(tick), 1) % 2001;
+    const auto noise = scatter(key, static_cast<uint32_t>(tick), 1) % 2001;
     return 0.8 * triangle + 0.2 * (static_cast<double>(noise) / 1000.0 - 1.0);
 }
 
@@ -55,14 +55,14 @@ double round_to(double value, int decimals)
 }
 
 // One device in eight shows an alarm at a time; it lasts half a minute of ticks.
-long long alarm_bits(std::uint32_t key, long tick, int width)
+long long alarm_bits(uint32_t key, long tick, int width)
 {
-    const std::uint32_t dice = scatter(key, (static_cast<std::uint32_t>(tick) + key % 30) / 30, 2);
+    const uint32_t dice = scatter(key, (static_cast<uint32_t>(tick) + key % 30) / 30, 2);
     if (dice % 8 != 0)
     {
         return 0;
     }
-    return 1LL << ((dice >> 8) % static_cast<std::uint32_t>(width));
+    return 1LL << ((dice >> 8) % static_cast<uint32_t>(width));
 }
 
 Reading whole_reading(long long value)
@@ -244,30 +244,30 @@ const std::vector<DeviceKind>& device_kinds()
 
 std::string Device::Name() const
 {
-    return std::string(kind->namePrefix) + std::to_string(ordinal) + "#";
+    return std::string(kind->name_prefix) + std::to_string(ordinal) + "#";
 }
 
 std::vector<Device> room_devices(int count)
 {
     // Indexes of device_kinds(): every kind within the first eight, then as rooms are.
-    constexpr std::array<std::size_t, 20> kOrder = {0, 1, 2, 3, 4, 5, 6, 7, 3, 1,
-                                                    0, 1, 3, 4, 2, 3, 1, 7, 3, 4};
+    constexpr std::array<size_t, 20> kOrder = {0, 1, 2, 3, 4, 5, 6, 7, 3, 1,
+                                               0, 1, 3, 4, 2, 3, 1, 7, 3, 4};
     const auto& kinds = device_kinds();
     std::vector<int> counts(kinds.size(), 0);
     std::vector<Device> devices;
-    devices.reserve(static_cast<std::size_t>(count));
+    devices.reserve(static_cast<size_t>(count));
     for (int i = 0; i < count; ++i)
     {
-        const std::size_t k = kOrder[static_cast<std::size_t>(i) % kOrder.size()];
+        const size_t k = kOrder[static_cast<size_t>(i) % kOrder.size()];
         devices.push_back({kFirstDeviceSid + i, &kinds[k], ++counts[k], i == kSpareIndex});
     }
     return devices;
 }
 
-Reading reading(const Column& column, std::uint32_t seed, int sid, int row, long tick)
+Reading reading(const Column& column, uint32_t seed, int sid, int row, long tick)
 {
-    const std::uint32_t item = static_cast<std::uint32_t>(sid) * 64 + static_cast<unsigned>(row);
-    const std::uint32_t key = scatter(seed, item, name_number(column.name));
+    const uint32_t item = static_cast<uint32_t>(sid) * 64 + static_cast<unsigned>(row);
+    const uint32_t key = scatter(seed, item, name_number(column.name));
     switch (column.kind)
     {
     case ColumnKind::kReal:
@@ -278,9 +278,8 @@ Reading reading(const Column& column, std::uint32_t seed, int sid, int row, long
     case ColumnKind::kMode:
     {
         // Mostly the first mode; another one for a minute of ticks now and then.
-        const std::uint32_t dice =
-            scatter(key, (static_cast<std::uint32_t>(tick) + key % 60) / 60, 3);
-        const auto modes = static_cast<std::uint32_t>(column.swing) + 1;
+        const uint32_t dice = scatter(key, (static_cast<uint32_t>(tick) + key % 60) / 60, 3);
+        const auto modes = static_cast<uint32_t>(column.swing) + 1;
         return whole_reading(static_cast<long long>(column.base) +
                              (dice % 5 == 0 ? (dice >> 8) % modes : 0));
     }
@@ -297,9 +296,9 @@ Reading reading(const Column& column, std::uint32_t seed, int sid, int row, long
     }
 }
 
-int device_state(const Device& device, std::uint32_t seed, long tick)
+int device_state(const Device& device, uint32_t seed, long tick)
 {
-    if (device.outOfService)
+    if (device.out_of_service)
     {
         return -1;
     }

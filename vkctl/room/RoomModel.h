@@ -37,11 +37,11 @@ struct DetailTable
     const char* name = nullptr; // no detail table
     int mode = 0;               // as in POST.Detail
     int rows = 0;
-    const char* keyColumn = "";
+    const char* key_column = "";
     std::vector<Column> columns;
-    std::vector<const char*> keyTexts; // mode 202: the key column holds these texts, not numbers
-    std::vector<const char*> units;    // mode 200: text of ValStr by row
-    int emptyRow = 0;                  // this row (from 1) has an empty value; 0: none
+    std::vector<const char*> key_texts; // mode 202: the key column holds these texts, not numbers
+    std::vector<const char*> units;     // mode 200: text of ValStr by row
+    int empty_row = 0;                  // this row (from 1) has an empty value; 0: none
 };
 
 struct DeviceKind
@@ -49,7 +49,7 @@ struct DeviceKind
     const char* table;
     int type;
     int subsys;
-    const char* namePrefix; // the name is prefix, running number, "#"
+    const char* name_prefix; // the name is prefix, running number, "#"
     std::vector<Column> columns;
     DetailTable detail;
 };
@@ -62,7 +62,7 @@ struct Device
     int sid;
     const DeviceKind* kind;
     int ordinal;
-    bool outOfService; // State -1: known to the host, not posted
+    bool out_of_service; // State -1: known to the host, not posted
 
     std::string Name() const;
 };
@@ -76,15 +76,15 @@ std::vector<Device> room_devices(int count);
 // A number as SQLite is to hold it.
 struct Reading
 {
-    bool isReal;
+    bool is_real;
     double real;
     long long whole;
 };
 
-Reading reading(const Column& column, std::uint32_t seed, int sid, int row, long tick);
+Reading reading(const Column& column, uint32_t seed, int sid, int row, long tick);
 
 // A device's State: 1 while its alarm bits are set, else 0; -1 when out of service.
-int device_state(const Device& device, std::uint32_t seed, long tick);
+int device_state(const Device& device, uint32_t seed, long tick);
 
 // A number with `decimals` digits behind the point, as a detail row's text holds it.
 std::string decimal_text(double value, int decimals);

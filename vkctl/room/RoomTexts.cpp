@@ -9,7 +9,7 @@ std::string schema_of(const std::string& database)
 {
     const std::string mark = "-- database: ";
     const std::string& schema = schema_text();
-    const std::size_t begin = schema.find(mark + database + "\n");
+    const size_t begin = schema.find(mark + database + "\n");
     if (begin == std::string::npos)
     {
         return "";
@@ -67,7 +67,7 @@ std::vector<std::string> alarm_rows()
 
 std::vector<std::string> detail_columns(const DetailTable& detail)
 {
-    std::vector<std::string> names = {"SID", detail.keyColumn};
+    std::vector<std::string> names = {"SID", detail.key_column};
     for (const Column& column : detail.columns)
     {
         names.emplace_back(column.name);
@@ -81,8 +81,8 @@ std::vector<std::string> detail_columns(const DetailTable& detail)
 
 std::string detail_key(const DetailTable& detail, int row)
 {
-    return detail.keyTexts.empty() ? std::to_string(row)
-                                   : detail.keyTexts[static_cast<std::size_t>(row - 1)];
+    return detail.key_texts.empty() ? std::to_string(row)
+                                    : detail.key_texts[static_cast<size_t>(row - 1)];
 }
 
 } // namespace vkctl

@@ -7,7 +7,7 @@
 
 struct CommandResult
 {
-    int exitStatus = -1; // 128 + n when signal n ended it
+    int exit_status = -1; // 128 + n when signal n ended it
     std::string out;
     std::string err;
 };

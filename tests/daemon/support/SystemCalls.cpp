@@ -187,7 +187,7 @@ TracedRun run_traced(const std::vector<std::string>& arguments)
 
     const std::string text = read_file(record);
     std::filesystem::remove(record);
-    TracedRun run{result.exitStatus, result.out, result.err, 0, find_acts(text)};
+    TracedRun run{result.exit_status, result.out, result.err, 0, find_acts(text)};
     std::istringstream lines(text);
     for (std::string line; std::getline(lines, line);)
     {

@@ -32,7 +32,7 @@ std::set<std::string> written_files(const std::string& record);
 // Runs the program under strace, with the processes that it starts.
 struct TracedRun
 {
-    int exitStatus = -1;
+    int exit_status = -1;
     std::string out;
     std::string err;
     size_t calls = 0; // on record

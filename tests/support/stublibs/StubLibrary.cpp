@@ -28,7 +28,7 @@ public:
         const std::string shown = path != nullptr ? path : "NULL";
         stub_called((m_name + " Open(" + shown + "," + std::to_string(mode) + ")").c_str());
         throw_if(StubThrows::kOpen);
-        return stub_script.dataOpen;
+        return stub_script.data_open;
     }
     int Close() override
     {
@@ -57,10 +57,10 @@ public:
     DbDatabase* OpenDb(const char* path, int flags) override
     {
         stub_called(("OpenDb(" + std::string(path) + "," + std::to_string(flags) + ")").c_str());
-        const bool isData = std::strcmp(path, "tmp/dbDat0.db3") == 0;
-        throw_if(isData ? StubThrows::kOpenData : StubThrows::kOpenAlarm);
-        CStubDatabase& db = isData ? m_data : m_alarm;
-        return (isData ? stub_script.dataDb : stub_script.alarmDb) ? &db : nullptr;
+        const bool is_data = std::strcmp(path, "tmp/dbDat0.db3") == 0;
+        throw_if(is_data ? StubThrows::kOpenData : StubThrows::kOpenAlarm);
+        CStubDatabase& db = is_data ? m_data : m_alarm;
+        return (is_data ? stub_script.data_db : stub_script.alarm_db) ? &db : nullptr;
     }
 
 private:

@@ -16,10 +16,10 @@ enum class StubThrows
 // What the stub library answers.
 struct StubScript
 {
-    bool manager = true;  // GetDbManager gives one
-    bool dataDb = true;   // OpenDb("tmp/dbDat0.db3") gives one
-    bool alarmDb = true;  // OpenDb of any other file
-    bool dataOpen = true; // Open of the data database
+    bool manager = true;   // GetDbManager gives one
+    bool data_db = true;   // OpenDb("tmp/dbDat0.db3") gives one
+    bool alarm_db = true;  // OpenDb of any other file
+    bool data_open = true; // Open of the data database
     StubThrows throws = StubThrows::kNothing;
 };
 

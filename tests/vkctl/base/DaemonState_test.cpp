@@ -12,11 +12,11 @@ namespace
 
 constexpr char kFile[] = "/run/x.pid";
 
-DaemonSigns signs_of(long long lastReport, long long limit)
+DaemonSigns signs_of(long long last_report, long long limit)
 {
     DaemonSigns signs;
     signs.pid = 7;
-    signs.lastReport = lastReport;
+    signs.last_report = last_report;
     signs.limit = limit;
     return signs;
 }
@@ -49,7 +49,7 @@ TEST(JudgeDaemon, SilenceWithoutALimitIsNotHanging)
 TEST(JudgeDaemon, AFullQueueTellsNothing)
 {
     DaemonSigns signs = signs_of(31, 30);
-    signs.isQueueFull = true;
+    signs.is_queue_full = true;
     const DaemonVerdict verdict = judge_daemon(signs, kFile);
     EXPECT_EQ(verdict.health, DaemonHealth::kAlive);
     EXPECT_EQ(verdict.text, "the daemon, process 7, runs; whether it moves is not known, as nobody "
@@ -61,8 +61,8 @@ TEST(JudgeDaemon, AStoppedProcessHangsWhateverElseIsSeen)
     for (const char state : {'T', 't'})
     {
         DaemonSigns signs = signs_of(0, 30);
-        signs.processState = state;
-        signs.isQueueFull = true;
+        signs.process = state;
+        signs.is_queue_full = true;
         EXPECT_EQ(judge_daemon(signs, kFile).health, DaemonHealth::kHanging);
     }
 }

@@ -31,7 +31,7 @@ std::string pem_between(const char* begin, const char* end)
     PEM_write_bio_X509(bio.get(), made.get());
     char* text = nullptr;
     const long length = BIO_get_mem_data(bio.get(), &text);
-    return {text, static_cast<std::size_t>(length)};
+    return {text, static_cast<size_t>(length)};
 }
 
 // The same for one that ends so many seconds from now.

@@ -42,7 +42,7 @@ std::string terminal_output(const std::vector<std::string>& arguments, const cha
     char piece[4096];
     for (ssize_t n = 0; (n = read(terminal, piece, sizeof piece)) > 0;)
     {
-        text.append(piece, static_cast<std::size_t>(n));
+        text.append(piece, static_cast<size_t>(n));
     }
     close(terminal);
     waitpid(pid, nullptr, 0);
@@ -54,7 +54,7 @@ std::string terminal_output(const std::vector<std::string>& arguments, const cha
 TEST(CheckCommandTest, ACleanHostIsZeroAlsoStrictly)
 {
     const Outcome outcome = check_run(CCheckedHost(), {"--strict"});
-    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.exit_status, 0);
     EXPECT_EQ(outcome.out, "");
     EXPECT_EQ(outcome.err, "nothing found\n");
 }
@@ -63,22 +63,22 @@ TEST(CheckCommandTest, WarningsAreAFailureOnlyStrictly)
 {
     const CCheckedHost host({"POST/Dealy=100"});
     const Outcome outcome = check_run(host);
-    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.exit_status, 0);
     EXPECT_THAT(outcome.out, HasSubstr("did you mean Delay? [key-unread]\n"));
     EXPECT_EQ(outcome.err, "1 warning\n");
-    EXPECT_EQ(check_run(host, {"--strict"}).exitStatus, 1);
+    EXPECT_EQ(check_run(host, {"--strict"}).exit_status, 1);
 }
 
 TEST(CheckCommandTest, NotesAreNoFailure)
 {
     const CCheckedHost host({"POST.xFld/9.Run=1"});
     EXPECT_THAT(check_run(host, {"--strict"}).out, HasSubstr(": note: "));
-    EXPECT_EQ(check_run(host, {"--strict"}).exitStatus, 0);
+    EXPECT_EQ(check_run(host, {"--strict"}).exit_status, 0);
 }
 
 TEST(CheckCommandTest, ErrorsOfTheConfigurationHaveAStatusOfTheirOwn)
 {
-    EXPECT_EQ(check_run(CCheckedHost({"POST/Fmt0=%d"})).exitStatus, 78);
+    EXPECT_EQ(check_run(CCheckedHost({"POST/Fmt0=%d"})).exit_status, 78);
 }
 
 TEST(CheckCommandTest, AFileThatCannotBeReadWins)
@@ -86,14 +86,14 @@ TEST(CheckCommandTest, AFileThatCannotBeReadWins)
     for (const char* file : {"vkApp.ini", "tmp/dbDat0.db3", "tmp/dbData.db3"})
     {
         const CCheckedHost host({"POST/Fmt0=%d", std::string("remove ") + file});
-        EXPECT_EQ(check_run(host).exitStatus, 74) << file;
+        EXPECT_EQ(check_run(host).exit_status, 74) << file;
     }
 }
 
 TEST(CheckCommandTest, AnAlarmDatabaseThatNobodyReadsNeedNotBeThere)
 {
     const CCheckedHost host({"POST/AlmUrl=", "remove tmp/dbData.db3"});
-    EXPECT_EQ(check_run(host, {"--strict"}).exitStatus, 0);
+    EXPECT_EQ(check_run(host, {"--strict"}).exit_status, 0);
 }
 
 TEST(CheckCommandTest, WhatTheOtherFilesTellIsToldAllTheSame)
@@ -107,7 +107,7 @@ TEST(CheckCommandTest, WhatTheOtherFilesTellIsToldAllTheSame)
 TEST(CheckCommandTest, ADirectoryThatIsNotThereIsNamed)
 {
     const Outcome outcome = run_program({VKCTL_PROGRAM, "check", "/no/such/host"});
-    EXPECT_EQ(outcome.exitStatus, 74);
+    EXPECT_EQ(outcome.exit_status, 74);
     EXPECT_EQ(outcome.out,
               "vkApp.ini: error: cannot enter /no/such/host: No such file or directory; "
               "name the directory that vkApp.ini stands in [file-unreadable]\n");
@@ -117,7 +117,7 @@ TEST(CheckCommandTest, ADirectoryThatIsNotThereIsNamed)
 TEST(CheckCommandTest, AsJsonItIsAFinding)
 {
     const Outcome outcome = run_program({VKCTL_PROGRAM, "check", "--json", "/no/such/host"});
-    EXPECT_EQ(outcome.exitStatus, 74);
+    EXPECT_EQ(outcome.exit_status, 74);
     const nlohmann::json document = nlohmann::json::parse(outcome.out);
     EXPECT_EQ(document.at("errors"), 1);
     EXPECT_EQ(document.at("findings").at(0).at("id"), "file-unreadable");
@@ -131,14 +131,14 @@ TEST(CheckCommandTest, FindingsThatCannotBeWrittenAreAFailure)
     {
         command.emplace_back(option);
         const Outcome outcome = run_program(command, "/dev/full");
-        EXPECT_EQ(outcome.exitStatus, 74) << option;
+        EXPECT_EQ(outcome.exit_status, 74) << option;
         EXPECT_THAT(outcome.err, HasSubstr("standard output cannot be written"));
     }
 }
 
 TEST(CheckCommandTest, AnUnknownOptionIsAUsageError)
 {
-    EXPECT_EQ(check_run(CCheckedHost(), {"--stric"}).exitStatus, 64);
+    EXPECT_EQ(check_run(CCheckedHost(), {"--stric"}).exit_status, 64);
 }
 
 TEST(CheckCommandTest, JsonIsOneDocument)
@@ -174,7 +174,7 @@ TEST(CheckCommandTest, ATerminalSeesTheProgress)
 TEST(CheckCommandTest, TheHelpTeaches)
 {
     const Outcome outcome = run_program({VKCTL_PROGRAM, "check", "--help"});
-    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.exit_status, 0);
     for (const char* text :
          {"--strict", "--offline", "--away", "--json", "Examples:", "Exit status:"})
     {

@@ -80,7 +80,7 @@ TEST(CheckIniTest, ALineEndOfAnotherSystemIsNone)
 {
     CCheckedHost host;
     std::string text = read_file(host.Path("vkApp.ini"));
-    for (std::size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2)
+    for (size_t at = 0; (at = text.find('\n', at)) != std::string::npos; at += 2)
     {
         text.replace(at, 1, "\r\n");
     }

@@ -101,7 +101,7 @@ private:
         PEM_write_bio_X509(bio.get(), m_certificate.Certificate());
         char* text = nullptr;
         const long length = BIO_get_mem_data(bio.get(), &text);
-        return {text, static_cast<std::size_t>(length)};
+        return {text, static_cast<size_t>(length)};
     }
 
     CServerCertificate m_certificate;
@@ -182,10 +182,10 @@ TEST_F(CheckServersTest, AServerWithoutEncryptionIsConnectedToAndIsSentNothing)
             ++requests;
             return httplib::Server::HandlerResponse::Handled;
         });
-    const int plainPort = plain.bind_to_any_port("127.0.0.1");
+    const int plain_port = plain.bind_to_any_port("127.0.0.1");
     std::thread thread([&] { plain.listen_after_bind(); });
     const CCheckedHost host(
-        {"POST/Url=http://127.0.0.1:" + std::to_string(plainPort) + "/data", "POST/AlmUrl="});
+        {"POST/Url=http://127.0.0.1:" + std::to_string(plain_port) + "/data", "POST/AlmUrl="});
     EXPECT_EQ(printed(host.Findings(false)), "");
     plain.stop();
     thread.join();

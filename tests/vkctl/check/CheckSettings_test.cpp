@@ -184,8 +184,8 @@ std::vector<CheckCase> setting_cases()
 TEST(CheckTextsTest, OfManyLostTextsTheFirstAreTold)
 {
     const std::string lost = CCheckedHost({"POST/Encoding=ASCII"}).Check("character-lost");
-    std::size_t told = 0;
-    for (std::size_t at = 0; (at = lost.find("the text of ", at)) != std::string::npos; ++at)
+    size_t told = 0;
+    for (size_t at = 0; (at = lost.find("the text of ", at)) != std::string::npos; ++at)
     {
         ++told;
     }

@@ -29,8 +29,8 @@ bool is_command(const std::string& edit, const std::string& name, std::string& r
 // "POST/Url=x" and "POST/Url".
 std::string edited_ini(const std::string& text, const std::string& edit)
 {
-    const std::size_t slash = edit.find('/');
-    const std::size_t equals = edit.find('=', slash);
+    const size_t slash = edit.find('/');
+    const size_t equals = edit.find('=', slash);
     if (slash == std::string::npos)
     {
         throw std::runtime_error("no such edit: " + edit);
@@ -124,7 +124,7 @@ void CCheckedHost::Edit(const std::string& edit)
     }
     else if (is_command(edit, "write ", rest))
     {
-        const std::size_t blank = rest.find(' ');
+        const size_t blank = rest.find(' ');
         fs::remove(Path(rest.substr(0, blank))); // what a link leads to stays as it is
         write_file(Path(rest.substr(0, blank)), rest.substr(blank + 1));
     }
@@ -142,12 +142,12 @@ void CCheckedHost::Edit(const std::string& edit)
     }
 }
 
-vkctl::CFindings CCheckedHost::Findings(bool offline, int sqliteVersion) const
+vkctl::CFindings CCheckedHost::Findings(bool offline, int sqlite_version) const
 {
     const fs::path before = fs::current_path();
     vkctl::CFindings findings;
     vkctl::CheckOptions options;
-    options.sqliteVersion = sqliteVersion;
+    options.sqlite_version = sqlite_version;
     options.directory = Dir();
     options.offline = offline;
     options.flash = "flash";
@@ -166,7 +166,7 @@ std::string CCheckedHost::Check() const
 std::string CCheckedHost::Check(const std::string& id) const
 {
     static const std::regex number("^vkApp\\.ini:[0-9]+:");
-    static const std::regex otherLine("in line [0-9]+");
+    static const std::regex other_line("in line [0-9]+");
     std::istringstream in(Check());
     std::string found;
     for (std::string line; std::getline(in, line);)
@@ -177,7 +177,8 @@ std::string CCheckedHost::Check(const std::string& id) const
         {
             line.resize(line.size() - mark.size());
             line = std::regex_replace(line, number, "vkApp.ini:N:");
-            found += (found.empty() ? "" : "\n") + std::regex_replace(line, otherLine, "in line N");
+            found +=
+                (found.empty() ? "" : "\n") + std::regex_replace(line, other_line, "in line N");
         }
     }
     return found;

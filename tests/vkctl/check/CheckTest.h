@@ -1,5 +1,6 @@
-// A host to be checked: the sample room on a board, with a few lines or rows changed, and what the check says
-// about it. The table of all findings, each with what brings it about and what nearly does.
+// A host to be checked: the sample room on a board, with a few lines or rows changed, and what the
+// check says about it. The table of all findings, each with what brings it about and what nearly
+// does.
 #pragma once
 
 #include <ostream>
@@ -31,7 +32,7 @@ public:
 
     // Checks without a network; the working directory is as before afterwards. What is said does
     // not depend on the machine's SQLite.
-    vkctl::CFindings Findings(bool offline = true, int sqliteVersion = kOldSqlite) const;
+    vkctl::CFindings Findings(bool offline = true, int sqlite_version = kOldSqlite) const;
 
     // All that is printed.
     std::string Check() const;

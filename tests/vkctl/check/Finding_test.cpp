@@ -99,7 +99,7 @@ TEST(ProgressTest, CountsOnOneLineAndClearsIt)
     std::ostringstream out;
     {
         CProgress progress(out, true, "devices", 100);
-        for (std::size_t i = 1; i <= 150; ++i)
+        for (size_t i = 1; i <= 150; ++i)
         {
             progress.Show(i, 150);
         }

@@ -32,7 +32,7 @@ TEST_F(PreviewCommand, BodiesAreLines)
     host.SimpleRoom();
     host.Device(9, "Dev9", "tbDev", "2");
     const CommandResult shown = Run({"--kind", "device"});
-    EXPECT_EQ(shown.exitStatus, 0);
+    EXPECT_EQ(shown.exit_status, 0);
     EXPECT_EQ(shown.err, "");
     EXPECT_EQ(shown.out, std::string(kDevice7Body) +
                              "\nsuid=xxx&sid=9&stype=5&stag1=3&sname=Dev9&subsys=2"
@@ -70,7 +70,7 @@ TEST_F(PreviewCommand, ExplanationHasAHeadingWithEveryUrl)
     host.SimpleRoom();
     host.Post("Url1", "http://b/");
     const CommandResult shown = Run({"--sid", "7", "--explain"});
-    EXPECT_EQ(shown.exitStatus, 0);
+    EXPECT_EQ(shown.exit_status, 0);
     EXPECT_THAT(shown.out, StartsWith("device 7 of tbDev, 88 bytes -> http://a/data -> http://b/\n"
                                       "  suid=xxx                      Dept (default)\n"
                                       "  sid=7                         tbDev.SID = 7\n"));
@@ -165,7 +165,7 @@ TEST_F(PreviewCommand, AlarmsThatGoNowhereAreShownAsSuch)
     host.Post("maxURLs", "1");
     host.Alarm(1, 7, "hot");
     const CommandResult shown = Run({"--alarms", "--explain"});
-    EXPECT_EQ(shown.exitStatus, 0);
+    EXPECT_EQ(shown.exit_status, 0);
     EXPECT_THAT(shown.out, StartsWith("alarm 7 of tbSMAlarm, 163 bytes -> nowhere\n"));
     EXPECT_THAT(shown.err, HasSubstr("maxURLs"));
 }
@@ -184,7 +184,7 @@ TEST_F(PreviewCommand, ReadsThatFailAreTold)
     host.Alarm(1, 7, "hot");
     host.Alarms("alter table tbSMAlarm drop column AlmImg");
     const CommandResult shown = Run({"--alarms"});
-    EXPECT_EQ(shown.exitStatus, 74);
+    EXPECT_EQ(shown.exit_status, 74);
     EXPECT_EQ(shown.err, "vkctl: not everything can be read, by the daemon neither: tbSMAlarm: "
                          "no such column: AlmImg\n");
 }
@@ -194,7 +194,7 @@ TEST_F(PreviewCommand, BodiesThatCanBeReadAreShownBesideReadsThatFail)
     host.SimpleRoom();
     host.Ini("POST.Ext.5", "tbNone", "1");
     const CommandResult shown = Run({"--kind", "device"});
-    EXPECT_EQ(shown.exitStatus, 0); // it is what the daemon would post
+    EXPECT_EQ(shown.exit_status, 0); // it is what the daemon would post
     EXPECT_EQ(shown.out, std::string(kDevice7Body) + "\n");
     EXPECT_EQ(shown.err, "vkctl: not everything can be read, by the daemon neither: tbNone: "
                          "no such table: tbNone\n");
@@ -209,7 +209,7 @@ TEST_F(PreviewCommand, GeneralTableThatBreaksInTheMiddleIsTold)
               " from n where i<3000) insert into tbGen select i,printf('%.100c','x') from n");
     const std::string path = host.File("tmp/dbDat0.db3");
     std::string bytes = read_file(path);
-    std::fill(bytes.begin() + static_cast<std::ptrdiff_t>(bytes.size() / 2), bytes.end(), '\0');
+    std::fill(bytes.begin() + static_cast<ptrdiff_t>(bytes.size() / 2), bytes.end(), '\0');
     write_file(path, bytes);
     const CommandResult shown = Run({"--kind", "general"});
     EXPECT_THAT(shown.out, HasSubstr("&Item=xxx"));
@@ -229,14 +229,14 @@ TEST_F(PreviewCommand, ConfigurationThatIsNoFileIsNotOpened)
     host.WriteIni();
     std::filesystem::remove(host.Path() + "/vkApp.ini");
     ASSERT_EQ(mkfifo((host.Path() + "/vkApp.ini").c_str(), 0600), 0);
-    EXPECT_EQ(run_vkctl({"preview", host.Path()}).exitStatus, 74);
+    EXPECT_EQ(run_vkctl({"preview", host.Path()}).exit_status, 74);
 }
 
 TEST_F(PreviewCommand, NothingToShowIsAFailure)
 {
     host.SimpleRoom();
-    EXPECT_EQ(Run({"--sid", "8"}).exitStatus, 1);
-    EXPECT_EQ(Run({"--table", "tbNone"}).exitStatus, 1);
+    EXPECT_EQ(Run({"--sid", "8"}).exit_status, 1);
+    EXPECT_EQ(Run({"--table", "tbNone"}).exit_status, 1);
     EXPECT_THAT(Run({"--sid", "8"}).err, StartsWith("vkctl: nothing is posted for that"));
 }
 
@@ -244,26 +244,26 @@ TEST_F(PreviewCommand, NoAlarmIsNoFailure)
 {
     host.SimpleRoom();
     const CommandResult shown = Run({"--alarms"});
-    EXPECT_EQ(shown.exitStatus, 0);
+    EXPECT_EQ(shown.exit_status, 0);
     EXPECT_EQ(shown.out, "");
 }
 
 TEST_F(PreviewCommand, WhatIsNotUnderstoodIsAUsageError)
 {
     host.SimpleRoom();
-    EXPECT_EQ(Run({"--kind", "nonsense"}).exitStatus, 64);
-    EXPECT_EQ(Run({"--sid", "seven"}).exitStatus, 64);
-    EXPECT_EQ(Run({"--null", "--explain"}).exitStatus, 64);
-    EXPECT_EQ(Run({"--null", "--encoding"}).exitStatus, 64);
-    EXPECT_EQ(Run({"--alarms", "--kind", "device"}).exitStatus, 64);
-    EXPECT_EQ(Run({"more"}).exitStatus, 64);
+    EXPECT_EQ(Run({"--kind", "nonsense"}).exit_status, 64);
+    EXPECT_EQ(Run({"--sid", "seven"}).exit_status, 64);
+    EXPECT_EQ(Run({"--null", "--explain"}).exit_status, 64);
+    EXPECT_EQ(Run({"--null", "--encoding"}).exit_status, 64);
+    EXPECT_EQ(Run({"--alarms", "--kind", "device"}).exit_status, 64);
+    EXPECT_EQ(Run({"more"}).exit_status, 64);
 }
 
 TEST_F(PreviewCommand, WhatCannotBeReadIsAFileError)
 {
-    EXPECT_EQ(run_vkctl({"preview", host.File("none")}).exitStatus, 74);
+    EXPECT_EQ(run_vkctl({"preview", host.File("none")}).exit_status, 74);
     const CommandResult shown = Run({});
-    EXPECT_EQ(shown.exitStatus, 74);
+    EXPECT_EQ(shown.exit_status, 74);
     EXPECT_THAT(shown.err, HasSubstr("tmp/dbDat0.db3: No such file or directory"));
 }
 
@@ -271,9 +271,9 @@ TEST_F(PreviewCommand, MissingAlarmDatabaseMattersToAlarmsOnly)
 {
     host.SimpleRoom();
     std::filesystem::remove(host.File("tmp/dbData.db3"));
-    EXPECT_EQ(Run({"--kind", "device"}).exitStatus, 0);
+    EXPECT_EQ(Run({"--kind", "device"}).exit_status, 0);
     const CommandResult shown = Run({"--alarms"});
-    EXPECT_EQ(shown.exitStatus, 74);
+    EXPECT_EQ(shown.exit_status, 74);
     EXPECT_THAT(shown.err, HasSubstr("tmp/dbData.db3"));
 }
 
@@ -282,7 +282,7 @@ TEST_F(PreviewCommand, AlarmDatabaseWithoutItsTableIsAFileError)
     host.SimpleRoom();
     host.Alarms("drop table tbSMAlarm");
     const CommandResult shown = Run({"--alarms"});
-    EXPECT_EQ(shown.exitStatus, 74);
+    EXPECT_EQ(shown.exit_status, 74);
     EXPECT_THAT(shown.err, HasSubstr("no such table"));
 }
 
@@ -296,5 +296,5 @@ TEST_F(PreviewCommand, SpoiltDatabaseIsNoCrash)
     bytes.resize(bytes.size() / 2);
     write_file(path, bytes);
     const CommandResult shown = Run({});
-    EXPECT_LT(shown.exitStatus, 128) << shown.err;
+    EXPECT_LT(shown.exit_status, 128) << shown.err;
 }

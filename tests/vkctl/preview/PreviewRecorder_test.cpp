@@ -24,7 +24,7 @@ protected:
         std::string text = std::to_string(body.sid) + ":";
         for (const vkctl::PreviewPart& part : body.parts)
         {
-            text += part.leftOut ? " -" : " " + part.text;
+            text += part.left_out ? " -" : " " + part.text;
         }
         return text;
     }

@@ -75,7 +75,7 @@ protected:
                     },
                     {});
         lines.erase(lines.begin(),
-                    lines.begin() + static_cast<std::ptrdiff_t>(std::min(first, lines.size())));
+                    lines.begin() + static_cast<ptrdiff_t>(std::min(first, lines.size())));
         return lines;
     }
 

@@ -198,10 +198,10 @@ TEST_F(Preview, AlarmsOfManyPagesKeepTheirOrder)
 {
     // More than a library reads at once, and longer than a page of the file.
     host.SimpleRoom();
-    const std::string longTitle(900, 't');
+    const std::string long_title(900, 't');
     host.Alarms("with recursive n(i) as (select 300 union all select i-1 from n where i>1)"
                 " insert into tbSMAlarm select i,i,1024,1,'2024-05-01 12:30:00','" +
-                longTitle + "',0,null,null from n");
+                long_title + "',0,null,null from n");
     const auto bodies = Show(Only(BodyKind::kAlarm));
     ASSERT_EQ(bodies.size(), 300U);
     for (int i = 0; i < 300; ++i)

@@ -53,7 +53,7 @@ Outcome outcome_of(std::vector<std::string> more, const std::vector<std::string>
 TEST(ReceiveCommandTest, ShowsBodiesAndEndsWithTheTable)
 {
     const Outcome outcome = outcome_of({}, {kDevice, kInput, kDevice});
-    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.exit_status, 0);
     EXPECT_THAT(outcome.out, HasSubstr(" device suid=xxx sid=1001 sname=UPS主机1# state=正常 "
                                        "Uin=221.0\n"));
     EXPECT_THAT(outcome.out, HasSubstr("\ndevice             2         116\n"));
@@ -96,7 +96,7 @@ TEST(ReceiveCommandTest, EachSignalEndsItWithTheTable)
         EXPECT_EQ(post(program.Port(), kDevice), 200);
         program.Signal(number);
         const Outcome outcome = program.Wait();
-        EXPECT_EQ(outcome.exitStatus, 0);
+        EXPECT_EQ(outcome.exit_status, 0);
         EXPECT_THAT(outcome.out, HasSubstr("total              1"));
     }
 }
@@ -120,14 +120,14 @@ TEST(ReceiveCommandTest, APipeThatNobodyReadsEndsItSilently)
     close(reader); // as head does when it has seen enough
     post(port, kDevice);
     const Outcome outcome = program.Wait();
-    EXPECT_EQ(outcome.exitStatus, 128 + SIGPIPE);
+    EXPECT_EQ(outcome.exit_status, 128 + SIGPIPE);
     EXPECT_EQ(outcome.err, "listening on http://127.0.0.1:" + std::to_string(port) + "/\n");
 }
 
 TEST(ReceiveCommandTest, SecondsEndIt)
 {
     const Outcome outcome = run_program(receive({"--seconds", "50ms"}));
-    EXPECT_EQ(outcome.exitStatus, 0);
+    EXPECT_EQ(outcome.exit_status, 0);
     EXPECT_THAT(outcome.out, HasSubstr("total              0"));
 }
 
@@ -142,7 +142,7 @@ TEST(ReceiveCommandTest, ATakenPortIsSaidAndFails)
     CProgram first(receive({}));
     const std::string port = std::to_string(first.Port());
     const Outcome second = run_program({VKCTL_PROGRAM, "receive", "--port", port});
-    EXPECT_EQ(second.exitStatus, 1);
+    EXPECT_EQ(second.exit_status, 1);
     EXPECT_EQ(second.err, "vkctl: 127.0.0.1 port " + port +
                               " is taken by another program; choose another with --port, or --port "
                               "0 for any that is free\n");
@@ -177,13 +177,13 @@ TEST(ReceiveCommandTest, AnAuthorityFileOfItsOwnGoesWithIt)
 TEST(ReceiveCommandTest, AnAuthorityFileThatCannotBeWrittenIsNamed)
 {
     const Outcome outcome = run_program(receive({"--tls", "--ca-out", "/no/such/ca.pem"}));
-    EXPECT_EQ(outcome.exitStatus, 1);
+    EXPECT_EQ(outcome.exit_status, 1);
     EXPECT_THAT(outcome.err, HasSubstr("cannot write the certificate to /no/such/ca.pem"));
 }
 
 TEST(ReceiveCommandTest, AnUnknownEncodingIsRefusedBeforeItListens)
 {
     const Outcome outcome = run_program(receive({"--encoding", "KLINGON"}));
-    EXPECT_EQ(outcome.exitStatus, 64);
+    EXPECT_EQ(outcome.exit_status, 64);
     EXPECT_EQ(outcome.err, "vkctl: unknown encoding KLINGON; 'iconv -l' lists the known ones\n");
 }

@@ -34,7 +34,7 @@ PrintOptions style(PrintStyle value)
     return options;
 }
 
-PrintOptions terminal(std::size_t width, bool color = false)
+PrintOptions terminal(size_t width, bool color = false)
 {
     PrintOptions options;
     options.width = width;

@@ -50,7 +50,7 @@ protected:
     }
 
     // False when the bodies have not come within half a minute.
-    bool WaitForBodies(std::size_t count)
+    bool WaitForBodies(size_t count)
     {
         constexpr int kTries = 3000;
         for (int i = 0; i < kTries; ++i)
@@ -182,7 +182,7 @@ TEST_F(ReceiveServerTest, ManyHangingConnectionsHoldNobodyUp)
 {
     options.hang = true;
     Start();
-    constexpr std::size_t kSenders = 12; // more than a usual pool of threads has
+    constexpr size_t kSenders = 12; // more than a usual pool of threads has
     std::vector<std::thread> senders;
     while (senders.size() < kSenders)
     {
@@ -212,7 +212,7 @@ TEST_F(ReceiveServerTest, ASenderThatLeavesInTheMiddleIsNotCounted)
     httplib::Client client = Client();
     const auto result = client.Post(
         "/data", 1000,
-        [](std::size_t, std::size_t, httplib::DataSink& sink)
+        [](size_t, size_t, httplib::DataSink& sink)
         {
             sink.write("sid=1", 5);
             return false; // hangs up with 995 bytes to go

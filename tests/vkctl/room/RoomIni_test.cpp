@@ -130,11 +130,11 @@ TEST(RoomIniTest, EveryKindOfValueHasATextForEachOfItsNumbers)
         for (const Column& column : kind.columns)
         {
             const std::string key = std::to_string(kind.type) + "." + column.name;
-            const bool isBits = column.kind == ColumnKind::kAlarmBits;
-            const bool isMode = column.kind == ColumnKind::kMode;
-            const int first = isBits ? 0 : static_cast<int>(column.base);
-            const int count = static_cast<int>(column.swing) + (isMode ? 1 : 0);
-            for (int i = 0; (isBits || isMode) && i < count; ++i)
+            const bool is_bits = column.kind == ColumnKind::kAlarmBits;
+            const bool is_mode = column.kind == ColumnKind::kMode;
+            const int first = is_bits ? 0 : static_cast<int>(column.base);
+            const int count = static_cast<int>(column.swing) + (is_mode ? 1 : 0);
+            for (int i = 0; (is_bits || is_mode) && i < count; ++i)
             {
                 const std::string number = std::to_string(first + i);
                 EXPECT_NE(ini.GetValue("POST.xFld", key + number, ""), "") << key << number;
@@ -147,7 +147,7 @@ TEST(RoomIniTest, UrlsAreNumberedAndCounted)
 {
     RoomIni room;
     room.urls = {"http://a/", "http://b/", "https://c/"};
-    room.alarmUrls = {"http://d/"};
+    room.alarm_urls = {"http://d/"};
     CTempDir dir;
     write_file(dir.Path("x.ini"), room_ini_text(room));
     SimpleIni ini(dir.Path("x.ini"));
@@ -162,16 +162,16 @@ TEST(RoomIniTest, OneAlarmUrlStillGetsAListToStandIn)
 {
     RoomIni room;
     room.urls = {"http://a/"};
-    room.alarmUrls = {"http://d/"};
+    room.alarm_urls = {"http://d/"};
     EXPECT_THAT(room_ini_text(room), HasSubstr("\nmaxURLs=2\n"));
 }
 
 TEST(RoomIniTest, SettingsGoToTheirKeys)
 {
     RoomIni room;
-    room.delayMs = 200;
-    room.timeoutS = 3;
-    room.reTbls = 8;
+    room.delay_ms = 200;
+    room.timeout_s = 3;
+    room.re_tbls = 8;
     room.encoding = "GBK";
     room.ca = "/etc/ca.pem";
     room.dept = "ROOM-77";

@@ -43,7 +43,7 @@ TEST(RoomModelTest, ALargeRoomBeginsAsASmallOne)
 {
     const auto small = room_devices(20);
     const auto large = room_devices(1000);
-    for (std::size_t i = 0; i < small.size(); ++i)
+    for (size_t i = 0; i < small.size(); ++i)
     {
         EXPECT_EQ(small[i].sid, large[i].sid);
         EXPECT_EQ(small[i].Name(), large[i].Name());
@@ -55,7 +55,7 @@ TEST(RoomModelTest, OneDeviceIsOutOfServiceHoweverLargeTheRoom)
     std::vector<int> spare;
     for (const Device& device : room_devices(1000))
     {
-        if (device.outOfService)
+        if (device.out_of_service)
         {
             spare.push_back(device.sid);
             EXPECT_EQ(device_state(device, 1, 0), -1);
@@ -128,13 +128,13 @@ TEST(RoomModelTest, ADeviceIsInAlarmWhileABitIsSet)
 {
     for (const Device& device : room_devices(16))
     {
-        bool isSet = false;
+        bool is_set = false;
         for (const Column& column : device.kind->columns)
         {
-            isSet = isSet || (column.kind == ColumnKind::kAlarmBits &&
-                              reading(column, 12, device.sid, 0, 0).whole != 0);
+            is_set = is_set || (column.kind == ColumnKind::kAlarmBits &&
+                                reading(column, 12, device.sid, 0, 0).whole != 0);
         }
-        EXPECT_EQ(device_state(device, 12, 0), isSet ? 1 : 0) << device.Name();
+        EXPECT_EQ(device_state(device, 12, 0), is_set ? 1 : 0) << device.Name();
     }
 }
 

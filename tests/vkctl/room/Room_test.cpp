@@ -111,7 +111,7 @@ TEST_F(RoomTest, LiveWithNewContentDoesNotReplaceWithoutForce)
 {
     create_room(options);
     options.live = true;
-    options.hasContent = true;
+    options.has_content = true;
     CStop stop;
     std::ostringstream out;
     EXPECT_THROW(run_room(options, stop, out), CCliError);

@@ -8,4 +8,6 @@
 }
 #endif
 
-extern "C" void nothing() {}
+extern "C" void nothing()
+{
+}
