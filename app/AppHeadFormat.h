@@ -10,14 +10,14 @@
 // The eight values of a body's head, in the order in which Fmt0 takes them. Borrows its texts.
 struct CHead
 {
-    const char* suid;
-    int sid;
-    int stype;
-    int stag1;
-    const char* sname;
-    int subsys;
-    const char* dtupd;
-    const char* state;
+    const char* suid = "";
+    int sid = 0;
+    int stype = 0;
+    int stag1 = 0;
+    const char* sname = "";
+    int subsys = 0;
+    const char* dtupd = "";
+    const char* state = "";
     BodyKind kind = BodyKind::kOther; // whose row says where the values come from
     const CRows* rows = nullptr;      // whose current row has them; null: none
 };

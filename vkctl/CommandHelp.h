@@ -51,8 +51,8 @@ Examples:
 constexpr char kCheckHelp[] =
     R"(Reads vkApp.ini and both databases and changes neither; tries to load the
 database library. A connection to each server is tried and nothing sent over it;
---offline leaves them alone. Away from the board, --away leaves out what only the
-board can tell. Findings go to standard output.
+--offline leaves them alone. Away from the board, --away leaves out what only
+the board can tell. Findings go to standard output.
 
 Examples:
   vkctl check                              the host in the current directory

@@ -295,7 +295,7 @@ std::string meant_word(const CLI::App& app)
     }
     for (const std::string& word : app.remaining(true))
     {
-        const std::string meant = closest_word(word.substr(0, word.find('=')), candidates);
+        std::string meant = closest_word(word.substr(0, word.find('=')), candidates);
         if (!meant.empty())
         {
             return meant;

@@ -103,7 +103,7 @@ std::string library_problem(const std::string& path)
         tell_load_problem(path, ends[1]);
     }
     close(ends[1]);
-    const std::string problem = read_all(ends[0]);
+    std::string problem = read_all(ends[0]);
     close(ends[0]);
     int status = 0;
     if (child > 0 && waitpid(child, &status, 0) == child && status != 0)

@@ -24,7 +24,7 @@ std::vector<std::string> configured_urls(const CAppPost& app)
     return app.m_strUrl.empty() ? std::vector<std::string>() : std::vector{app.m_strUrl};
 }
 
-void log(const char* format, va_list args)
+__attribute__((format(printf, 1, 0))) void log(const char* format, va_list args)
 {
     va_list again;
     va_copy(again, args);
