@@ -294,7 +294,7 @@ const char* also(const HostTable& table)
 
 void check_points_posted_twice(const CCatalogue& catalogue, CFindings& findings)
 {
-    const struct
+    constexpr struct
     {
         const char* table;
         const char* things;
