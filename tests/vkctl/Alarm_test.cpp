@@ -23,15 +23,15 @@ protected:
         RoomOptions options;
         options.directory = dir.Path("room");
         create_room(options);
-        execute("delete from tbSMAlarm");
+        Execute("delete from tbSMAlarm");
     }
 
-    void execute(const std::string& sql) const
+    void Execute(const std::string& sql) const
     {
         CSqliteFile(dir.Path("room/tmp/dbData.db3"), CSqliteFile::Mode::kUpdate).Exec(sql);
     }
 
-    std::vector<std::string> rows(const std::string& sql) const
+    std::vector<std::string> Rows(const std::string& sql) const
     {
         return query_rows(dir.Path("room/tmp/dbData.db3"), sql);
     }
@@ -49,7 +49,7 @@ TEST_F(AlarmTest, AnAlarmThatComesIsNotSentYet)
     order.alarm_class = 9;
     order.title = "门开";
     EXPECT_EQ(alarms.Raise(order, kTime), 1);
-    EXPECT_THAT(rows("select SID||' '||(Type>>8&255)||' '||Alm||' '||LastUpd||' '||AlmBrief||' '||"
+    EXPECT_THAT(Rows("select SID||' '||(Type>>8&255)||' '||Alm||' '||LastUpd||' '||AlmBrief||' '||"
                      "AlmMask||' '||coalesce(AFld,'null') from tbSMAlarm"),
                 testing::ElementsAre("1001 9 1 2025-06-06 14:23:09 门开 65 null"));
 }
@@ -59,7 +59,7 @@ TEST_F(AlarmTest, WithoutAnOrderDevicesTakeTurnsWithTheirOwnClass)
     CRoomAlarms alarms(dir.Path("room"));
     alarms.Raise({}, kTime);
     alarms.Raise({}, kTime);
-    EXPECT_THAT(rows("select SID||' '||AlmBrief from tbSMAlarm order by DID"),
+    EXPECT_THAT(Rows("select SID||' '||AlmBrief from tbSMAlarm order by DID"),
                 testing::ElementsAre("101 门磁1# 越限告警", "102 烟感1# 越限告警"));
     EXPECT_EQ(alarms.Standing(), 2);
     EXPECT_EQ(alarms.Unsent(), 2);
@@ -70,9 +70,9 @@ TEST_F(AlarmTest, TheNewestAlarmThatStandsGoesAndIsToBeSentAgain)
     CRoomAlarms alarms(dir.Path("room"));
     alarms.Raise({}, "2025-06-06 14:00:00");
     alarms.Raise({}, "2025-06-06 14:00:00");
-    execute("update tbSMAlarm set AFld=1");
+    Execute("update tbSMAlarm set AFld=1");
     EXPECT_EQ(alarms.Clear(kTime), 2);
-    EXPECT_THAT(rows("select DID||' '||Alm||' '||AFld||' '||LastUpd from tbSMAlarm order by DID"),
+    EXPECT_THAT(Rows("select DID||' '||Alm||' '||AFld||' '||LastUpd from tbSMAlarm order by DID"),
                 testing::ElementsAre("1 1 1 2025-06-06 14:00:00", "2 5 0 2025-06-06 14:23:09"));
     EXPECT_EQ(alarms.Standing(), 1);
 }

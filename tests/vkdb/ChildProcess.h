@@ -31,7 +31,7 @@ class CBusyChild
 {
 public:
     // work(n) is called with 1, 2, 3, ...; an exception ends the child with status 1.
-    template <class Work> explicit CBusyChild(Work&& work) : m_pShared(new (map_shared()) Shared())
+    template <class Work> explicit CBusyChild(Work&& work) : m_pShared(new (MapShared()) Shared())
     {
         m_pid = ::fork();
         if (m_pid == 0)
@@ -74,7 +74,7 @@ private:
         std::atomic<bool> has_ended{false};
     };
 
-    static void* map_shared()
+    static void* MapShared()
     {
         void* p = ::mmap(nullptr, sizeof(Shared), PROT_READ | PROT_WRITE,
                          MAP_SHARED | MAP_ANONYMOUS, -1, 0);

@@ -69,7 +69,7 @@ protected:
                  std::to_string(name_bytes / 2) + ")) from n");
         file.SpoilPage(file.Pages() * percent / 100);
         const Reading plain = read_plainly(file.Path());
-        const Reading reading = read_by_library(db());
+        const Reading reading = read_by_library(Db());
         EXPECT_EQ(reading.row_count, plain.row_count);
         EXPECT_EQ(reading.ending, plain.ending);
         EXPECT_EQ(reading.ending, "11 database disk image is malformed");
@@ -77,7 +77,7 @@ protected:
         return reading;
     }
 
-    vkdb::CDatabase& db()
+    vkdb::CDatabase& Db()
     {
         m_db = m_db ? std::move(m_db) : std::make_unique<vkdb::CDatabase>(file.Path(), 0);
         return *m_db;
@@ -118,8 +118,8 @@ TEST_F(DamagedFileTest, ThrowsFromQryExecWhenItsFirstRowCannotBeRead)
 {
     file.Sql("create table t(a); insert into t values(1)");
     file.SpoilLastPages(1);
-    ASSERT_TRUE(db().Open(nullptr, -2));
-    EXPECT_EQ(thrown_by([&] { db().QryExec("select a from t", -1); }),
+    ASSERT_TRUE(Db().Open(nullptr, -2));
+    EXPECT_EQ(thrown_by([&] { Db().QryExec("select a from t", -1); }),
               "11 database disk image is malformed");
 }
 
@@ -127,20 +127,20 @@ TEST_F(DamagedFileTest, ThrowsFromQryExecWhenItsFirstRowCannotBeRead)
 TEST_F(DamagedFileTest, SaysNothingOfADamageThatNobodyStepsOnto)
 {
     Read(300, 50, 80);
-    const int iqry = db().QryExec("select SID,Name from tbSM", -1);
-    EXPECT_EQ(db().QryGetInt(iqry, "SID"), 1);
-    EXPECT_EQ(thrown_by([&] { db().QryFree(iqry); }), "no exception");
-    EXPECT_EQ(thrown_by([&] { db().Close(); }), "no exception");
+    const int iqry = Db().QryExec("select SID,Name from tbSM", -1);
+    EXPECT_EQ(Db().QryGetInt(iqry, "SID"), 1);
+    EXPECT_EQ(thrown_by([&] { Db().QryFree(iqry); }), "no exception");
+    EXPECT_EQ(thrown_by([&] { Db().Close(); }), "no exception");
 }
 
 TEST_F(DamagedFileTest, AQueryUnderTheSameIndexKnowsNothingOfTheDamageBefore)
 {
     Read(300, 50, 80);
-    const int iqry = db().QryExec("select SID,Name from tbSM", -1);
-    db().QryNext(iqry); // reads ahead, and meets it
-    EXPECT_EQ(db().QryExec("select 7 as SID", iqry), iqry);
-    EXPECT_EQ(db().QryGetInt(iqry, "SID"), 7);
-    EXPECT_EQ(thrown_by([&] { db().QryNext(iqry); }), "no exception");
+    const int iqry = Db().QryExec("select SID,Name from tbSM", -1);
+    Db().QryNext(iqry); // reads ahead, and meets it
+    EXPECT_EQ(Db().QryExec("select 7 as SID", iqry), iqry);
+    EXPECT_EQ(Db().QryGetInt(iqry, "SID"), 7);
+    EXPECT_EQ(thrown_by([&] { Db().QryNext(iqry); }), "no exception");
 }
 
 } // namespace
