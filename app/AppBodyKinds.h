@@ -74,7 +74,7 @@ using BodyKindRows = std::array<BodyKindRow, static_cast<size_t>(BodyKind::kOthe
 const BodyKindRows& body_kinds(); // those of a sweep first and in its order
 const BodyKindRow& body_kind(BodyKind kind);
 
-// The routine of each step, see AppSweep.cpp.
+// The routine of a step, which is below kSweepSteps; see AppSweep.cpp.
 class CAppPost;
 using SweepStep = void (CAppPost::*)();
-const std::array<SweepStep, kSweepSteps>& sweep_steps();
+SweepStep sweep_step(size_t step);

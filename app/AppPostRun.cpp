@@ -40,7 +40,7 @@ void run_sweep_step(CAppPost& app, CRunState& state)
     {
         return;
     }
-    (app.*sweep_steps().at(static_cast<size_t>(state.nPostType)))();
+    (app.*sweep_step(static_cast<size_t>(state.nPostType)))();
     if (state.nPostType == 0)
     {
         state.passCount = 0;

@@ -2,11 +2,18 @@
 #include "app/AppBodyKinds.h"
 #include "app/AppPost.h"
 
-const std::array<SweepStep, kSweepSteps>& sweep_steps()
+#include <iterator>
+
+namespace
 {
-    static constexpr std::array<SweepStep, kSweepSteps> kSteps = {
-        &CAppPost::PostNormal, &CAppPost::PostGeneral, &CAppPost::PostDio, &CAppPost::PostCam,
-        &CAppPost::PostOther};
-    static_assert(kSteps.back() != nullptr, "each step has its routine");
-    return kSteps;
+
+constexpr SweepStep kRoutines[] = {&CAppPost::PostNormal, &CAppPost::PostGeneral,
+                                   &CAppPost::PostDio, &CAppPost::PostCam, &CAppPost::PostOther};
+static_assert(std::size(kRoutines) == kSweepSteps, "each step has its routine");
+
+} // namespace
+
+SweepStep sweep_step(size_t step)
+{
+    return kRoutines[step];
 }

@@ -184,7 +184,7 @@ void CPreview::Sweep(const PreviewSelection& selection)
             const auto quiet = step == body_kind(BodyKind::kHost).step
                                    ? std::make_unique<CQuietErrors>()
                                    : nullptr;
-            (m_pPoster.get()->*sweep_steps().at(static_cast<size_t>(step)))();
+            (m_pPoster.get()->*sweep_step(static_cast<size_t>(step)))();
         }
     }
 }
